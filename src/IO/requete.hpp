@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+
+#include "IO/fichier.hpp"
+
+namespace varnion {
+
+constexpr std::uint32_t kOperationLire = 0x88;    ///< SCSI READ(16)
+constexpr std::uint32_t kOperationEcrire = 0x8A;  ///< SCSI WRITE(16)
+constexpr std::uint32_t kTailleSecteur = 512;
+
+/// One block request. Positions and counts are in 512-byte sectors from the start of the image file.
+struct RequeteIO {
+  std::uint32_t statut = 0;     ///< unused by the file driver
+  std::uint32_t operation = 0;  ///< kOperationLire or kOperationEcrire
+  std::uint32_t reserve1 = 0;
+  std::uint32_t unite = 0;
+  std::uint32_t reserve2 = 0;
+  std::uint32_t nb_secteurs = 0;
+  std::uint64_t position = 0;
+  void *tampon = nullptr;  ///< nb_secteurs x 512 bytes
+};
+
+using EntreeDriver = int (*)(RequeteIO &);
+
+/// Reads or writes the open image: -1 when none is open, else 0 or 1 (see `verdict_transfert`). A read past the end
+/// leaves the buffer as it was. A failed write is remembered in `Support::echec_ecriture`.
+int driver_fichier(RequeteIO &requete);
+
+/// The medium of the engine.
+struct Support {
+  Fichier image;                                    ///< `PartitionOuverte`
+  bool lecture_seule = false;                       ///< `LectureSeule`
+  EntreeDriver entree_driver = driver_fichier;
+  EntreeDriver entree_driver_carte = driver_fichier;
+  int mode_driver = 3;
+  std::uint8_t unite_courante = 0;
+  std::uint16_t taille_secteur = 512;
+  std::uint16_t secteurs_par_transfert = 64;
+  std::uint64_t taille_volume = 0;                  ///< sectors
+  std::uint16_t taille_bloc_carte = 0;
+  int echec_ecriture = 0;                           ///< errno of the first failed write since it was cleared, 0 none
+};
+
+[[nodiscard]] Support &support();
+
+/// Reads `nombre` sectors through `entree_driver`.
+void lit_secteurs(void *tampon, std::uint64_t position, std::uint32_t nombre);
+/// Writes `nombre` sectors through `entree_driver`.
+void ecrit_secteurs(const void *tampon, std::uint64_t position, std::uint32_t nombre);
+
+enum GenreImage : int {
+  kImageSimple = 0,
+  kImagePM = 1,
+  kImageBZ = 2,
+  kImageZlib = 3,
+  kImageKoly = 4,
+  kImageEparse = 5,
+  kImageGpt = 6,
+  kImageMbr = 7,
+};
+
+/// Kind of an image file from its first and last bytes, as in GenreImage; the file is rewound.
+[[nodiscard]] int type_image(const Fichier &image);
+
+}  // namespace varnion
