@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "hfs/arbre.hpp"
+#include "hfs/fiches.hpp"
+
+// The mounted volume. One at a time, in process-wide state; the engine is not reentrant.
+
+namespace varnion {
+
+constexpr std::size_t kTailleBlocMoteur = 198656;
+constexpr std::size_t kZoneEntete = 0;                ///< 4,096 bytes: volume header area
+constexpr std::size_t kZoneExtentsEntete = 4096;      ///< 32,768: extents tree, header node
+constexpr std::size_t kZoneExtentsTampon = 36864;     ///< 32,768: extents tree, current node
+constexpr std::size_t kZoneCatalogueEntete = 69632;   ///< 32,768: catalog tree, header node
+constexpr std::size_t kZoneCatalogueTampon = 102400;  ///< 96,256: catalog tree, current node
+constexpr std::uint32_t kTailleNoeudMax = 32768;
+
+/// Headers and nodes stay big-endian in the engine block: a field stored here is what the flush writes.
+struct VolumeCourant {
+  VolumeCourant();
+
+  bool est_hfsplus = false;
+  Mdb *mdb = nullptr;               ///< null when HFS+ and before the first mount
+  EnteteVolumePlus *vhb = nullptr;  ///< null when HFS
+  std::uint64_t debut_volume = 0;   ///< sectors, HFS only: start of the volume in the image
+  std::uint64_t debut_allocation =
+      0;  ///< sector of allocation block 0; before the mount, first sector of the volume
+  std::uint32_t taille_bloc = 0;  ///< bytes
+  std::uint32_t secteurs_par_bloc = 0;
+  std::uint32_t secteurs_carte = 0;  ///< allocation bitmap, sectors
+  std::uint32_t octets_carte = 0;    ///< the same in bytes
+  DescripteurArbre catalogue;
+  DescripteurArbre extents;
+
+  /// The engine block, zeroed at the start and never moved.
+  std::unique_ptr<std::uint8_t[]> bloc;
+
+  VolumeCourant(const VolumeCourant &) = delete;
+  VolumeCourant &operator=(const VolumeCourant &) = delete;
+};
+
+[[nodiscard]] VolumeCourant &volume_courant();
+
+/// Reads the header of the volume whose first sector is `debut_allocation` through `entree_driver` and fills
+/// VolumeCourant; `debut_allocation` becomes the sector of allocation block 0 (driver mode 3). An unknown
+/// signature leaves the state of the previous mount; nothing is reported.
+void lecture_entete_volume();
+
+/// Opens the catalog tree, then the extents tree, and sets up the node cache. Always 1. The cache is not
+/// emptied here: whoever changes the medium calls `vide_cache` (arbre.hpp). A tree whose header gives no
+/// usable node size stays closed (`taille_noeud` 0): every look-up in it finds nothing.
+int ouverture_arbres();
+
+/// The volume name as working text, through the filter of displayable characters; "" when there is none. HFS+
+/// reads the first leaf for it.
+[[nodiscard]] std::string nom_volume();
+
+/// Now as a Macintosh date of this volume's format.
+[[nodiscard]] std::uint32_t date_mac();
+/// Unix seconds UTC as a Macintosh date (seconds since 1904): local time on HFS, UTC on HFS+; `est_hfsplus`
+/// at the moment of the call decides.
+[[nodiscard]] std::uint32_t date_mac_de(std::int64_t secondes_unix);
+[[nodiscard]] std::int64_t unix_de_date_mac(std::uint32_t date);
+
+/// The flush: the catalog's node map if it is loaded, then, on HFS+, volume header and alternate header. On
+/// HFS the master directory block goes out with the allocation bitmap, and without a loaded one nothing but
+/// the node map reaches the disk. False when a write failed.
+[[nodiscard]] bool ecriture_structures();
+
+/// Writes the HFS alternate master directory block, at the sector behind the last allocation block. The
+/// format wants it in the last sector but one of the volume; the two agree when the blocks fill the volume.
+void ecriture_mdb_secours();
+
+}  // namespace varnion
