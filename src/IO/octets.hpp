@@ -56,24 +56,24 @@ struct DoubleOrdre {
 
 /// A record of type T at `position` of `octets`, or nullptr when it does not lie wholly inside.
 template <typename T>
-  requires(std::is_trivially_copyable_v<T> && alignof(T) == 1)
-[[nodiscard]] const T *vue(std::span<const std::uint8_t> octets, std::size_t position) {
+requires(std::is_trivially_copyable_v<T> && alignof(T) == 1)
+    [[nodiscard]] const T *vue(std::span<const std::uint8_t> octets, std::size_t position) {
   if (position > octets.size() || octets.size() - position < sizeof(T)) return nullptr;
   return reinterpret_cast<const T *>(octets.data() + position);
 }
 
 /// The same for a record that will be changed in place.
 template <typename T>
-  requires(std::is_trivially_copyable_v<T> && alignof(T) == 1)
-[[nodiscard]] T *vue_modifiable(std::span<std::uint8_t> octets, std::size_t position) {
+requires(std::is_trivially_copyable_v<T> && alignof(T) == 1)
+    [[nodiscard]] T *vue_modifiable(std::span<std::uint8_t> octets, std::size_t position) {
   if (position > octets.size() || octets.size() - position < sizeof(T)) return nullptr;
   return reinterpret_cast<T *>(octets.data() + position);
 }
 
 /// The bytes of a record, for writing it out.
 template <typename T>
-  requires(std::is_trivially_copyable_v<T>)
-[[nodiscard]] std::span<const std::uint8_t> octets_de(const T &fiche) {
+requires(std::is_trivially_copyable_v<T>)
+    [[nodiscard]] std::span<const std::uint8_t> octets_de(const T &fiche) {
   return {reinterpret_cast<const std::uint8_t *>(&fiche), sizeof(T)};
 }
 

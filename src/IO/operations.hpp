@@ -53,7 +53,8 @@ void brancher_operations(Operations *implementation);
 /// Shows the text, then ends the process with exit code -1 (255).
 [[noreturn]] void erreur_fatale(std::string_view texte);
 
-/// The two option words and the trace level of the settings, read by every subsystem, written by the settings.
+/// The two option words and the trace level of the settings, read by every subsystem, written by the
+/// settings.
 struct OptionsProgramme {
   std::uint32_t options = 0;     ///< word `Options`
   std::uint32_t vn_options = 0;  ///< word `VN-Options`

@@ -24,23 +24,29 @@ struct RequeteIO {
 
 using EntreeDriver = int (*)(RequeteIO &);
 
-/// Reads or writes the open image: -1 when none is open, else 0 or 1 (see `verdict_transfert`). A read past the end
-/// leaves the buffer as it was. A failed write is remembered in `Support::echec_ecriture`.
+/// Result of a transfer of `octets` bytes for a request of `nb_secteurs` sectors. One would expect 0 for a
+/// whole transfer; here the bytes divided by the count are compared with the count, so that a whole transfer
+/// gives 0 only when `nb_secteurs` is 512, and 1 otherwise. Kept as it stands: nothing may hang on the result
+/// of a driver.
+[[nodiscard]] int verdict_transfert(std::uint64_t octets, std::uint32_t nb_secteurs);
+
+/// Reads or writes the open image: -1 when none is open, else 0 or 1 (see `verdict_transfert`). A read past
+/// the end leaves the buffer as it was. A failed write is remembered in `Support::echec_ecriture`.
 int driver_fichier(RequeteIO &requete);
 
 /// The medium of the engine.
 struct Support {
-  Fichier image;                                    ///< `PartitionOuverte`
-  bool lecture_seule = false;                       ///< `LectureSeule`
+  Fichier image;               ///< `PartitionOuverte`
+  bool lecture_seule = false;  ///< `LectureSeule`
   EntreeDriver entree_driver = driver_fichier;
   EntreeDriver entree_driver_carte = driver_fichier;
   int mode_driver = 3;
   std::uint8_t unite_courante = 0;
   std::uint16_t taille_secteur = 512;
   std::uint16_t secteurs_par_transfert = 64;
-  std::uint64_t taille_volume = 0;                  ///< sectors
+  std::uint64_t taille_volume = 0;  ///< sectors
   std::uint16_t taille_bloc_carte = 0;
-  int echec_ecriture = 0;                           ///< errno of the first failed write since it was cleared, 0 none
+  int echec_ecriture = 0;  ///< errno of the first failed write since it was cleared, 0 none
 };
 
 [[nodiscard]] Support &support();

@@ -1,0 +1,327 @@
+#include "IO/plateforme.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "IO/dossiers.hpp"
+#include "IO/etat.hpp"
+
+namespace varnion::plateforme {
+namespace {
+
+constexpr auto kMagieFat =
+    0x4D44;  // MSDOS_SUPER_MAGIC: FAT12, FAT16 and FAT32; exFAT has its own and holds big files
+constexpr std::size_t kMaxAttributEtendu = 65536;  // XATTR_SIZE_MAX
+constexpr int kEssaisAttribut = 4;
+
+// Regular files and folders are entries; links count as what they lead to.
+bool est_entree(const struct statx &fiche) {
+  return S_ISREG(fiche.stx_mode) || S_ISDIR(fiche.stx_mode);
+}
+
+bool lit_fiche(int dossier, const std::string &nom, struct statx &fiche) {
+  return ::statx(dossier, nom.c_str(), AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &fiche) == 0;
+}
+
+// A link that leads nowhere, in a circle or where the user may not go is left out of a listing.
+bool lien_perdu(int dossier, const std::string &nom) {
+  const int erreur = errno;
+  struct stat fiche {};
+  const bool lien =
+      ::fstatat(dossier, nom.c_str(), &fiche, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(fiche.st_mode);
+  errno = erreur;
+  return lien || erreur == ENOENT;
+}
+
+DonneesRecherche donnees(const struct statx &fiche, const NomsEntree &noms) {
+  DonneesRecherche resultat;
+  if (S_ISDIR(fiche.stx_mode)) resultat.attributs |= kAttributDossier;
+  if (!noms.disque.empty() && noms.disque[0] == '.' && noms.disque != "." && noms.disque != "..") {
+    resultat.attributs |= kAttributCache;
+  }
+  resultat.acces = fiche.stx_atime.tv_sec;
+  resultat.modification = fiche.stx_mtime.tv_sec;
+  const bool naissance = (fiche.stx_mask & STATX_BTIME) != 0;
+  resultat.creation = naissance ? fiche.stx_btime.tv_sec
+                                : std::min({resultat.acces, resultat.modification,
+                                            static_cast<std::int64_t>(fiche.stx_ctime.tv_sec)});
+  resultat.taille = S_ISDIR(fiche.stx_mode) ? 0 : fiche.stx_size;
+  resultat.nom_long = noms.texte;
+  resultat.nom_court = noms.court;
+  resultat.nom_large = utf8_vers_large(noms.disque);
+  return resultat;
+}
+
+// The names of what a resolved path leads to; those of the path itself where the folder cannot be read.
+NomsEntree noms_de(const CheminResolu &resolu) {
+  if (!resolu.nom.empty()) {
+    if (auto noms = etat<CacheDossiers>().noms(resolu.dossier_ouvrable(), resolu.nom))
+      return std::move(*noms);
+  }
+  const std::string disque = resolu.nom.empty() ? resolu.utf8 : resolu.nom;
+  return {disque, utf8_vers_texte(disque), {}, true};
+}
+
+bool fiche_de(std::string_view chemin, struct stat &fiche) {
+  const auto resolu = resout_existant(chemin);
+  return resolu && ::stat(resolu->utf8.c_str(), &fiche) == 0;
+}
+
+int drapeaux(Ouverture mode) {
+  switch (mode) {
+    case Ouverture::lecture:
+      return O_RDONLY;
+    case Ouverture::lecture_ecriture:
+      return O_RDWR;
+    case Ouverture::creation:
+      return O_RDWR | O_CREAT | O_TRUNC;
+    case Ouverture::creation_neuve:
+      return O_RDWR | O_CREAT | O_EXCL;
+    case Ouverture::ajout:
+      return O_RDWR | O_CREAT | O_APPEND;
+  }
+  return O_RDONLY;
+}
+
+// 0, or the error that tells why this is no file to open.
+int refus(const struct stat &fiche) {
+  if (S_ISREG(fiche.st_mode)) return 0;
+  return S_ISDIR(fiche.st_mode) ? EISDIR : ENXIO;
+}
+
+// Looks before it opens, since opening a device acts on it; looks again at what was opened. O_NONBLOCK keeps
+// a pipe that comes in between from stopping the program.
+Fichier ouvre_utf8(const std::string &utf8, int mode) {
+  struct stat fiche {};
+  if (::stat(utf8.c_str(), &fiche) == 0 && refus(fiche) != 0) {
+    errno = refus(fiche);
+    return {};
+  }
+  int descripteur = -1;
+  do {
+    descripteur = ::open(utf8.c_str(), mode | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+  } while (descripteur < 0 && errno == EINTR);
+  Fichier fichier(descripteur);
+  if (!fichier || ::fstat(descripteur, &fiche) != 0) return {};
+  if (refus(fiche) == 0) return fichier;
+  errno = refus(fiche);
+  return {};
+}
+
+bool peut_creer(Ouverture mode) {
+  return mode != Ouverture::lecture && mode != Ouverture::lecture_ecriture;
+}
+
+// Resolves what is to be made or opened for making; a name that could not be found again is an invalid
+// argument.
+std::optional<CheminResolu> resout_a_creer(std::string_view chemin) {
+  if (!chemin.empty() && !texte_univoque(chemin)) {
+    errno = EINVAL;
+    return std::nullopt;
+  }
+  return resout(chemin);
+}
+
+// Applies a call to the deepest part of the path that exists.
+template <typename Appel>
+bool sur_existant(std::string_view chemin, Appel appel) {
+  std::string partie = chemin_absolu(chemin);
+  while (!partie.empty()) {
+    const auto resolu = resout(partie);
+    if (resolu && resolu->existe) return appel(resolu->utf8.c_str()) == 0;
+    while (partie.size() > 1 && partie.back() == '/') partie.pop_back();
+    const std::size_t barre = partie.rfind('/');
+    if (barre == std::string::npos || partie == "/") return false;
+    partie.resize(barre == 0 ? 1 : barre);
+  }
+  return false;
+}
+
+std::optional<std::vector<std::uint8_t>> attribut_etendu(const std::string &utf8, const std::string &nom) {
+  std::vector<std::uint8_t> valeur;
+  for (int essai = 0; essai < kEssaisAttribut; ++essai) {
+    const ssize_t taille = ::getxattr(utf8.c_str(), nom.c_str(), nullptr, 0);
+    if (taille < 0) return std::nullopt;
+    valeur.resize(std::clamp<std::size_t>(static_cast<std::size_t>(taille), 1, kMaxAttributEtendu));
+    const ssize_t lus = ::getxattr(utf8.c_str(), nom.c_str(), valeur.data(), valeur.size());
+    if (lus >= 0) {
+      valeur.resize(static_cast<std::size_t>(lus));
+      return valeur;
+    }
+    if (errno != ERANGE) return std::nullopt;  // ERANGE: it grew between the two calls
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<DonneesRecherche> cherche_fichier(std::string_view chemin) {
+  const auto resolu = resout_existant(chemin);
+  struct statx fiche {};
+  if (!resolu || !lit_fiche(AT_FDCWD, resolu->utf8, fiche)) return std::nullopt;
+  if (!est_entree(fiche)) {
+    errno = ENXIO;
+    return std::nullopt;
+  }
+  return donnees(fiche, noms_de(*resolu));
+}
+
+std::optional<std::vector<DonneesRecherche>> liste_dossier(std::string_view dossier) {
+  const auto resolu = resout_existant(dossier);
+  if (!resolu) return std::nullopt;
+  const auto noms = etat<CacheDossiers>().liste(resolu->utf8);
+  if (!noms) return std::nullopt;
+  const Fichier descripteur(::open(resolu->utf8.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!descripteur) return std::nullopt;
+  std::vector<DonneesRecherche> entrees;
+  entrees.reserve(noms->size());
+  for (const NomsEntree &nom : *noms) {
+    struct statx fiche {};
+    if (!lit_fiche(descripteur.descripteur(), nom.disque, fiche)) {
+      if (lien_perdu(descripteur.descripteur(), nom.disque)) continue;
+      return std::nullopt;
+    }
+    if (est_entree(fiche)) entrees.push_back(donnees(fiche, nom));
+  }
+  return entrees;
+}
+
+bool existe(std::string_view chemin) {
+  struct stat fiche {};
+  return fiche_de(chemin, fiche);
+}
+
+bool est_dossier(std::string_view chemin) {
+  struct stat fiche {};
+  return fiche_de(chemin, fiche) && S_ISDIR(fiche.st_mode);
+}
+
+Fichier ouvre(std::string_view chemin, Ouverture mode) {
+  if (!peut_creer(mode)) {
+    const auto resolu = resout_existant(chemin);
+    return resolu ? ouvre_utf8(resolu->utf8, drapeaux(mode)) : Fichier();
+  }
+  const auto resolu = resout_a_creer(chemin);
+  if (!resolu) return {};
+  if (resolu->existe) return ouvre_utf8(resolu->utf8, drapeaux(mode));
+  const ChangementDossier changement(resolu->dossier_ouvrable());
+  Fichier fichier = ouvre_utf8(resolu->utf8, drapeaux(mode));
+  if (fichier) changement.apres({}, resolu->nom);
+  return fichier;
+}
+
+bool supprime(std::string_view chemin) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu) return false;
+  const ChangementDossier changement(resolu->dossier_ouvrable());
+  if (::unlink(resolu->utf8.c_str()) != 0) return false;
+  changement.apres(resolu->nom, {});
+  return true;
+}
+
+bool renomme(std::string_view ancien, std::string_view nouveau) {
+  const auto de = resout_existant(ancien);
+  if (!de) return false;
+  auto vers = resout_a_creer(nouveau);
+  if (!vers) return false;
+  struct stat fiche_de_ancien {};
+  struct stat fiche_de_nouveau {};
+  const bool meme = vers->existe && ::lstat(de->utf8.c_str(), &fiche_de_ancien) == 0 &&
+                    ::lstat(vers->utf8.c_str(), &fiche_de_nouveau) == 0 &&
+                    fiche_de_ancien.st_dev == fiche_de_nouveau.st_dev &&
+                    fiche_de_ancien.st_ino == fiche_de_nouveau.st_ino;
+  if (meme) {  // a change of case alone: the look-up found the file itself
+    std::string propre(nouveau);
+    std::replace(propre.begin(), propre.end(), '\\', '/');
+    while (propre.size() > 1 && propre.back() == '/') propre.pop_back();
+    vers->nom = texte_vers_utf8(propre.substr(propre.rfind('/') + 1));
+    vers->utf8 = joint(vers->dossier, vers->nom);
+  }
+  const ChangementDossier depart(de->dossier_ouvrable());
+  const ChangementDossier arrivee(vers->dossier_ouvrable());
+  if (::rename(de->utf8.c_str(), vers->utf8.c_str()) != 0) return false;
+  depart.apres(de->nom, {});
+  arrivee.apres({}, vers->nom);
+  return true;
+}
+
+bool cree_dossier(std::string_view chemin) {
+  const auto resolu = resout_a_creer(chemin);
+  if (!resolu) return false;
+  if (resolu->existe) {
+    errno = EEXIST;
+    return false;
+  }
+  const ChangementDossier changement(resolu->dossier_ouvrable());
+  if (::mkdir(resolu->utf8.c_str(), 0777) != 0) return false;
+  changement.apres({}, resolu->nom);
+  return true;
+}
+
+bool supprime_dossier(std::string_view chemin) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu) return false;
+  const ChangementDossier changement(resolu->dossier_ouvrable());
+  if (::rmdir(resolu->utf8.c_str()) != 0) return false;
+  changement.apres(resolu->nom, {});
+  return true;
+}
+
+bool fixe_dates(const Fichier &fichier, std::int64_t acces, std::int64_t modification) {
+  const std::array<timespec, 2> dates = {timespec{acces, 0}, timespec{modification, 0}};
+  return ::futimens(fichier.descripteur(), dates.data()) == 0;
+}
+
+bool fixe_dates(std::string_view chemin, std::int64_t acces, std::int64_t modification) {
+  const auto resolu = resout_existant(chemin);
+  const std::array<timespec, 2> dates = {timespec{acces, 0}, timespec{modification, 0}};
+  return resolu && ::utimensat(AT_FDCWD, resolu->utf8.c_str(), dates.data(), 0) == 0;
+}
+
+std::string texte_erreur(int numero) {
+  std::array<char, 256> tampon{};
+  return utf8_vers_texte(::strerror_r(numero, tampon.data(), tampon.size()));
+}
+
+std::optional<std::uint64_t> espace_libre(std::string_view chemin) {
+  struct statvfs systeme {};
+  if (!sur_existant(chemin, [&](const char *utf8) { return ::statvfs(utf8, &systeme); })) return std::nullopt;
+  return std::uint64_t{systeme.f_bavail} * systeme.f_frsize;
+}
+
+bool accepte_gros_fichiers(std::string_view chemin) {
+  struct statfs systeme {};
+  if (!sur_existant(chemin, [&](const char *utf8) { return ::statfs(utf8, &systeme); })) return true;
+  return systeme.f_type != kMagieFat;
+}
+
+bool meme_fichier(std::string_view a, std::string_view b) {
+  struct stat fiche_a {};
+  struct stat fiche_b {};
+  return fiche_de(a, fiche_a) && fiche_de(b, fiche_b) && fiche_a.st_dev == fiche_b.st_dev &&
+         fiche_a.st_ino == fiche_b.st_ino;
+}
+
+Fichier ouvre_flux(std::string_view chemin, std::string_view nom) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu || !texte_univoque(nom)) return {};
+  if (Fichier flux = ouvre_utf8(resolu->utf8 + ":" + std::string(nom), O_RDONLY)) return flux;
+  const auto valeur = attribut_etendu(resolu->utf8, "user." + std::string(nom));
+  if (!valeur) return {};
+  Fichier copie = fichier_anonyme();
+  if (!copie || !copie.ecrire_a(*valeur, 0)) return {};
+  return copie;
+}
+
+}  // namespace varnion::plateforme
