@@ -67,9 +67,8 @@ class Marche {
   /// One component of a UTF-8 path; false when nothing shows it.
   bool avance_utf8(const std::string &nom) {
     if (special(nom)) return true;
-    auto noms = cherche(nom);
+    if (const auto noms = cherche(nom)) return ajoute(*noms);
     const std::string texte = utf8_vers_texte(nom);
-    if (noms) return ajoute(*noms);
     if (nom.find('\\') != std::string::npos) {
       const auto parties = decoupe(texte, "\\");
       return std::all_of(parties.begin(), parties.end(),
@@ -85,13 +84,10 @@ class Marche {
       errno = ENOENT;
       return false;
     }
-    if (auto noms = cherche(texte_vers_utf8(texte))) {
-      if (noms->lisible && majuscules(noms->texte) == majuscules(texte)) noms->texte = texte;
-      return ajoute(*noms);
-    }
+    if (const auto noms = cherche(texte_vers_utf8(texte))) return ajoute(*noms);
     composantes_.push_back({std::string(texte), {}, true});
     dossier_ = joint(dossier_, texte_vers_utf8(texte));
-    existe_ = false;
+    existe_ = existe_ && est_la(dossier_);  // it may lie in a folder that can be entered but not read
     return true;
   }
 

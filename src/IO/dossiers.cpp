@@ -319,6 +319,11 @@ void ChangementDossier::apres(std::string_view ancien, std::string_view nouveau)
 // --- resolution
 // -----------------------------------------------------------------------------------------------
 
+bool est_la(const std::string &utf8) {
+  struct stat fiche {};
+  return ::lstat(utf8.c_str(), &fiche) == 0;
+}
+
 std::string joint(const std::string &dossier, std::string_view nom) {
   std::string chemin = dossier;
   if (!chemin.empty() && chemin.back() != '/') chemin.push_back('/');
@@ -333,11 +338,6 @@ bool texte_univoque(std::string_view texte) {
 namespace {
 
 constexpr std::size_t kMaxChemin = 4096;  // PATH_MAX of the system: nothing longer can be opened
-
-bool est_la(const std::string &utf8) {
-  struct stat fiche {};
-  return ::lstat(utf8.c_str(), &fiche) == 0;
-}
 
 // Cuts the last component off a path that has no "/" at its end but for the root.
 void separe_nom(CheminResolu &resolu) {

@@ -136,6 +136,8 @@ struct CheminResolu {
 /// The same for what must exist.
 [[nodiscard]] std::optional<CheminResolu> resout_existant(std::string_view chemin);
 
+/// True when the system knows this path, if only as a link.
+[[nodiscard]] bool est_la(const std::string &utf8);
 /// `dossier` and `nom` as one path.
 [[nodiscard]] std::string joint(const std::string &dossier, std::string_view nom);
 /// True when the text names one thing in UTF-8: no "?", no byte without a character.

@@ -69,7 +69,9 @@ NomsEntree noms_de(const CheminResolu &resolu) {
     if (auto noms = etat<CacheDossiers>().noms(resolu.dossier_ouvrable(), resolu.nom))
       return std::move(*noms);
   }
-  const std::string disque = resolu.nom.empty() ? resolu.utf8 : resolu.nom;
+  const std::string dernier =
+      resolu.utf8.substr(resolu.utf8.rfind('/') + 1);  // ".", ".." or nothing for the root
+  const std::string disque = dernier.empty() ? "/" : dernier;
   return {disque, utf8_vers_texte(disque), {}, true};
 }
 
@@ -131,6 +133,19 @@ std::optional<CheminResolu> resout_a_creer(std::string_view chemin) {
     return std::nullopt;
   }
   return resout(chemin);
+}
+
+bool meme_inode(const std::string &a, const std::string &b) {
+  struct stat fiche_a {};
+  struct stat fiche_b {};
+  return ::lstat(a.c_str(), &fiche_a) == 0 && ::lstat(b.c_str(), &fiche_b) == 0 &&
+         fiche_a.st_dev == fiche_b.st_dev && fiche_a.st_ino == fiche_b.st_ino;
+}
+
+// The last name of a working-text path, in UTF-8.
+std::string derniere_composante(std::string_view chemin) {
+  while (chemin.size() > 1 && (chemin.back() == '/' || chemin.back() == '\\')) chemin.remove_suffix(1);
+  return texte_vers_utf8(chemin.substr(chemin.find_last_of("/\\") + 1));
 }
 
 // Applies a call to the deepest part of the path that exists.
@@ -235,22 +250,15 @@ bool renomme(std::string_view ancien, std::string_view nouveau) {
   if (!de) return false;
   auto vers = resout_a_creer(nouveau);
   if (!vers) return false;
-  struct stat fiche_de_ancien {};
-  struct stat fiche_de_nouveau {};
-  const bool meme = vers->existe && ::lstat(de->utf8.c_str(), &fiche_de_ancien) == 0 &&
-                    ::lstat(vers->utf8.c_str(), &fiche_de_nouveau) == 0 &&
-                    fiche_de_ancien.st_dev == fiche_de_nouveau.st_dev &&
-                    fiche_de_ancien.st_ino == fiche_de_nouveau.st_ino;
-  if (meme) {  // a change of case alone: the look-up found the file itself
-    std::string propre(nouveau);
-    std::replace(propre.begin(), propre.end(), '\\', '/');
-    while (propre.size() > 1 && propre.back() == '/') propre.pop_back();
-    vers->nom = texte_vers_utf8(propre.substr(propre.rfind('/') + 1));
+  const bool meme = vers->existe && meme_inode(de->utf8, vers->utf8);
+  if (meme) {  // most often a change of case alone, where the look-up found the file itself
+    vers->nom = derniere_composante(nouveau);
     vers->utf8 = joint(vers->dossier, vers->nom);
   }
   const ChangementDossier depart(de->dossier_ouvrable());
   const ChangementDossier arrivee(vers->dossier_ouvrable());
   if (::rename(de->utf8.c_str(), vers->utf8.c_str()) != 0) return false;
+  if (meme) return true;  // two links to one file both stay: the folder's time stamp tells what came of it
   depart.apres(de->nom, {});
   arrivee.apres({}, vers->nom);
   return true;
@@ -318,7 +326,10 @@ Fichier ouvre_flux(std::string_view chemin, std::string_view nom) {
   if (!resolu || !texte_univoque(nom)) return {};
   if (Fichier flux = ouvre_utf8(resolu->utf8 + ":" + std::string(nom), O_RDONLY)) return flux;
   const auto valeur = attribut_etendu(resolu->utf8, "user." + std::string(nom));
-  if (!valeur) return {};
+  if (!valeur) {
+    if (errno == ENOTSUP) errno = ENODATA;
+    return {};
+  }
   Fichier copie = fichier_anonyme();
   if (!copie || !copie.ecrire_a(*valeur, 0)) return {};
   return copie;

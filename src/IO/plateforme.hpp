@@ -107,7 +107,8 @@ struct DonneesRecherche {
 // ----------------------------------------------------------------------------------------
 
 /// Content of the stream `nom` ("AFP_Resource", "AFP_AfpInfo") of a file, opened as "file:nom", failing that
-/// the extended attribute "user.nom" copied to a temporary file. Closed when there is none.
+/// the extended attribute "user.nom" copied to a temporary file. Closed when there is none (`errno` is
+/// ENODATA then) or it cannot be read.
 [[nodiscard]] Fichier ouvre_flux(std::string_view chemin, std::string_view nom);
 
 // --- time
