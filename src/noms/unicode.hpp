@@ -24,6 +24,8 @@ struct NomUnicode {
   [[nodiscard]] std::u16string large() const;
   /// Adds one unit; false, and nothing added, when the name is full.
   bool ajoute(char16_t unite);
+  /// Adds all units of a sequence; false, and nothing added, when they do not all fit.
+  bool ajoute_entiere(std::u16string_view sequence);
 };
 static_assert(sizeof(NomUnicode) == 512 && alignof(NomUnicode) == 1);
 
