@@ -135,7 +135,7 @@ std::optional<std::string> chaine_si_connue(int id) {
 std::string charger_chaine(int id) {
   if (std::optional<std::string> texte = chaine_si_connue(id)) return std::move(*texte);
   // Typed in place: a text from the table could be the one that is missing.
-  const std::string substitut = "[" + std::to_string(id) + "]";
+  std::string substitut = "[" + std::to_string(id) + "]";
   operations().journal(GenreJournal::information, "Missing string " + substitut);
   return substitut;
 }
