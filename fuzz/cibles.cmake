@@ -1,0 +1,3 @@
+vn_fuzz(macbinaire NEEDS fichiers)
+vn_fuzz(binhex NEEDS fichiers)
+vn_fuzz(apple NEEDS fichiers)
