@@ -25,6 +25,9 @@ constexpr std::size_t kMaxIndexes = 16;
 // (FAT).
 constexpr std::int64_t kGrainFin = 20'000'000;
 constexpr std::int64_t kGrainGros = 2'100'000'000;
+// How long an index that followed our own changes stands before it is read again, with fine stamps; well
+// above the time that reading a large folder takes.
+constexpr std::int64_t kSursis = 250'000'000;
 
 struct FermeDossier {
   void operator()(DIR *dossier) const { ::closedir(dossier); }
@@ -211,14 +214,15 @@ void IndexDossier::adopte(const EmpreinteDossier &empreinte) {
 }
 
 bool IndexDossier::fiable() const {
-  const std::int64_t grain = empreinte_.modification.tv_nsec == 0 ? kGrainGros : kGrainFin;
+  const bool secondes_entieres = empreinte_.modification.tv_nsec == 0;
+  const std::int64_t grain = secondes_entieres ? kGrainGros : kGrainFin;
   const std::int64_t age = ecart_ns(empreinte_.modification, lecture_);
   if (age < 0 || age > grain) return true;  // a stamp in the future tells nothing of the grain
   // Our own changes are in the index already: it stands for a while before it is read again, once, to catch
   // what another program may have done in the same instant. So a run that creates file after file reads
   // seldom.
   const std::int64_t depuis = ecart_ns(lecture_, heure_systeme());
-  return adoptee_ && depuis >= 0 && depuis <= kGrainGros;
+  return adoptee_ && depuis >= 0 && depuis <= (secondes_entieres ? kGrainGros : kSursis);
 }
 
 // --- the cache
@@ -285,7 +289,7 @@ void CacheDossiers::avant_changement(const std::string &dossier_utf8) {
   if (::stat(dossier_utf8.c_str(), &fiche) != 0) return;
   const EmpreinteDossier empreinte = EmpreinteDossier::de(fiche);
   const auto place = trouve(empreinte);
-  if (place != indexes_.end() && !(place->empreinte() == empreinte && place->fiable())) indexes_.erase(place);
+  if (place != indexes_.end() && !(place->empreinte() == empreinte)) indexes_.erase(place);
 }
 
 void CacheDossiers::apres_changement(const std::string &dossier_utf8, std::string_view ancien,

@@ -63,8 +63,9 @@ int driver_fichier(RequeteIO &requete) {
   Support &medium = support();
   if (!medium.image.ouvert()) return -1;
   const bool lire = requete.operation == kOperationLire;
-  if ((!lire && requete.operation != kOperationEcrire) || requete.tampon == nullptr) return 1;
+  if (!lire && requete.operation != kOperationEcrire) return 1;
   const std::size_t longueur = std::size_t{requete.nb_secteurs} * kTailleSecteur;
+  if (requete.tampon == nullptr && longueur != 0) return 1;
   // A position out of the 64-bit byte range is one that no file reaches: fichier refuses the largest one.
   const std::uint64_t position = requete.position > std::numeric_limits<std::uint64_t>::max() / kTailleSecteur
                                      ? std::numeric_limits<std::uint64_t>::max()

@@ -70,8 +70,8 @@ Fichier fichier_temporaire(std::string_view prefixe, std::string &chemin) {
   std::string dossier = dossier_temporaire();
   if (dossier.empty()) return {};
   std::string debut(prefixe);
-  std::replace_if(
-      debut.begin(), debut.end(), [](char c) { return c == '/' || c == '\\' || c == '?'; }, '_');
+  const auto impropre = [](char c) { return c == '/' || c == '\\' || !texte_univoque({&c, 1}); };
+  std::replace_if(debut.begin(), debut.end(), impropre, '_');
   std::string modele = joint(utf8_prive(), texte_vers_utf8(debut) + "XXXXXX");
   Fichier fichier(::mkostemp(modele.data(), O_CLOEXEC));
   if (fichier) chemin = dossier + debut + modele.substr(modele.size() - 6);
