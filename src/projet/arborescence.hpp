@@ -55,7 +55,8 @@ void pose_vues(RubriqueProjet &rubrique, int vue, ModeProjet mode);
                                                  std::string_view nom, std::uint32_t pere);
 
 /// Walks `chemin` (levels parted by "/" or "\") under the disk folder `base`, beginning in `pere`; a level
-/// that is missing in the project is made. Number of the last level, 0 on failure.
+/// that is missing in the project is made. An empty `base` makes
+/// folders without source. Number of the last level, 0 on failure.
 [[nodiscard]] std::uint32_t creation_chemin(FichierProjet &projet, std::string_view base,
                                             std::string_view chemin, std::uint32_t pere);
 

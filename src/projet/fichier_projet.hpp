@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -95,6 +97,9 @@ class FichierProjet {
   /// up.
   [[nodiscard]] std::uint32_t prochain_dossier();
   [[nodiscard]] std::uint32_t prochain_fichier();
+  /// Raises the counters to the number of a record that is in the file: a head that was not saved must not
+  /// give a number twice.
+  void releve_compteurs(const RubriqueProjet &rubrique);
 
   /// `lecture_label`: label of the current view in working text; "Untitled" if the magic fails or it is
   /// empty. The root view shows the ISO label.
@@ -142,6 +147,8 @@ class FichierProjet {
   /// the tail moved from its end, so that a failure loses nothing. False on a write error (`errno` tells),
   /// with the file as it was.
   [[nodiscard]] bool ouvre_trou(std::uint64_t rang, std::uint64_t nombre);
+  /// The same, with the records put in the gap. The table of folders and the estimate are the caller's.
+  [[nodiscard]] bool insere(std::uint64_t rang, std::span<const RubriqueProjet> lot);
   /// Removes `nombre` records from `rang` on by moving the tail to the front in large blocks; the file is
   /// then cut.
   [[nodiscard]] bool ferme_trou(std::uint64_t rang, std::uint64_t nombre);
@@ -152,12 +159,23 @@ class FichierProjet {
   /// Adds to the counts of a folder or of the root (folders, files). False when the folder is not found or
   /// not written.
   [[nodiscard]] bool ajoute_comptes(std::uint32_t numero, std::int64_t dossiers, std::int64_t fichiers);
-  bool vide() const { return fichier_vider(fichier_); }
+  /// Brings everything to the disk.
+  [[nodiscard]] bool vide() const { return fichier_vider(fichier_); }
 
  private:
-  void construit_table() const;
+  /// Folder number -> its `pere`. The display may search while a compile reads the same project.
+  struct TableDossiers {
+    std::mutex verrou;
+    bool prete = false;
+    std::unordered_map<std::uint32_t, std::uint32_t> peres;
+  };
+  [[nodiscard]] std::optional<std::uint32_t> pere_de_dossier(std::uint32_t numero, bool relire) const;
+  [[nodiscard]] bool lit_exact(std::uint64_t rang, std::span<RubriqueProjet> lot) const;
+  [[nodiscard]] bool ecrit_zeros(std::uint64_t debut, std::uint64_t fin);
+  [[nodiscard]] bool decale_fin(std::uint64_t debut, std::uint64_t fin, std::uint64_t nombre);
+  [[nodiscard]] bool decale_milieu(std::uint64_t debut, std::uint64_t fin, std::uint64_t nombre);
   void copie_de_sauvegarde() const;
-  [[nodiscard]] bool reprend(std::string_view cible);
+  [[nodiscard]] bool deplace_vers(const std::string &cible);
 
   Fichier fichier_;
   std::string chemin_;
@@ -168,8 +186,7 @@ class FichierProjet {
   std::uint32_t dernier_dossier_ = kPremierCompteur;
   std::uint32_t dernier_fichier_ = 0;
   std::uint64_t estimation_ = 0;
-  mutable bool table_prete_ = false;
-  mutable std::unordered_map<std::uint32_t, std::uint32_t> peres_;  ///< folder number -> its `pere`
+  std::unique_ptr<TableDossiers> table_ = std::make_unique<TableDossiers>();
 };
 
 /// Buffered iteration over the items of a range of ranks.
@@ -211,6 +228,7 @@ class LecteurEnfants {
  private:
   std::uint32_t pere_;
   LecteurRubriques lecteur_;
+  bool finie_ = false;
 };
 
 /// Item number -> rank, built in one pass, for many look-ups between two changes of the array. The first item
