@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -27,8 +28,9 @@ void ecriture_entete_arbre();
 
 /// Copy of the catalog's node map while a command runs.
 struct CarteNoeuds {
-  std::vector<std::uint8_t> octets;  ///< `carte_noeuds`: node 0 is bit 0x80 of byte 0
-  std::uint32_t mot_bas = 0;         ///< all 32-bit words below this one are full
+  std::vector<std::uint8_t> octets;   ///< `carte_noeuds`: node 0 is bit 0x80 of byte 0
+  std::vector<std::uint32_t> chaine;  ///< map nodes, in order
+  std::size_t octet_bas = 0;          ///< all bytes below this one are full
   bool chargee = false;
 };
 [[nodiscard]] CarteNoeuds &carte_noeuds();
@@ -43,6 +45,8 @@ void libere_carte_noeuds();
 /// the tree has too few free nodes.
 [[nodiscard]] bool ajoute_noeuds_carte();
 
+/// True when this many nodes can be had: by freeNodes, by the map, and within the catalog file.
+[[nodiscard]] bool noeuds_disponibles(std::uint32_t nombre);
 /// Takes the first free node and marks it: its number, or 0 when none is left (the catalog file does not grow
 /// yet). Loads the node map when that was not done.
 [[nodiscard]] std::uint32_t alloue_noeud_hfs(DescripteurArbre &arbre);

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "IO/fichier.hpp"
 #include "IO/requete.hpp"
@@ -37,13 +36,14 @@ class FenetreMemoire {
   };
 
   void transfere_dans(bool ecrit, std::uint64_t secteur, std::uint32_t nombre, std::uint8_t *tampon);
-  [[nodiscard]] std::uint64_t octets_de_page(std::uint64_t page) const;
+  void signale_manque();
+  [[nodiscard]] std::size_t octets_de_page(std::uint64_t page) const;
 
-  std::uint64_t debut_ = 0;
-  std::uint64_t nombre_ = 0;
-  std::vector<Page> pages_;
-  bool ouverte_ = false;
-  bool manque_memoire_ = false;
+  std::uint64_t debut_ = 0;   // sectors
+  std::uint64_t nombre_ = 0;  // sectors
+  std::unique_ptr<Page[]> pages_;
+  std::uint64_t nb_pages_ = 0;
+  bool manque_memoire_ = false;  // a write found no memory: the window no longer holds what it should
 };
 
 /// The window of this process.
