@@ -6,7 +6,7 @@ set(VN_AVERTISSEMENTS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 add_library(vn_options INTERFACE)
 target_compile_options(vn_options INTERFACE ${VN_AVERTISSEMENTS})
 target_include_directories(vn_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
-target_compile_definitions(vn_options INTERFACE _FILE_OFFSET_BITS=64)
+target_compile_definitions(vn_options INTERFACE _FILE_OFFSET_BITS=64 VARNION_VERSION="${PROJECT_VERSION}")
 if(VARNION_ASAN)
   target_compile_options(vn_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                                               -fno-omit-frame-pointer)

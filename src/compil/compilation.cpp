@@ -1,0 +1,264 @@
+#include "compil/compilation.hpp"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "compil/execution.hpp"
+#include "IO/operations.hpp"
+#include "IO/plateforme.hpp"
+#include "noms/regles.hpp"
+#include "noms/texte.hpp"
+#include "projet/arborescence.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kVuesVides = 1550;
+constexpr int kVueIsoVide = 1551;
+constexpr int kVueHfsVide = 1552;
+constexpr int kIsopVide = 1553;
+constexpr int kPlaceManque = 1073;
+constexpr int kQuatreGigas = 1474;
+constexpr int kSansTitre = 1287;
+constexpr int kCalculEnCours = 1344;
+constexpr int kPatience = 1059;
+constexpr int kArrete = 1395;
+constexpr int kEcritureImage = 6322;    // image, system error
+constexpr int kCibleEstProjet = 6323;   // path
+constexpr int kPassageHfsplus = 6324;   // classic HFS cannot hold the project
+constexpr int kRepriseJournal = 6325;   // journal
+constexpr int kNaturePasEncore = 6326;  // this kind of image
+constexpr int kRepriseVaine = 6327;
+constexpr std::size_t kLongueurMessage = 100;
+constexpr std::uint64_t kLimiteFat = 0xFFFF0000;
+constexpr int kEssaisMax = 6;
+constexpr std::size_t kLabelIsoMax = 16;
+
+class Compilation {
+ public:
+  Compilation(FichierProjet &projet, const DemandeCompilation &demande, SuiviCompilation &suivi)
+      : projet_(projet), demande_(demande), suivi_(suivi) {
+    ctx_.projet = &projet;
+    ctx_.chemin_cible = demande.cible;
+    ctx_.options = demande.postgap ? kOptionPostgap : 0;
+  }
+
+  BilanCompilation lance();
+
+ private:
+  bool choisit_nature();
+  bool verifie_cible();
+  bool choisit_taille_bloc();
+  bool passe_en_hfsplus();
+  bool nomme();
+  bool compte();
+  bool ouvre_cible();
+  int execute();
+  bool termine(int resultat);
+  bool erreur_cible(int numero);
+
+  FichierProjet &projet_;
+  const DemandeCompilation &demande_;
+  SuiviCompilation &suivi_;
+  ContexteCompilation ctx_;
+  EnteteProjet entete_;
+  Fichier cible_;
+  std::string chemin_partiel_;
+  std::uint64_t octets_ = 0;
+};
+
+std::string dossier_de(const std::string &chemin) {
+  const std::size_t barre = chemin.find_last_of("/\\");
+  return barre == std::string::npos ? std::string(".") : chemin.substr(0, barre + 1);
+}
+
+std::string nom_sans_extension(const std::string &chemin) {
+  const std::size_t barre = chemin.find_last_of("/\\");
+  const std::string nom = barre == std::string::npos ? chemin : chemin.substr(barre + 1);
+  const std::size_t point = nom.rfind('.');
+  return point == std::string::npos || point == 0 ? nom : nom.substr(0, point);
+}
+
+bool Compilation::erreur_cible(int numero) {
+  operations().afficher_erreur(message(
+      kEcritureImage, {tronque_chemin(demande_.cible, kLongueurMessage), plateforme::texte_erreur(numero)}));
+  return false;
+}
+
+bool Compilation::choisit_nature() {
+  if (!estimation_secteurs(projet_) || !projet_.vide() || !projet_.lit_entete(entete_))
+    return erreur_cible(errno);
+  const bool iso = entete_.compte_iso != 0;
+  const bool mac = entete_.compte_hfs != 0;
+  if (projet_.mode() == ModeProjet::isop) {
+    ctx_.nature = Nature::iso_apple;
+    if (!iso) operations().afficher_erreur(charger_chaine(kIsopVide));
+    return iso;
+  }
+  if (!iso && !mac) {
+    operations().afficher_erreur(charger_chaine(kVuesVides));
+    return false;
+  }
+  GenreDemande genre = demande_.genre;
+  if (genre == GenreDemande::hybride && !iso) {
+    operations().afficher_avis(charger_chaine(kVueIsoVide));
+    genre = GenreDemande::mac;
+  } else if (genre == GenreDemande::hybride && !mac) {
+    operations().afficher_avis(charger_chaine(kVueHfsVide));
+    genre = GenreDemande::iso;
+  }
+  const bool plus = projet_.hfsplus();
+  ctx_.nature = genre == GenreDemande::iso   ? Nature::iso
+                : genre == GenreDemande::mac ? (plus ? Nature::hfsplus : Nature::hfs)
+                                             : (plus ? Nature::hybride_hfsplus : Nature::hybride_hfs);
+  return true;
+}
+
+bool Compilation::verifie_cible() {
+  const std::string dossier = dossier_de(demande_.cible);
+  if (plateforme::est_dossier(demande_.cible)) return erreur_cible(EISDIR);
+  if (plateforme::meme_fichier(demande_.cible, projet_.chemin())) {
+    operations().afficher_erreur(
+        message(kCibleEstProjet, {tronque_chemin(demande_.cible, kLongueurMessage)}));
+    return false;
+  }
+  const std::uint64_t estimation = projet_.estimation();
+  if (!plateforme::accepte_gros_fichiers(dossier) && estimation * kSecteurIso > kLimiteFat) {
+    operations().afficher_erreur(charger_chaine(kQuatreGigas));
+    return false;
+  }
+  const auto libre = plateforme::espace_libre(dossier);
+  if (libre && (*libre >> 20) * 512 < estimation) {
+    operations().afficher_erreur(charger_chaine(kPlaceManque));
+    return false;
+  }
+  return true;
+}
+
+bool Compilation::passe_en_hfsplus() {
+  operations().afficher_avis(charger_chaine(kPassageHfsplus));
+  if (!change_format(projet_, true, troncature_automatique())) return false;
+  ctx_.nature = ctx_.nature == Nature::hfs ? Nature::hfsplus : Nature::hybride_hfsplus;
+  return projet_.lit_entete(entete_);
+}
+
+bool Compilation::choisit_taille_bloc() {
+  ctx_.taille_bloc = kSecteurIso;
+  if (!ctx_.a_volume() || nature_est_hfsplus(ctx_.nature)) return true;
+  const LongueursProjet longueurs(projet_);
+  for (std::uint32_t taille = kSecteurIso; taille < kTailleBlocMax; taille += kSecteurIso) {
+    const bool fourches = !demande_.borne_fourches || longueurs.plus_grande_branche() / taille < 0x7FFF;
+    if (!fourches || longueurs.blocs(taille) >= 65536) continue;
+    ctx_.taille_bloc = taille;
+    return true;
+  }
+  return passe_en_hfsplus();
+}
+
+bool Compilation::nomme() {
+  if (lit_champ(entete_.label_iso) == charger_chaine(kSansTitre)) {
+    const std::string nom = nom_sans_extension(demande_.cible);
+    ecrit_champ_coupe(entete_.label_iso, nom, kLabelIsoMax);
+    ecrit_champ_coupe(entete_.label_hfs, entete_.hfsplus() ? nom : nom_mac(nom),
+                      entete_.hfsplus() ? entete_.label_hfs.size() - 1 : kNomVolumeHfsMax);
+    if (!projet_.ecrit_entete(entete_) || !projet_.vide()) return erreur_cible(errno);
+  }
+  ctx_.label_iso = lit_champ(entete_.label_iso);
+  ctx_.label_hfs = lit_champ(entete_.label_hfs);
+  if (ctx_.label_hfs.empty()) ctx_.label_hfs = charger_chaine(kSansTitre);
+  ctx_.icone_volume = entete_.icone_volume();
+  ctx_.ouvrir_racine = entete_.ouvrir_racine();
+  return true;
+}
+
+bool Compilation::compte() {
+  const auto comptes = compte_projet(projet_);
+  if (!comptes) return erreur_cible(errno);
+  ctx_.secteurs = comptes->secteurs;
+  ctx_.fichiers = comptes->fichiers;
+  ctx_.dossiers = comptes->dossiers;
+  ctx_.fichiers_hfs = comptes->fichiers_hfs;
+  ctx_.dossiers_hfs = comptes->dossiers_hfs;
+  ctx_.fichiers_iso = comptes->fichiers_iso;
+  ctx_.dossiers_iso = comptes->dossiers_iso;
+  return true;
+}
+
+bool Compilation::ouvre_cible() {
+  for (int n = 1; n <= 100; ++n) {
+    chemin_partiel_ = demande_.cible + (n == 1 ? ".part" : ".part" + std::to_string(n));
+    cible_ = plateforme::ouvre(chemin_partiel_, Ouverture::creation_neuve);
+    if (cible_.ouvert()) return true;
+    if (errno != EEXIST) return erreur_cible(errno);
+  }
+  return erreur_cible(EEXIST);
+}
+
+int Compilation::execute() {
+  BesoinsVolume besoins;
+  int resultat = kCompilReprise;
+  for (int essai = 0; essai < kEssaisMax && resultat == kCompilReprise; ++essai) {
+    if (essai > 0) {
+      operations().journal(GenreJournal::information, charger_chaine(kRepriseJournal));
+      if (!fichier_tronquer(cible_, 0)) break;
+    }
+    ctx_.remarques = 0;
+    Execution execution(ctx_, suivi_, cible_);
+    resultat = execution.lance(besoins);
+    if (resultat != kCompilReussie && execution.erreur_ecriture() != 0)
+      erreur_cible(execution.erreur_ecriture());
+  }
+  if (resultat == kCompilReprise) operations().afficher_erreur(charger_chaine(kRepriseVaine));
+  return resultat;
+}
+
+bool Compilation::termine(int resultat) {
+  bool fait = resultat == kCompilReussie;
+  if (fait) octets_ = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(cible_), 0));
+  if (!cible_.fermer() && fait) fait = erreur_cible(errno);
+  if (fait && !plateforme::renomme(chemin_partiel_, demande_.cible)) fait = erreur_cible(errno);
+  if (!fait) static_cast<void>(plateforme::supprime(chemin_partiel_));
+  return fait;
+}
+
+BilanCompilation Compilation::lance() {
+  BilanCompilation bilan;
+  operations().afficher_etat(charger_chaine(kCalculEnCours), charger_chaine(kPatience));
+  bool pret = choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && compte();
+  operations().afficher_etat({}, {});
+  if (pret && VolumeMac::cree(ctx_.nature) == nullptr && ctx_.nature != Nature::iso) {
+    operations().afficher_erreur(charger_chaine(kNaturePasEncore));
+    pret = false;
+  }
+  bilan.nature = ctx_.nature;
+  if (!pret || !ouvre_cible()) return bilan;
+  int resultat = execute();
+  if (resultat == kCompilHfsplusRequis) {
+    // The flag is stored in the project, which then compiles in that form.
+    if (passe_en_hfsplus() && choisit_taille_bloc() && nomme()) {
+      resultat = VolumeMac::cree(ctx_.nature) != nullptr ? execute() : kCompilEchec;
+      if (VolumeMac::cree(ctx_.nature) == nullptr)
+        operations().afficher_erreur(charger_chaine(kNaturePasEncore));
+    }
+  }
+  const bool fait = termine(resultat);
+  if (!fait) operations().afficher_erreur(charger_chaine(kArrete));
+  bilan.resultat = fait ? kCompilReussie : (resultat == kCompilReussie ? kCompilEchec : resultat);
+  bilan.nature = ctx_.nature;
+  bilan.fichiers = ctx_.fichiers;
+  bilan.dossiers = ctx_.dossiers;
+  bilan.octets = octets_;
+  bilan.remarques = ctx_.remarques;
+  return bilan;
+}
+
+}  // namespace
+
+BilanCompilation compile_projet(FichierProjet &projet, const DemandeCompilation &demande,
+                                SuiviCompilation &suivi) {
+  return Compilation(projet, demande, suivi).lance();
+}
+
+}  // namespace varnion

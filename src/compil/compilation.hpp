@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "compil/contexte.hpp"
+#include "projet/fichier_projet.hpp"
+
+namespace varnion {
+
+/// What the user asks of a project. A hybrid compile of a project with one empty view becomes a pure one.
+enum class GenreDemande { hybride, iso, mac };
+
+struct DemandeCompilation {
+  std::string cible;  ///< path of the image, working text
+  GenreDemande genre = GenreDemande::hybride;
+  bool postgap = true;
+  /// The block size search of the dialogs: no fork of 32,767 blocks or more. A batch run bounds the blocks
+  /// alone.
+  bool borne_fourches = false;
+};
+
+struct BilanCompilation {
+  int resultat = kCompilEchec;
+  Nature nature = Nature::hybride_hfs;
+  std::uint64_t fichiers = 0, dossiers = 0;
+  std::uint64_t octets = 0;     ///< of the image
+  std::uint64_t remarques = 0;  ///< items left out or changed; each was named
+};
+
+/// Compiles a project into an image. The image is written beside the target under a name of its own and takes
+/// the target's place when all is well: a failure leaves what was there. Every failure was told to the user.
+[[nodiscard]] BilanCompilation compile_projet(FichierProjet &projet, const DemandeCompilation &demande,
+                                              SuiviCompilation &suivi);
+
+}  // namespace varnion

@@ -1,0 +1,245 @@
+#include "compil/dimension.hpp"
+
+#include <algorithm>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "compil/descripteurs.hpp"
+#include "compil/noms_disque.hpp"
+#include "compil/repertoires.hpp"
+#include "IO/operations.hpp"
+#include "IO/plateforme.hpp"
+#include "noms/regles.hpp"
+#include "noms/tables.hpp"
+#include "noms/texte.hpp"
+#include "projet/fichier_projet.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kNomsEgaux = 6300;         // folder, view, first item, second item
+constexpr int kNomsEgauxSuite = 6301;    // %d more
+constexpr int kDossiersEnCercle = 6302;  // folder
+constexpr int kTropProfond = 6303;       // folder
+constexpr int kReserveIso = 6304;        // journal
+constexpr int kVueIsoTexte = 6305;
+constexpr int kVueHfsTexte = 6306;
+constexpr std::size_t kNomsEgauxMontres = 10;
+constexpr std::size_t kLongueurMessage = 100;  ///< bytes of a path in a message
+
+/// Adds a record to an estimated run of sectors: it goes on to a new sector when it does not fit under 2049
+/// bytes.
+void compte_fiche(std::size_t &octets, std::uint64_t &secteurs, std::size_t longueur) {
+  if (octets + longueur > kSecteurIso) {
+    ++secteurs;
+    octets = longueur;
+  } else {
+    octets += longueur;
+  }
+}
+
+/// A name as the HFS catalog orders it: two names with the same weights are one key.
+std::u16string poids(std::string_view nom) {
+  std::u16string texte;
+  for (const char c : nom) texte.push_back(static_cast<char16_t>(ordre_hfs[static_cast<std::uint8_t>(c)]));
+  return texte;
+}
+
+struct Attente {
+  std::uint32_t numero;
+  std::size_t profondeur;
+  std::string chemin;
+};
+
+class Mesure {
+ public:
+  Mesure(ContexteCompilation &contexte, const VolumeMac *volume, Dimensions &dimensions)
+      : ctx_(contexte), volume_(volume), dim_(dimensions) {}
+
+  bool parcourt();
+
+ private:
+  bool mesure_dossier(const Attente &ici);
+  void mesure_iso(const RubriqueProjet &r);
+  void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
+  void mesure_longueurs(const RubriqueProjet &r);
+  void note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
+                  const std::string &b);
+
+  ContexteCompilation &ctx_;
+  const VolumeMac *volume_;
+  Dimensions &dim_;
+  std::size_t octets_iso_ = 0, octets_joliet_ = 0;         // estimate
+  std::size_t exact_iso_ = 0, exact_joliet_ = 0;           // as the directories will be
+  std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
+  std::unordered_map<std::u16string, std::string> noms_hfs_;
+  std::size_t egaux_ = 0;
+};
+
+void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
+                        const std::string &b) {
+  if (++egaux_ > kNomsEgauxMontres) return;
+  const std::string vue_texte = charger_chaine(vue == kVueIso ? kVueIsoTexte : kVueHfsTexte);
+  operations().afficher_erreur(message(
+      kNomsEgaux, {tronque_chemin(dossier, kLongueurMessage), vue_texte, nom,
+                   tronque_chemin(b, kLongueurMessage), tronque_chemin(chemin_source(a), kLongueurMessage)}));
+}
+
+void Mesure::mesure_noms(const RubriqueProjet &r, const std::string &dossier) {
+  if (ctx_.a_iso() && r.dans_iso() && (!r.nom_hors_page() || r.nom_iso_saisi())) {
+    const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
+    const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
+    if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
+  }
+  // The name that a stream-carrying item takes from its source is known only when the source is at hand.
+  if (ctx_.a_volume() && r.dans_hfs() && !nature_est_hfsplus(ctx_.nature)) {
+    const std::string nom = lit_champ(r.nom_hfs);
+    const auto [place, neuf] = noms_hfs_.try_emplace(poids(nom), chemin_source(r));
+    if (!neuf) note_egaux(kVueHfs, dossier, nom_windows(nom), r, place->second);
+  }
+}
+
+void Mesure::mesure_longueurs(const RubriqueProjet &r) {
+  const auto ajoute = [&](std::uint32_t longueur) {
+    if (longueur != 0) dim_.longueurs.push_back(longueur);
+  };
+  const bool iso = ctx_.a_iso() && r.dans_iso();
+  if (iso) ajoute(r.lg_source);
+  if (!ctx_.a_volume() || !r.dans_hfs()) return;
+  // Plain and NTFS items share the ISO copy of their data; AppleDouble ones take its room once more.
+  if (!iso || r.codage() == Codage::apple || r.est_code_mac()) ajoute(r.lg_data);
+  if (r.codage() != Codage::aucun) ajoute(r.lg_rsrc);
+}
+
+void Mesure::mesure_iso(const RubriqueProjet &r) {
+  const std::size_t nom = lit_champ(r.nom_iso).size();
+  const LongueursNoms exact = longueurs_noms(r);
+  if (r.est_dossier()) {
+    ctx_.taille_chemins_iso += 20;
+    ctx_.taille_chemins_joliet += 2 * nom + 8;
+    dim_.iso.chemins_iso += 8 + arrondi<std::size_t>(exact.iso, 2);
+    dim_.iso.chemins_joliet += 8 + exact.joliet;
+  }
+  if (!r.dans_iso()) return;
+  compte_fiche(octets_iso_, ctx_.secteurs_iso, kFicheIsoEstimee);
+  compte_fiche(octets_joliet_, ctx_.secteurs_joliet, 2 * (nom + 2) + 33);
+  const std::size_t lg_iso = longueur_fiche(exact.iso, false);
+  const std::size_t lg_joliet = longueur_fiche(exact.joliet, true);
+  exact_iso_ = place_fiche(exact_iso_, lg_iso) + lg_iso;
+  exact_joliet_ = place_fiche(exact_joliet_, lg_joliet) + lg_joliet;
+}
+
+bool Mesure::mesure_dossier(const Attente &ici) {
+  constexpr std::size_t kDeuxFiches = 0x44;
+  octets_iso_ = octets_joliet_ = exact_iso_ = exact_joliet_ = kDeuxFiches;
+  noms_iso_.clear();
+  noms_hfs_.clear();
+  std::vector<RubriqueProjet> sous_dossiers;
+  LecteurEnfants enfants(*ctx_.projet, ici.numero);
+  while (const RubriqueProjet *r = enfants.suivant()) {
+    mesure_noms(*r, ici.chemin);
+    if (ctx_.a_iso()) mesure_iso(*r);
+    if (volume_ != nullptr && r->dans_hfs()) volume_->compte_item(ctx_, *r);
+    if (r->est_dossier()) {
+      sous_dossiers.push_back(*r);
+    } else {
+      mesure_longueurs(*r);
+    }
+  }
+  ++ctx_.secteurs_iso;
+  ++ctx_.secteurs_joliet;
+  dim_.iso.secteurs_iso += quotient_haut<std::size_t>(exact_iso_, kSecteurIso);
+  dim_.iso.secteurs_joliet += quotient_haut<std::size_t>(exact_joliet_, kSecteurIso);
+  for (const RubriqueProjet &r : sous_dossiers)
+    if (volume_ != nullptr && r.dans_hfs()) volume_->compte_fil(ctx_, r);
+  return true;
+}
+
+bool Mesure::parcourt() {
+  std::unordered_set<std::uint32_t> vus{kRacine};
+  std::vector<Attente> pile{{kRacine, 0, "/"}};
+  dim_.iso.chemins_iso = dim_.iso.chemins_joliet = 10;
+  while (!pile.empty()) {
+    const Attente ici = std::move(pile.back());
+    pile.pop_back();
+    if (ici.profondeur > kProfondeurMax) {
+      operations().afficher_erreur(message(kTropProfond, {tronque_chemin(ici.chemin, kLongueurMessage)}));
+      return false;
+    }
+    if (!mesure_dossier(ici)) return false;
+    const std::size_t debut = pile.size();
+    LecteurEnfants enfants(*ctx_.projet, ici.numero);
+    while (const RubriqueProjet *r = enfants.suivant()) {
+      if (!r->est_dossier()) continue;
+      if (!vus.insert(r->numero).second) {
+        operations().afficher_erreur(
+            message(kDossiersEnCercle, {tronque_chemin(ici.chemin, kLongueurMessage)}));
+        return false;
+      }
+      pile.push_back({r->numero, ici.profondeur + 1, ici.chemin + nom_dans_vue(*r, kVueRacine, false) + "/"});
+    }
+    std::reverse(pile.begin() + static_cast<std::ptrdiff_t>(debut), pile.end());
+  }
+  if (egaux_ > kNomsEgauxMontres)
+    operations().afficher_erreur(message(kNomsEgauxSuite, {egaux_ - kNomsEgauxMontres}));
+  return egaux_ == 0;
+}
+
+}  // namespace
+
+std::uint64_t Dimensions::blocs(std::uint32_t taille_bloc) const {
+  std::uint64_t total = 0;
+  for (const std::uint32_t longueur : longueurs) total += quotient_haut(longueur, taille_bloc);
+  return total;
+}
+
+bool dimensionne(ContexteCompilation &contexte, const VolumeMac *volume, Dimensions &dimensions) {
+  contexte.noeuds = contexte.octets_noeud = contexte.cles_noeud = 0;
+  contexte.taille_chemins_iso = contexte.taille_chemins_joliet = 0;
+  contexte.secteurs_iso = contexte.secteurs_joliet = 0;
+  if (!Mesure(contexte, volume, dimensions).parcourt()) return false;
+  if (contexte.taille_chemins_iso == 0) contexte.taille_chemins_iso = 1;
+  if (contexte.taille_chemins_joliet == 0) contexte.taille_chemins_joliet = 1;
+  return true;
+}
+
+PlanIso planifie_iso(ContexteCompilation &contexte, const BesoinsIso &besoins) {
+  contexte.secteurs_iso += std::max<std::uint64_t>(contexte.secteurs_iso / 10, 2);
+  contexte.secteurs_joliet += std::max<std::uint64_t>(contexte.secteurs_joliet / 10, 4);
+  std::uint64_t n =
+      std::max<std::uint64_t>(quotient_haut<std::uint64_t>(contexte.taille_chemins_iso, kSecteurIso), 1);
+  std::uint64_t m =
+      std::max<std::uint64_t>(quotient_haut<std::uint64_t>(contexte.taille_chemins_joliet, kSecteurIso), 1);
+  const auto reserve = [](std::uint64_t &place, std::uint64_t besoin) {
+    if (besoin <= place) return;
+    operations().journal(GenreJournal::information, message(kReserveIso, {place, besoin}));
+    place = besoin;
+  };
+  reserve(contexte.secteurs_iso, besoins.secteurs_iso);
+  reserve(contexte.secteurs_joliet, besoins.secteurs_joliet);
+  reserve(n, quotient_haut<std::uint64_t>(besoins.chemins_iso, kSecteurIso));
+  reserve(m, quotient_haut<std::uint64_t>(besoins.chemins_joliet, kSecteurIso));
+
+  PlanIso plan;
+  plan.secteurs_iso = static_cast<std::uint32_t>(contexte.secteurs_iso);
+  plan.secteurs_joliet = static_cast<std::uint32_t>(contexte.secteurs_joliet);
+  plan.secteurs_chemins_iso = static_cast<std::uint32_t>(n);
+  plan.secteurs_chemins_joliet = static_cast<std::uint32_t>(m);
+  plan.chemins_iso_l = kSecteurChemins;
+  plan.chemins_iso_m = plan.chemins_iso_l + plan.secteurs_chemins_iso;
+  plan.racine_iso = plan.chemins_iso_m + plan.secteurs_chemins_iso;
+  plan.chemins_joliet_l = plan.racine_iso + plan.secteurs_iso;
+  plan.chemins_joliet_m = plan.chemins_joliet_l + plan.secteurs_chemins_joliet;
+  plan.racine_joliet = plan.chemins_joliet_m + plan.secteurs_chemins_joliet;
+  plan.fin_catalogue = arrondi<std::uint64_t>(std::uint64_t{plan.racine_joliet} + plan.secteurs_joliet,
+                                              contexte.secteurs_par_bloc());
+  // The directory areas count twice, as a margin.
+  plan.taille_volume =
+      contexte.secteurs + 18 + 2 * n + 2 * m + 2 * contexte.secteurs_iso + 2 * contexte.secteurs_joliet;
+  return plan;
+}
+
+}  // namespace varnion

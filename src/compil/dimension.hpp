@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "compil/contexte.hpp"
+#include "compil/volume_mac.hpp"
+
+namespace varnion {
+
+/// What one pass over the project's tree yields besides the figures it adds to the context.
+struct Dimensions {
+  BesoinsIso iso;
+  /// Lengths in bytes of every run of data that gets allocation blocks of its own.
+  std::vector<std::uint32_t> longueurs;
+
+  /// Allocation blocks of all runs at a block size.
+  [[nodiscard]] std::uint64_t blocs(std::uint32_t taille_bloc) const;
+};
+
+/// Sizing pass: directories, path tables and catalog nodes, into the context; exact needs into the result.
+/// False, after a message for each case, when two items of a folder have the same name in a view, when
+/// folders contain one another, or when they lie too deep.
+[[nodiscard]] bool dimensionne(ContexteCompilation &contexte, const VolumeMac *volume,
+                               Dimensions &dimensions);
+
+/// The running estimate of an item's directory record in the ISO tree, for any name.
+constexpr std::size_t kFicheIsoEstimee = 47;
+
+/// Places path tables and directories (`calcul_catalogue_iso`). The reserves follow the estimate; one that
+/// the exact needs show too small is raised to them, and the journal says so.
+[[nodiscard]] PlanIso planifie_iso(ContexteCompilation &contexte, const BesoinsIso &besoins);
+
+/// Folders nested deeper than this are refused.
+constexpr std::size_t kProfondeurMax = 1000;
+
+}  // namespace varnion

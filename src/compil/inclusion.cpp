@@ -1,0 +1,250 @@
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <utility>
+
+#include "compil/execution.hpp"
+#include "fichiers/applesimple.hpp"
+#include "fichiers/binhex.hpp"
+#include "fichiers/macbinaire.hpp"
+#include "fichiers/sfm.hpp"
+#include "IO/operations.hpp"
+#include "noms/regles.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kPetitsFichiers = 1394;
+constexpr int kDecodageBinhex = 1222;
+constexpr int kSourceDisparue = 6314;      // path
+constexpr int kSourceFermee = 6316;        // path, system error
+constexpr int kSourceChangee = 6317;       // path
+constexpr int kSourceTropGrande = 6318;    // path
+constexpr int kLectureInterrompue = 6319;  // path, system error
+constexpr int kBinhexFaux = 6320;          // journal: path
+constexpr int kSingleHorsIso = 6321;       // journal: path
+
+constexpr std::uint64_t kTrancheSecteurs = 0x100;
+
+/// Slice of a copy in 2048-byte sectors; a file of four slices or more shows its own progress.
+std::uint64_t tranche(std::uint64_t longueur) {
+  if (longueur < 0x280000) return kTrancheSecteurs;
+  return longueur < 0x500000 ? 2 * kTrancheSecteurs : 4 * kTrancheSecteurs;
+}
+
+/// How a fork pair reaches the volume.
+enum class Route { simple, sfm, appledouble, applesingle, macbinaire };
+
+/// In a hybrid disc with classic HFS, and there alone, an AppleSingle file outside the ISO view is taken for
+/// an AppleDouble one: the data fork gets the first bytes of the container, the resource fork looks for a
+/// companion. RFC 1740 would have both forks come out of the container, as the other kinds do. Kept; the
+/// journal tells of it.
+bool single_pris_pour_double(const ContexteCompilation &contexte, bool iso) {
+  return contexte.nature == Nature::hybride_hfs && !iso;
+}
+
+Route route(const RubriqueProjet &r, const ContexteCompilation &contexte, bool iso) {
+  switch (r.codage()) {
+    case Codage::ntfs:
+      return Route::sfm;
+    case Codage::apple:
+      if (!r.est_applesingle()) return Route::appledouble;
+      return single_pris_pour_double(contexte, iso) ? Route::appledouble : Route::applesingle;
+    case Codage::macbinary:
+    case Codage::binhex:
+      return Route::macbinaire;
+    case Codage::aucun:
+      break;
+  }
+  return Route::simple;
+}
+
+}  // namespace
+
+std::int64_t Execution::copie_vers_image(const Fichier &fichier, std::uint64_t position,
+                                         std::uint64_t longueur, const std::string &nom) {
+  const std::uint64_t octets_tranche = tranche(longueur) * kSecteurIso;
+  const std::uint64_t tranches = quotient_haut(longueur, octets_tranche);
+  const bool grand = tranches >= 4;
+  bool continue_ = true;
+  if (grand) {
+    continue_ = suivi_.debut_fichier(tranches, nom, longueur);
+  } else if (!std::exchange(petits_annonces_, true)) {
+    continue_ = suivi_.texte(charger_chaine(kPetitsFichiers));
+  }
+  if (grand) petits_annonces_ = false;
+  std::uint64_t fait = 0;
+  while (continue_ && fait < longueur) {
+    const std::uint64_t part = std::min(octets_tranche, longueur - fait);
+    const std::int64_t copie = sortie_.copie(fichier, position + fait, part);
+    if (copie == -1) return copie;
+    if (copie == -2) {
+      remarque(kLectureInterrompue, nom, plateforme::texte_erreur(errno));
+      return static_cast<std::int64_t>(fait);
+    }
+    fait += static_cast<std::uint64_t>(copie);
+    if (grand) continue_ = suivi_.avance_fichier(quotient_haut<std::uint64_t>(part, kSecteurIso));
+    if (static_cast<std::uint64_t>(copie) < part) break;  // the source is shorter than it was
+  }
+  if (continue_ && !grand)
+    continue_ = suivi_.fin_fichier(quotient_haut<std::uint64_t>(longueur, kSecteurIso));
+  return continue_ ? static_cast<std::int64_t>(fait) : -2;
+}
+
+bool Execution::reserve_blocs(std::uint64_t longueur) {
+  const std::uint64_t blocs = quotient_haut<std::uint64_t>(longueur, ctx_.taille_bloc);
+  if (volume_ != nullptr && !carte_.marque(plan_volume_.bloc_base + bloc_courant_, blocs)) {
+    blocs_manquants_ = blocs;
+    return echoue(kCompilReprise);
+  }
+  bloc_courant_ += blocs;
+  return true;
+}
+
+bool Execution::copie_fourche(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
+                              const Source &source, Fourche &fourche) {
+  fourche.bloc = static_cast<std::uint32_t>(plan_volume_.bloc_base + bloc_courant_);
+  fourche.blocs = static_cast<std::uint32_t>(quotient_haut<std::uint64_t>(longueur, ctx_.taille_bloc));
+  fourche.longueur = longueur;
+  if (longueur == 0) return true;
+  if (!sortie_.positionne(debut_donnees_ * kSecteurIso + bloc_courant_ * ctx_.taille_bloc))
+    return echoue(kCompilEchec);
+  if (fichier.ouvert()) {
+    const std::int64_t copie = copie_vers_image(fichier, position, longueur, source.chemin);
+    if (copie < 0) return echoue(kCompilEchec);
+    if (static_cast<std::uint64_t>(copie) < longueur) remarque(kSourceChangee, source.chemin);
+  } else {
+    remarque(kSourceChangee, source.chemin);
+  }
+  return reserve_blocs(longueur);
+}
+
+bool Execution::inclusion_iso(const Source &source, RepertoiresOuverts &ouverts, Fourche &copie) {
+  const std::uint64_t secteur = debut_donnees_ + bloc_courant_ * ctx_.secteurs_par_bloc();
+  FicheRepertoire fiche;
+  fiche.extent = source.taille == 0 ? 0 : static_cast<std::uint32_t>(secteur);
+  fiche.taille = static_cast<std::uint32_t>(source.taille);
+  fiche.date = date_repertoire(source.donnees.modification);
+  if (source.rubrique.cache_iso() != 0) fiche.drapeaux = kDrapeauCache;
+  const std::string nom_iso = ouverts.noms.fichier(source.donnees);
+  const std::string nom_joliet = nom_joliet_de(source.rubrique, source.donnees);
+  const auto octets = [](const std::string &nom) {
+    return std::span(reinterpret_cast<const std::uint8_t *>(nom.data()), nom.size());
+  };
+  ouverts.iso->ajoute(fiche, octets(nom_iso));
+  ouverts.joliet->ajoute(fiche, octets(nom_joliet));
+  return copie_fourche(source.fichier, 0, source.taille, source, copie);
+}
+
+bool Execution::ressource_double(const Source &source, Fourche &rsrc) {
+  const Fichier compagnon = plateforme::ouvre(nom_compagnon(source.chemin), Ouverture::lecture);
+  const PlageFourche plage = compagnon.ouvert() ? taille_entree_apple(compagnon) : PlageFourche{};
+  return copie_fourche(compagnon, plage.position, source.rubrique.lg_rsrc, source, rsrc);
+}
+
+bool Execution::copie_single(const Source &source, Fourche &data, Fourche &rsrc) {
+  const FourchesApple fourches = entrees_applesingle(source.fichier);
+  return copie_fourche(source.fichier, fourches.data.position, source.rubrique.lg_data, source, data) &&
+         copie_fourche(source.fichier, fourches.rsrc.position, source.rubrique.lg_rsrc, source, rsrc);
+}
+
+bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc,
+                                 std::uint16_t &drapeaux) {
+  const RubriqueProjet &r = source.rubrique;
+  Fichier decode;
+  if (r.codage() == Codage::binhex) {
+    if (!suivi_.texte(charger_chaine(kDecodageBinhex) + source.chemin)) return echoue(kCompilEchec);
+    ControleBinHex controle;
+    decode = decode_binhex(source.fichier, &controle);
+    if (!decode.ouvert()) return erreur_systeme();
+    if (!controle.juste())
+      operations().journal(GenreJournal::information, message(kBinhexFaux, {source.chemin}));
+  }
+  const Fichier &macbinaire = r.codage() == Codage::binhex ? decode : source.fichier;
+  const auto tete = lit_tete_macbinaire(macbinaire);
+  if (tete) drapeaux |= drapeaux_macbinaire(*tete);
+  return copie_fourche(macbinaire, sizeof(TeteMacBinaire), r.lg_data, source, data) &&
+         copie_fourche(macbinaire, position_ressource(r.lg_data), r.lg_rsrc, source, rsrc);
+}
+
+bool Execution::inclusion_mac(Source &source, bool iso, const Fourche &copie, Niveau &ici) {
+  const RubriqueProjet &r = source.rubrique;
+  FicheFichier fiche;
+  fiche.rubrique = &r;
+  fiche.nom_large = source.donnees.nom_large;
+  fiche.drapeaux = r.cache_hfs() != 0 ? kFinderInvisible : 0;
+  const Route chemin = route(r, ctx_, iso);
+  const bool partage = iso && chemin != Route::applesingle && chemin != Route::macbinaire;
+  if (partage) {
+    fiche.data = copie;
+    fiche.data.longueur = std::min<std::uint64_t>(r.lg_data, copie.longueur);
+  } else if (chemin != Route::applesingle && chemin != Route::macbinaire) {
+    const std::uint64_t longueur = source.fichier.ouvert() ? r.lg_data.operator unsigned() : 0;
+    if (!copie_fourche(source.fichier, 0, longueur, source, fiche.data)) return false;
+  }
+  bool fait = true;
+  switch (chemin) {
+    case Route::simple:
+      fiche.rsrc.bloc = static_cast<std::uint32_t>(plan_volume_.bloc_base + bloc_courant_);
+      break;
+    case Route::sfm: {
+      const Fichier flux = ouvre_ressource_sfm(source.chemin);
+      const std::int64_t taille = flux.ouvert() ? std::max<std::int64_t>(fichier_taille(flux), 0) : 0;
+      if (taille != r.lg_rsrc) remarque(kSourceChangee, source.chemin);
+      const auto longueur = std::min<std::uint64_t>(r.lg_rsrc, static_cast<std::uint64_t>(taille));
+      fait = copie_fourche(flux, 0, longueur, source, fiche.rsrc);
+      break;
+    }
+    case Route::appledouble:
+      if (r.est_applesingle())
+        operations().journal(GenreJournal::information, message(kSingleHorsIso, {source.chemin}));
+      if (r.icone_perso()) fiche.drapeaux |= kFinderIcone;
+      // The room of a shared data fork is taken once more, with nothing written to it. Kept: the places of
+      // all data behind it follow from this.
+      fait = (!partage || reserve_blocs(r.lg_data)) && ressource_double(source, fiche.rsrc);
+      break;
+    case Route::applesingle:
+      if (r.icone_perso()) fiche.drapeaux |= kFinderIcone;
+      fait = copie_single(source, fiche.data, fiche.rsrc);
+      break;
+    case Route::macbinaire:
+      fait = copie_macbinaire(source, fiche.data, fiche.rsrc, fiche.drapeaux);
+      break;
+  }
+  if (!fait) return false;
+  if (!note_catalogue(volume_->cree_fichier(ici.cnid, fiche), r)) return false;
+  ++ici.valence;
+  return true;
+}
+
+bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts) {
+  const bool iso = ouverts.iso != nullptr && r.dans_iso();
+  const bool mac = va_sur_volume(r, ici);
+  if (!iso && !mac) return true;
+  if (operations().arret_demande()) return echoue(kCompilEchec);
+  const std::string chemin = chemin_source(r);
+  const auto donnees = plateforme::cherche_fichier(chemin);
+  if (!donnees || donnees->est_dossier()) {
+    remarque(kSourceDisparue, chemin);
+    return true;
+  }
+  Source source{r, *donnees, chemin, plateforme::ouvre(chemin, Ouverture::lecture), 0};
+  if (!source.fichier.ouvert()) {
+    remarque(kSourceFermee, chemin, plateforme::texte_erreur(errno));
+  } else {
+    const std::int64_t taille = fichier_taille(source.fichier);
+    source.taille = taille < 0 ? 0 : static_cast<std::uint64_t>(taille);
+    if (source.taille > std::numeric_limits<std::uint32_t>::max()) {
+      remarque(kSourceTropGrande, chemin);
+      return true;
+    }
+    if (source.taille != r.lg_source) remarque(kSourceChangee, chemin);
+  }
+  Fourche copie;
+  if (iso && !inclusion_iso(source, ouverts, copie)) return false;
+  return !mac || inclusion_mac(source, iso, copie, ici);
+}
+
+}  // namespace varnion

@@ -1,0 +1,318 @@
+#include "compil/volume_hfs.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "hfs/arbre.hpp"
+#include "hfs/ecriture.hpp"
+#include "hfs/fiches.hpp"
+#include "hfs/pilote_memoire.hpp"
+#include "hfs/volume.hpp"
+#include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
+#include "noms/regles.hpp"
+#include "noms/texte.hpp"
+#include "noms/unicode.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr std::uint32_t kNoeud = 512;
+constexpr std::uint32_t kBlocsHfsMax = 65535;  ///< drNmAlBlks and every extent are 16 bits
+constexpr std::uint32_t kPremierCnid = 0x11;
+using Bloc = std::array<std::uint8_t, kNoeud>;
+
+/// Key and even-padding bytes of a record with a name of `longueur` bytes.
+std::uint32_t taille_cle(std::size_t longueur) {
+  return static_cast<std::uint32_t>((longueur + 7 + 1) & ~std::size_t{1});
+}
+
+/// Header node of a tree of 512-byte nodes; the offsets of its three records stand at the end of the node.
+Bloc noeud_entete(const FicheEnteteArbre &fiche, std::uint8_t carte) {
+  Bloc bloc{};
+  EnteteNoeud noeud{};
+  noeud.kind = kNoeudEntete;
+  noeud.numRecords = 3;
+  std::memcpy(bloc.data(), &noeud, sizeof noeud);
+  std::memcpy(bloc.data() + kDebutEnregistrements, &fiche, sizeof fiche);
+  bloc[kDebutCarteEntete] = carte;
+  const be16 table[] = {0x1F8, 0xF8, 0x78, 0x0E};
+  std::memcpy(bloc.data() + kNoeud - sizeof table, table, sizeof table);
+  return bloc;
+}
+
+void ajoute(std::vector<std::uint8_t> &cible, std::span<const std::uint8_t> octets) {
+  cible.insert(cible.end(), octets.begin(), octets.end());
+  if (cible.size() % 2 != 0) cible.push_back(0);
+}
+
+/// Puts a record of the catalog in with leafRecords counting it, as the header written along with it must
+/// say.
+template <typename Insere>
+bool insere_compte(Insere insere) {
+  FicheEnteteArbre &fiche = volume_courant().catalogue.fiche();
+  fiche.leafRecords = fiche.leafRecords + 1;
+  if (insere()) return true;
+  fiche.leafRecords = fiche.leafRecords - 1;
+  return false;
+}
+
+std::uint16_t en16(std::uint64_t valeur) {
+  return static_cast<std::uint16_t>(valeur);
+}
+
+}  // namespace
+
+std::string nom_hfs_de(const RubriqueProjet &rubrique, std::u16string_view nom_large) {
+  if (rubrique.codage() == Codage::ntfs && !rubrique.nom_hfs_final() && !nom_large.empty())
+    return prive_vers_mac(nom_large).substr(0, kNomHfsMax);
+  return lit_champ(rubrique.nom_hfs).substr(0, kNomHfsMax);
+}
+
+void VolumeHfs::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
+  const std::uint32_t cle = taille_cle(lit_champ(rubrique.nom_hfs).size());
+  const std::uint32_t fiche = rubrique.est_dossier() ? sizeof(DossierHfs) : sizeof(FichierHfs);
+  place_noeud(contexte, fiche + cle, kNoeud);
+}
+
+void VolumeHfs::compte_fil(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
+  if (rubrique.est_dossier()) place_noeud(contexte, 0x36, kNoeud);
+}
+
+PlanVolume VolumeHfs::plan(const ContexteCompilation &contexte, std::uint64_t secteurs, std::uint64_t debut,
+                           const BesoinsVolume &besoins) const {
+  const std::uint64_t a = contexte.unites();
+  PlanVolume plan;
+  plan.debut = debut;
+  plan.extents = static_cast<std::uint32_t>(std::max<std::uint64_t>(2 * a, 8));
+  const std::uint64_t noeuds = contexte.noeuds;
+  std::uint64_t catalogue = arrondi<std::uint64_t>(2 * (noeuds + 2) + noeuds / 2, a);
+  catalogue = std::max<std::uint64_t>({catalogue, plan.extents, arrondi(besoins.catalogue_minimum, a)});
+  plan.catalogue = static_cast<std::uint32_t>(catalogue);
+  plan.bloc_base = static_cast<std::uint32_t>((plan.extents + plan.catalogue) / a);
+
+  // The map is sized by the payload alone. The bits of the trees, of forks rounded up to a block and of the
+  // last block may need more: then, and only then, it grows.
+  const std::uint64_t bits = plan.bloc_base + besoins.blocs_donnees + 1;
+  std::uint64_t carte = quotient_haut<std::uint64_t>(contexte.secteurs, 4096);
+  carte += a - (carte + 3) % a;
+  while (carte * 4096 < bits) carte += a;
+  plan.carte = static_cast<std::uint32_t>(carte);
+  plan.taille = plan.carte + 3 + plan.extents + plan.catalogue + 4 * secteurs;
+  return plan;
+}
+
+bool VolumeHfs::tient(const PlanVolume &plan, std::uint64_t blocs_donnees) const {
+  return plan.bloc_base + blocs_donnees + 1 <= kBlocsHfsMax && plan.carte + 3 <= 0xFFFF;
+}
+
+void VolumeHfs::ecrit_mdb(const ContexteCompilation &contexte) {
+  const std::uint32_t maintenant = date_mac();
+  const std::uint32_t blocs_arbres = (plan_.extents + plan_.catalogue) / unites_;
+  const std::uint64_t blocs = std::min<std::uint64_t>(plan_.taille / unites_, kBlocsHfsMax);
+  Mdb mdb{};
+  mdb.drSigWord = kSignatureHfs;
+  mdb.drCrDate = maintenant;
+  mdb.drLsMod = maintenant;
+  mdb.drVolBkUp = maintenant + 2;
+  mdb.drVBMSt = 3;
+  mdb.drAllocPtr = en16(blocs_arbres);
+  mdb.drNmAlBlks = en16(blocs);
+  mdb.drFreeBks = en16(blocs > blocs_arbres ? blocs - blocs_arbres : 0);
+  mdb.drAlBlkSiz = contexte.taille_bloc;
+  mdb.drClpSiz = 4 * contexte.taille_bloc;
+  mdb.drAlBlSt = en16(plan_.carte + 3);
+  mdb.drNxtCNID = kPremierCnid;
+  mdb.drVN[0] = static_cast<std::uint8_t>(label_.size());
+  std::copy(label_.begin(), label_.end(), mdb.drVN.begin() + 1);
+  mdb.drFndrInfo[2] = contexte.ouvrir_racine ? kIdRacine : 0;
+  // The volume id, once in each byte order.
+  const std::uint32_t hasard = plateforme::nombre_hasard();
+  mdb.drFndrInfo[6] = hasard;
+  mdb.drFndrInfo[7] = __builtin_bswap32(hasard);
+  mdb.drXTFlSize = plan_.extents * kTailleSecteur;
+  mdb.drXTClpSiz = mdb.drXTFlSize;
+  mdb.drCTFlSize = plan_.catalogue * kTailleSecteur;
+  mdb.drCTClpSiz = mdb.drCTFlSize;
+  mdb.drXTExtRec[0] = {0, en16(plan_.extents / unites_)};
+  mdb.drCTExtRec[0] = {en16(plan_.extents / unites_), en16(plan_.catalogue / unites_)};
+  ecrit_secteurs(&mdb, plan_.debut + 2, 1);
+}
+
+void VolumeHfs::ecrit_extents() {
+  FicheEnteteArbre fiche{};
+  fiche.nodeSize = kNoeud;
+  fiche.maxKeyLength = 7;
+  fiche.totalNodes = plan_.extents;
+  fiche.freeNodes = plan_.extents - 1;
+  const Bloc bloc = noeud_entete(fiche, 0x80);
+  ecrit_secteurs(bloc.data(), plan_.debut + plan_.carte + 3, 1);
+}
+
+void VolumeHfs::ecrit_catalogue(const ContexteCompilation &contexte) {
+  FicheEnteteArbre fiche{};
+  fiche.treeDepth = 1;
+  fiche.rootNode = 1;
+  fiche.leafRecords = 2;
+  fiche.firstLeafNode = 1;
+  fiche.lastLeafNode = 1;
+  fiche.nodeSize = kNoeud;
+  fiche.maxKeyLength = 0x25;
+  fiche.totalNodes = plan_.catalogue;
+  fiche.freeNodes = plan_.catalogue - 2;
+  const Bloc entete = noeud_entete(fiche, 0xC0);
+  const std::uint64_t debut = plan_.debut + plan_.carte + 3 + plan_.extents;
+  ecrit_secteurs(entete.data(), debut, 1);
+
+  const std::uint32_t maintenant = date_mac();
+  DossierHfs racine{};
+  racine.cdrType = kRubriqueDossier;
+  racine.dirDirID = kIdRacine;
+  racine.dirCrDat = maintenant;
+  racine.dirMdDat = maintenant;
+  racine.dirBkDat = maintenant + 2;
+  pose_info_dossier(racine.dirUsrInfo, false, contexte.icone_volume);
+
+  std::vector<std::uint8_t> noeud(kDebutEnregistrements, 0);
+  ajoute(noeud, cle_hfs(kIdParentRacine, label_));
+  ajoute(noeud, octets_de(racine));
+  const auto second = en16(noeud.size());
+  ajoute(noeud, cle_hfs(kIdRacine, ""));
+  ajoute(noeud, octets_de(fil_hfs(kRubriqueFilDossier, kIdParentRacine, label_)));
+  const auto libre = en16(noeud.size());
+  noeud.resize(kNoeud);
+  EnteteNoeud tete{};
+  tete.kind = kNoeudFeuille;
+  tete.height = 1;
+  tete.numRecords = 2;
+  std::memcpy(noeud.data(), &tete, sizeof tete);
+  const be16 table[] = {libre, second, en16(kDebutEnregistrements)};
+  std::memcpy(noeud.data() + kNoeud - sizeof table, table, sizeof table);
+  ecrit_secteurs(noeud.data(), debut + 1, 1);
+}
+
+bool VolumeHfs::ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &,
+                                 const PlanVolume &plan, CarteImage &carte) {
+  plan_ = plan;
+  unites_ = contexte.unites();
+  label_ = contexte.label_hfs.substr(0, kNomVolumeHfsMax);
+  const std::uint64_t nombre = std::uint64_t{plan.carte} + 3 + plan.extents + plan.catalogue;
+  if (!fenetre_memoire().ouvre_fenetre(plan.debut, nombre)) return false;
+  volume_courant().est_hfsplus = false;
+  ecrit_mdb(contexte);
+  ecrit_extents();
+  ecrit_catalogue(contexte);
+  carte.prepare(std::size_t{plan.carte} * kTailleSecteur);
+  if (!carte.marque(0, plan.bloc_base)) return false;
+
+  volume_courant().debut_allocation = plan.debut;
+  lecture_entete_volume();
+  ouverture_arbres();
+  charge_carte_noeuds();
+  return ajoute_noeuds_carte();
+}
+
+Catalogue VolumeHfs::cree_dossier(std::uint32_t parent, const RubriqueProjet &rubrique,
+                                  std::u16string_view nom_large, std::uint32_t &cnid) {
+  Mdb &mdb = *volume_courant().mdb;
+  const std::string nom = nom_hfs_de(rubrique, nom_large);
+  const std::uint32_t maintenant = date_mac();
+  cnid = mdb.drNxtCNID;
+  DossierHfs fiche{};
+  fiche.cdrType = kRubriqueDossier;
+  fiche.dirDirID = cnid;
+  fiche.dirCrDat = maintenant;
+  fiche.dirMdDat = maintenant;
+  pose_info_dossier(fiche.dirUsrInfo, rubrique.cache_hfs() != 0, rubrique.icone_perso());
+  const bool dossier =
+      insere_compte([&] { return insere_hfs(cle_hfs(parent, nom), octets_de(fiche), parent); });
+  const bool fil =
+      dossier && insere_compte([&] {
+        return insere_fin_hfs(cle_hfs(cnid, ""), octets_de(fil_hfs(kRubriqueFilDossier, parent, nom)), cnid);
+      });
+  if (!fil) return Catalogue::plein;
+  mdb.drNxtCNID = cnid + 1;
+  mdb.drDirCnt = mdb.drDirCnt + 1;
+  if (parent == kIdRacine) mdb.drNmRtDirs = en16(mdb.drNmRtDirs + 1U);
+  return Catalogue::fait;
+}
+
+Catalogue VolumeHfs::cree_fichier(std::uint32_t parent, const FicheFichier &fichier) {
+  const RubriqueProjet &rubrique = *fichier.rubrique;
+  Mdb &mdb = *volume_courant().mdb;
+  const auto depasse = [](const Fourche &f) { return std::uint64_t{f.bloc} + f.blocs > kBlocsHfsMax; };
+  if (depasse(fichier.data) || depasse(fichier.rsrc)) return Catalogue::impossible;
+  FichierHfs fiche{};
+  fiche.cdrType = kRubriqueFichier;
+  std::memcpy(&fiche.filUsrWds, rubrique.signature.data(), rubrique.signature.size());
+  fiche.filUsrWds.fdFlags = fichier.drapeaux;
+  fiche.filFlNum = mdb.drNxtCNID;
+  fiche.filCrDat = rubrique.date_creation.operator unsigned();
+  fiche.filMdDat = rubrique.date_modif.operator unsigned();
+  const std::uint32_t taille_bloc = unites_ * kTailleSecteur;
+  fiche.filLgLen = static_cast<std::uint32_t>(fichier.data.longueur);
+  fiche.filPyLen = fichier.data.blocs * taille_bloc;
+  fiche.filExtRec[0] = {en16(fichier.data.bloc), en16(fichier.data.blocs)};
+  fiche.filRLgLen = static_cast<std::uint32_t>(fichier.rsrc.longueur);
+  fiche.filRPyLen = fichier.rsrc.blocs * taille_bloc;
+  fiche.filRExtRec[0] = {en16(fichier.rsrc.bloc), en16(fichier.rsrc.blocs)};
+  const std::string nom = nom_hfs_de(rubrique, fichier.nom_large);
+  if (!insere_compte([&] { return insere_hfs(cle_hfs(parent, nom), octets_de(fiche), parent); }))
+    return Catalogue::plein;
+  mdb.drNxtCNID = mdb.drNxtCNID + 1;
+  mdb.drFilCnt = mdb.drFilCnt + 1;
+  if (parent == kIdRacine) mdb.drNmFls = en16(mdb.drNmFls + 1U);
+  return Catalogue::fait;
+}
+
+bool VolumeHfs::fixe_valence_de(std::uint32_t parent, const std::string &nom, std::uint32_t valence) {
+  const OctetsNoeud noeud = cherche_exacte_hfs(nom, kRubriqueDossier, parent);
+  if (noeud.empty()) return false;
+  auto *fiche = vue_modifiable<DossierHfs>(donnees_hfs(enregistrement_courant()), 0);
+  if (fiche == nullptr) return false;
+  fiche->dirVal = en16(valence);
+  ecriture_noeud(volume_courant().catalogue.noeud, noeud);
+  return true;
+}
+
+bool VolumeHfs::fixe_valence(std::uint32_t parent, const RubriqueProjet &rubrique,
+                             std::u16string_view nom_large, std::uint32_t valence) {
+  return fixe_valence_de(parent, nom_hfs_de(rubrique, nom_large), valence);
+}
+
+bool VolumeHfs::fixe_valence_racine(std::uint32_t valence) {
+  return fixe_valence_de(kIdParentRacine, label_, valence);
+}
+
+bool VolumeHfs::cloture(SortieImage &sortie, SecteurZero &secteur, CarteImage &carte) {
+  recopie_carte_noeuds();
+  // Up to a multiple of the allocation block, and one block more: the alternate header lies in it.
+  std::uint64_t blocs =
+      arrondi<std::uint64_t>(quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur), unites_);
+  const std::uint64_t premier_vide = blocs;
+  blocs += unites_;
+  // Two blocks of the image stay outside the partition, so that the copy lies in the last block but one of
+  // it.
+  const std::uint64_t partition = blocs - 2 - plan_.debut;
+  termine_secteur_zero(secteur, static_cast<std::uint32_t>(blocs - 2), static_cast<std::uint32_t>(partition));
+
+  Mdb &mdb = *volume_courant().mdb;
+  mdb.drNmAlBlks = en16(quotient_haut<std::uint64_t>(partition - plan_.carte - 3, unites_));
+  mdb.drClpSiz = mdb.drAlBlkSiz.operator unsigned();
+  mdb.drFreeBks = 0;
+  mdb.drAllocPtr = 1;
+  ecrit_secteurs(&mdb, plan_.debut + 2, 1);
+  ecrit_secteurs(carte.octets().data(), plan_.debut + 3, plan_.carte);
+
+  const std::vector<std::uint8_t> fin(std::size_t{unites_} * kTailleSecteur);
+  if (!sortie.positionne(premier_vide * kTailleSecteur) || !sortie.ecrit(fin)) return false;
+  if (!sortie.positionne(blocs * kTailleSecteur - 2048) || !sortie.ecrit(octets_de(mdb))) return false;
+  if (!sortie.positionne(blocs * kTailleSecteur) || !sortie.vide()) return false;
+  const bool ecrit = fenetre_memoire().vide_fenetre(sortie.fichier());
+  fenetre_memoire().ferme_fenetre();
+  return ecrit;
+}
+
+}  // namespace varnion

@@ -1,0 +1,41 @@
+#include "compil/volume_mac.hpp"
+
+#include <algorithm>
+
+#include "compil/volume_hfs.hpp"
+#include "hfs/fiches.hpp"
+
+namespace varnion {
+
+std::unique_ptr<VolumeMac> VolumeMac::cree(Nature nature) {
+  if (!nature_a_volume(nature) || nature_est_hfsplus(nature)) return nullptr;
+  return std::make_unique<VolumeHfs>();
+}
+
+void place_noeud(ContexteCompilation &contexte, std::uint32_t taille_fiche, std::uint32_t taille_noeud) {
+  const std::uint64_t place =
+      taille_noeud - 2 * std::min<std::uint64_t>(contexte.cles_noeud, taille_noeud / 2);
+  if (contexte.octets_noeud + taille_fiche > place) {
+    contexte.octets_noeud = taille_fiche + kDebutEnregistrements;
+    contexte.cles_noeud = 2;
+    ++contexte.noeuds;
+  } else {
+    contexte.octets_noeud += taille_fiche;
+    ++contexte.cles_noeud;
+  }
+}
+
+void pose_info_dossier(InfoDossier &info, bool cache, bool icone) {
+  info.haut = 80;
+  info.gauche = 48;
+  info.bas = 272;
+  info.droite = 480;
+  info.frLocation_v = 112;
+  info.frLocation_h = 584;
+  info.frView = 0x0100;
+  std::uint16_t drapeaux = icone ? kFinderIcone : kFinderVu;
+  if (cache) drapeaux |= kFinderInvisible;
+  info.frFlags = drapeaux;
+}
+
+}  // namespace varnion
