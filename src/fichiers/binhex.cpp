@@ -273,9 +273,13 @@ bool est_binhex(const Fichier &fichier) {
   std::array<std::uint8_t, kZoneBanniere + kBanniere.size() - 1> octets{};
   const std::int64_t lus = fichier.lire_a(octets, 0);
   fichier_debut(fichier);
-  if (lus <= 0) return false;
-  std::string_view texte(reinterpret_cast<const char *>(octets.data()), static_cast<std::size_t>(lus));
-  texte = texte.substr(0, texte.find('\0'));
+  return lus > 0 && est_binhex(std::span<const std::uint8_t>(octets).first(static_cast<std::size_t>(lus)));
+}
+
+bool est_binhex(std::span<const std::uint8_t> debut) {
+  if (debut.empty()) return false;
+  std::string_view texte(reinterpret_cast<const char *>(debut.data()), debut.size());
+  texte = texte.substr(0, std::min(texte.find('\0'), kZoneBanniere + kBanniere.size() - 1));
   return texte.find(kBanniere) != std::string_view::npos;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "IO/fichier.hpp"
@@ -14,6 +15,8 @@ namespace varnion {
 /// True when the banner "This file must be converted with BinHex 4.0" begins within the first 128 bytes, with
 /// no NUL before it. The file is rewound.
 [[nodiscard]] bool est_binhex(const Fichier &fichier);
+/// The same on the first bytes of a file, 170 of them where it has so many.
+[[nodiscard]] bool est_binhex(std::span<const std::uint8_t> debut);
 
 /// Which of the three checksums of a BinHex file agree with what was decoded.
 struct ControleBinHex {

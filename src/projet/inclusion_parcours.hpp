@@ -1,0 +1,106 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "IO/plateforme.hpp"
+#include "projet/arborescence.hpp"
+#include "projet/inclusion.hpp"
+#include "projet/inclusion_lots.hpp"
+
+namespace varnion {
+
+/// One scan: walks the disk depth first, level by level, and gathers the records in temporary files. All
+/// items of a folder are numbered before those of its first subfolder. The project is only read; what is to
+/// be done to it at the end is told by the accessors.
+class ParcoursInclusion {
+ public:
+  ParcoursInclusion(FichierProjet &projet, std::uint32_t dossier, const OptionsInclusion &options,
+                    ReponsesVues &reponses);
+
+  /// Scans one entry of the disk folder `dossier_disque` (ending in "/") into the target, with all below it.
+  void ajoute_element(const std::string &dossier_disque, const plateforme::DonneesRecherche &entree);
+  /// Scans the content of a disk folder into the target.
+  void ajoute_contenu(const std::string &dossier_disque);
+
+  /// Counts one item left out with a message: a text, or the system's reason for a path.
+  void signale(const std::string &texte);
+  void signale(const std::string &chemin, int erreur);
+
+  /// 0, or a duplicate result: see `deja_present`.
+  [[nodiscard]] int deja_present(std::string_view nom, std::string_view chemin) const;
+
+  [[nodiscard]] bool en_cours() const { return !bilan_.arrete && !bilan_.echoue; }
+  [[nodiscard]] BilanInclusion &bilan() { return bilan_; }
+  [[nodiscard]] const BilanInclusion &bilan() const { return bilan_; }
+  [[nodiscard]] LotsRubriques &lots() { return lots_; }
+  [[nodiscard]] bool icone_volume() const { return icone_volume_; }
+  [[nodiscard]] bool icone_cible() const { return icone_cible_; }
+  /// Sectors that the new items add to the estimate.
+  [[nodiscard]] std::uint64_t secteurs() const { return secteurs_; }
+  /// The new folders: number and folder that holds it.
+  [[nodiscard]] const std::vector<std::pair<std::uint32_t, std::uint32_t>> &dossiers() const {
+    return dossiers_;
+  }
+  /// Brings the running counters of the project up to the numbers given here.
+  void releve_compteurs(FichierProjet &projet) const;
+
+ private:
+  using Compagnons = std::unordered_map<std::u16string, std::string>;
+
+  /// A folder to scan, and what its items need to know of it.
+  struct Niveau {
+    std::uint32_t numero = 0;
+    std::string chemin;  ///< as items store it, ending in "/"
+    int vue = kVueRacine;
+    std::optional<std::uint64_t> place;  ///< rank of its record among the new ones; none for the target
+    std::size_t profondeur = 0;
+    std::uint32_t dossiers = 0, fichiers = 0;
+  };
+
+  bool commence();
+  bool arret();
+  void descend();
+  void scanne(Niveau &niveau);
+  void element(Niveau &niveau, const plateforme::DonneesRecherche &entree, const std::string &nom,
+               const Compagnons *compagnons);
+  void dossier(Niveau &niveau, const plateforme::DonneesRecherche &entree, const std::string &nom,
+               const std::string &chemin);
+  void fichier(Niveau &niveau, const plateforme::DonneesRecherche &entree, const std::string &nom,
+               const std::string &chemin, const Compagnons *compagnons);
+  [[nodiscard]] RubriqueProjet rubrique_neuve(const Niveau &niveau,
+                                              const plateforme::DonneesRecherche &entree,
+                                              const std::string &nom) const;
+  std::uint64_t inscrit(Niveau &niveau, RubriqueProjet &rubrique, const plateforme::DonneesRecherche &entree,
+                        const std::string &nom);
+  void icone(Niveau &niveau, RubriqueProjet rubrique);
+  [[nodiscard]] bool boucle(const std::string &chemin, std::size_t profondeur) const;
+  [[nodiscard]] Niveau niveau_cible(const std::string &dossier_disque) const;
+  void reprend_comptes(const Niveau &niveau);
+  void avance();
+
+  FichierProjet &projet_;
+  const OptionsInclusion &options_;
+  ReponsesVues &reponses_;
+  NomsPresents presents_;
+  LotsRubriques lots_;
+  std::vector<Niveau> a_faire_;        // folders to descend into, the next one last
+  std::vector<std::string> ancetres_;  // disk folders on the way to the level at hand
+  BilanInclusion bilan_;
+  int vue_cible_ = kVueRacine;
+  std::uint32_t dernier_dossier_, dernier_fichier_;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> dossiers_;
+  std::uint64_t secteurs_ = 0;
+  bool icone_volume_ = false, icone_cible_ = false;
+};
+
+/// The name under which an entry is kept: its long name, or the short one where the long name has characters
+/// out of the code page, a separator, or more bytes than its field; nullopt when neither serves.
+[[nodiscard]] std::optional<std::string> nom_retenu(const plateforme::DonneesRecherche &entree);
+
+}  // namespace varnion
