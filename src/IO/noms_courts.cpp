@@ -100,7 +100,8 @@ class Attribution {
       suivant = std::max(suivant, plancher);
       const bool dernier = chiffres >= kMaxBase - 1;
       while (dernier || suivant < plancher * 10) {
-        std::string essai = debut + std::to_string(suivant++) + extension;
+        std::string essai = debut;
+        essai.append(std::to_string(suivant++)).append(extension);
         if (reclame(essai)) return essai;
       }
     }

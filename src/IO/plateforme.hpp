@@ -59,7 +59,8 @@ struct DonneesRecherche {
 };
 
 /// The entry that a path names; nullopt when there is none (`errno` tells). Symbolic links are followed; a
-/// special file (device, socket, pipe) is no entry.
+/// special file (device, socket, pipe) is no entry. The short name follows from all names of the folder:
+/// asking again after each file made there costs a pass over the folder every time.
 [[nodiscard]] std::optional<DonneesRecherche> cherche_fichier(std::string_view chemin);
 
 /// The entries of a folder in byte order of their names on disk, without "." and ".."; special files and

@@ -73,8 +73,11 @@ Fichier fichier_temporaire(std::string_view prefixe, std::string &chemin) {
   const auto impropre = [](char c) { return c == '/' || c == '\\' || !texte_univoque({&c, 1}); };
   std::replace_if(debut.begin(), debut.end(), impropre, '_');
   std::string modele = joint(utf8_prive(), texte_vers_utf8(debut) + "XXXXXX");
+  const ChangementDossier changement(utf8_prive());
   Fichier fichier(::mkostemp(modele.data(), O_CLOEXEC));
-  if (fichier) chemin = dossier + debut + modele.substr(modele.size() - 6);
+  if (!fichier) return fichier;
+  changement.apres({}, std::string_view(modele).substr(modele.rfind('/') + 1));
+  chemin = dossier + debut + modele.substr(modele.size() - 6);
   return fichier;
 }
 
