@@ -108,14 +108,15 @@ struct Voisins {
 
 // The records that the left node of an index split keeps: 3/4, or fewer when the record that waits for a
 // place behind `index` would still find none. With one split enough, the nodes that a chain of splits takes
-// can be counted.
+// can be counted. The right node gets two records where it can, or tiny nodes would make a tree of single
+// records as deep as it is wide.
 std::int32_t garde_index(OctetsNoeud noeud, std::int32_t index, std::size_t taille) {
   const std::int32_t nombre = nb_enregistrements(noeud);
   const auto occupe = [&noeud](std::int32_t debut, std::int32_t fin) {
     return kDebutEnregistrements + decalage(noeud, fin) - decalage(noeud, debut) +
            2 * static_cast<std::size_t>(fin - debut);
   };
-  std::int32_t garde = std::clamp(3 * nombre / 4, 1, nombre - 1);
+  std::int32_t garde = std::clamp(3 * nombre / 4, 1, std::max(1, nombre - 2));
   for (; garde > 1; --garde) {
     const std::size_t moitie = index < garde ? occupe(0, garde) : occupe(garde, nombre);
     if (moitie + taille + 4 <= noeud.size()) break;
@@ -257,7 +258,8 @@ void corrige_premieres_cles(std::uint32_t fils, const CleGardee<Traits> &ancienn
   for (std::uint16_t niveau = 2; niveau <= arbre.fiche().treeDepth; ++niveau) {
     OctetsNoeud noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, ancienne.lue());
     if (noeud.empty() || !noeud_sain(noeud)) return;
-    if (!tient(noeud, fiche_taille)) {
+    const std::size_t liberee = enregistrement(noeud, arbre.index).size();
+    if (place_prise(noeud) - liberee + fiche_taille + 2 > noeud.size()) {
       if (!divise<Traits>(garde_index(noeud, arbre.index, fiche_taille), {})) return;
       noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, ancienne.lue());
       if (noeud.empty() || !noeud_sain(noeud)) return;
