@@ -62,7 +62,8 @@ class Mesure {
   bool parcourt();
 
  private:
-  bool mesure_dossier(const Attente &ici);
+  [[nodiscard]] std::vector<RubriqueProjet> mesure_dossier(const Attente &ici);
+  bool empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_dossiers);
   void mesure_iso(const RubriqueProjet &r);
   void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
   void mesure_longueurs(const RubriqueProjet &r);
@@ -77,6 +78,8 @@ class Mesure {
   std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
   std::size_t egaux_ = 0;
+  std::unordered_set<std::uint32_t> vus_{kRacine};
+  std::vector<Attente> pile_{{kRacine, 0, "/"}};  // the next folder last
 };
 
 void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
@@ -132,7 +135,7 @@ void Mesure::mesure_iso(const RubriqueProjet &r) {
   exact_joliet_ = place_fiche(exact_joliet_, lg_joliet) + lg_joliet;
 }
 
-bool Mesure::mesure_dossier(const Attente &ici) {
+std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
   constexpr std::size_t kDeuxFiches = 0x44;
   octets_iso_ = octets_joliet_ = exact_iso_ = exact_joliet_ = kDeuxFiches;
   noms_iso_.clear();
@@ -155,33 +158,29 @@ bool Mesure::mesure_dossier(const Attente &ici) {
   dim_.iso.secteurs_joliet += quotient_haut<std::size_t>(exact_joliet_, kSecteurIso);
   for (const RubriqueProjet &r : sous_dossiers)
     if (volume_ != nullptr && r.dans_hfs()) volume_->compte_fil(ctx_, r);
+  return sous_dossiers;
+}
+
+bool Mesure::empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_dossiers) {
+  const auto refuse = [&](int id) {
+    operations().afficher_erreur(message(id, {tronque_chemin(ici.chemin, kLongueurMessage)}));
+    return false;
+  };
+  if (!sous_dossiers.empty() && ici.profondeur >= kProfondeurMax) return refuse(kTropProfond);
+  for (auto r = sous_dossiers.rbegin(); r != sous_dossiers.rend(); ++r) {
+    if (!vus_.insert(r->numero).second) return refuse(kDossiersEnCercle);
+    const std::string chemin = ici.chemin + nom_dans_vue(*r, kVueRacine, false) + "/";
+    pile_.push_back({r->numero, ici.profondeur + 1, tronque_chemin(chemin, kLongueurMessage)});
+  }
   return true;
 }
 
 bool Mesure::parcourt() {
-  std::unordered_set<std::uint32_t> vus{kRacine};
-  std::vector<Attente> pile{{kRacine, 0, "/"}};
-  dim_.iso.chemins_iso = dim_.iso.chemins_joliet = 10;
-  while (!pile.empty()) {
-    const Attente ici = std::move(pile.back());
-    pile.pop_back();
-    if (ici.profondeur > kProfondeurMax) {
-      operations().afficher_erreur(message(kTropProfond, {tronque_chemin(ici.chemin, kLongueurMessage)}));
-      return false;
-    }
-    if (!mesure_dossier(ici)) return false;
-    const std::size_t debut = pile.size();
-    LecteurEnfants enfants(*ctx_.projet, ici.numero);
-    while (const RubriqueProjet *r = enfants.suivant()) {
-      if (!r->est_dossier()) continue;
-      if (!vus.insert(r->numero).second) {
-        operations().afficher_erreur(
-            message(kDossiersEnCercle, {tronque_chemin(ici.chemin, kLongueurMessage)}));
-        return false;
-      }
-      pile.push_back({r->numero, ici.profondeur + 1, ici.chemin + nom_dans_vue(*r, kVueRacine, false) + "/"});
-    }
-    std::reverse(pile.begin() + static_cast<std::ptrdiff_t>(debut), pile.end());
+  dim_.iso.chemins_iso = dim_.iso.chemins_joliet = 10;  // the root's entry
+  while (!pile_.empty()) {
+    const Attente ici = std::move(pile_.back());
+    pile_.pop_back();
+    if (!empile(ici, mesure_dossier(ici))) return false;
   }
   if (egaux_ > kNomsEgauxMontres)
     operations().afficher_erreur(message(kNomsEgauxSuite, {egaux_ - kNomsEgauxMontres}));
