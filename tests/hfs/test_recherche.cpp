@@ -72,7 +72,7 @@ TYPED_TEST(Recherche, FindsByNameTypeAndParent) {
   }
   EXPECT_EQ(this->id_de(F::cherche("*", kRubriqueFichier, d)), d + 1);
   EXPECT_EQ(this->id_de(F::cherche("*8", kRubriqueFichier, d)), d + 9);
-  EXPECT_EQ(this->id_de(F::cherche("Hdos*", kRubriqueDossier, kIdRacine)), d);
+  EXPECT_EQ(this->id_de(F::cherche("Hdos7*", kRubriqueDossier, kIdRacine)), d);
   EXPECT_EQ(this->id_de(F::cherche_exacte("*", kRubriqueFichier, d)), 0U) << "no wildcard here";
 }
 
