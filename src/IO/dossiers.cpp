@@ -397,8 +397,10 @@ std::optional<CheminResolu> resout(std::string_view chemin_texte) {
   }
   CheminResolu resolu;
   resolu.utf8 = texte_vers_utf8(chemin);
-  if (!est_la(resolu.utf8)) return resout_par_composantes(chemin);
+  struct stat fiche {};
+  if (::lstat(resolu.utf8.c_str(), &fiche) != 0) return resout_par_composantes(chemin);
   resolu.existe = true;
+  resolu.regulier = S_ISREG(fiche.st_mode);
   separe_nom(resolu);
   return resolu;
 }

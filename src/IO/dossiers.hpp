@@ -126,6 +126,7 @@ struct CheminResolu {
   std::string dossier;  ///< its folder, without the name; "" for the current folder, "/" for the root
   std::string nom;      ///< its last component on the disk; "" where the path names a root, "." or ".."
   bool existe = false;
+  bool regulier = false;  ///< known to be a regular file itself, not a link to one
 
   [[nodiscard]] std::string dossier_ouvrable() const { return dossier.empty() ? "." : dossier; }
 };

@@ -103,12 +103,18 @@ int refus(const struct stat &fiche) {
 }
 
 // Looks before it opens, since opening a device acts on it; looks again at what was opened. O_NONBLOCK keeps
-// a pipe that comes in between from stopping the program.
-Fichier ouvre_utf8(const std::string &utf8, int mode) {
+// a pipe that comes in between from stopping the program. `regulier`: the first look was taken already.
+Fichier ouvre_utf8(const std::string &utf8, int mode, bool regulier = false) {
   struct stat fiche {};
-  if (::stat(utf8.c_str(), &fiche) == 0 && refus(fiche) != 0) {
-    errno = refus(fiche);
-    return {};
+  if (!regulier) {
+    if (::stat(utf8.c_str(), &fiche) == 0) {
+      if (refus(fiche) != 0) {
+        errno = refus(fiche);
+        return {};
+      }
+    } else if (errno == ENOENT && (mode & O_CREAT) == 0) {
+      return {};
+    }
   }
   int descripteur = -1;
   do {
@@ -225,7 +231,7 @@ bool est_dossier(std::string_view chemin) {
 Fichier ouvre(std::string_view chemin, Ouverture mode) {
   if (!peut_creer(mode)) {
     const auto resolu = resout_existant(chemin);
-    return resolu ? ouvre_utf8(resolu->utf8, drapeaux(mode)) : Fichier();
+    return resolu ? ouvre_utf8(resolu->utf8, drapeaux(mode), resolu->regulier) : Fichier();
   }
   const auto resolu = resout_a_creer(chemin);
   if (!resolu) return {};

@@ -228,7 +228,7 @@ BilanCompilation Compilation::lance() {
   operations().afficher_etat(charger_chaine(kCalculEnCours), charger_chaine(kPatience));
   bool pret = choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && compte();
   operations().afficher_etat({}, {});
-  if (pret && VolumeMac::cree(ctx_.nature) == nullptr && ctx_.nature != Nature::iso) {
+  if (pret && ctx_.nature == Nature::iso_apple) {
     operations().afficher_erreur(charger_chaine(kNaturePasEncore));
     pret = false;
   }

@@ -72,6 +72,7 @@ struct ContexteCompilation {
   std::uint64_t fichiers_hfs = 0, dossiers_hfs = 0;
   std::uint64_t noeuds = 0, octets_noeud = 0, cles_noeud = 0;  ///< running estimate of catalog leaf nodes
   bool icone_volume = false, ouvrir_racine = false;
+  bool dossier_fond = false;  ///< the project has the folder whose catalog id on HFS+ is fixed
   std::string label_iso;
   std::uint64_t taille_chemins_iso = 0, taille_chemins_joliet = 0;  ///< bytes
   std::uint64_t secteurs_iso = 0, secteurs_joliet = 0;              ///< directory sectors

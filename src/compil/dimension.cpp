@@ -8,8 +8,10 @@
 #include "compil/descripteurs.hpp"
 #include "compil/noms_disque.hpp"
 #include "compil/repertoires.hpp"
+#include "compil/volume_hfsplus.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
+#include "noms/ordre.hpp"
 #include "noms/regles.hpp"
 #include "noms/tables.hpp"
 #include "noms/texte.hpp"
@@ -45,6 +47,15 @@ void compte_fiche(std::size_t &octets, std::uint64_t &secteurs, std::size_t long
 std::u16string poids(std::string_view nom) {
   std::u16string texte;
   for (const char c : nom) texte.push_back(static_cast<char16_t>(ordre_hfs[static_cast<std::uint8_t>(c)]));
+  return texte;
+}
+
+/// The same for HFS+: folded, the units that the order ignores left out.
+std::u16string pliage(const RubriqueProjet &r) {
+  std::u16string texte;
+  for (const be16 unite : nom_hfsplus_de(r, {}).vue())
+    if (const std::uint16_t plie = pliage_hfsplus(unite); plie != 0)
+      texte.push_back(static_cast<char16_t>(plie));
   return texte;
 }
 
@@ -97,12 +108,13 @@ void Mesure::mesure_noms(const RubriqueProjet &r, const std::string &dossier) {
     const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
     if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
   }
-  // The name that a stream-carrying item takes from its source is known only when the source is at hand.
-  if (ctx_.a_volume() && r.dans_hfs() && !nature_est_hfsplus(ctx_.nature)) {
-    const std::string nom = lit_champ(r.nom_hfs);
-    const auto [place, neuf] = noms_hfs_.try_emplace(poids(nom), chemin_source(r));
-    if (!neuf) note_egaux(kVueHfs, dossier, nom_windows(nom), r, place->second);
-  }
+  // A name that comes from the source is known only when the source is at hand.
+  if (!ctx_.a_volume() || !r.dans_hfs() || r.codage() == Codage::ntfs) return;
+  const bool plus = nature_est_hfsplus(ctx_.nature);
+  if (plus && r.nom_hors_page() && !r.nom_hfs_final()) return;
+  const std::string nom = lit_champ(r.nom_hfs);
+  const auto [place, neuf] = noms_hfs_.try_emplace(plus ? pliage(r) : poids(nom), chemin_source(r));
+  if (!neuf) note_egaux(kVueHfs, dossier, plus ? nom : nom_windows(nom), r, place->second);
 }
 
 void Mesure::mesure_longueurs(const RubriqueProjet &r) {
@@ -147,6 +159,7 @@ std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
     if (ctx_.a_iso()) mesure_iso(*r);
     if (volume_ != nullptr && r->dans_hfs()) volume_->compte_item(ctx_, *r);
     if (r->est_dossier()) {
+      if (r->numero == kDossierFond && lit_champ(r->nom_source) == kNomDossierFond) ctx_.dossier_fond = true;
       sous_dossiers.push_back(*r);
     } else {
       mesure_longueurs(*r);

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kSourceDisparue = 6314;       // path
 constexpr int kCatalogueImpossible = 6315;  // path
+constexpr int kNomDejaLa = 6308;            // path
 constexpr std::size_t kLongueurMessage = 100;
 
 std::span<const std::uint8_t> octets_du_nom(const std::string &nom) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "compil/noeuds_neufs.hpp"
 #include "hfs/arbre.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/fiches.hpp"
@@ -22,41 +23,15 @@ namespace {
 constexpr std::uint32_t kNoeud = 512;
 constexpr std::uint32_t kBlocsHfsMax = 65535;  ///< drNmAlBlks and every extent are 16 bits
 constexpr std::uint32_t kPremierCnid = 0x11;
-using Bloc = std::array<std::uint8_t, kNoeud>;
 
 /// Key and even-padding bytes of a record with a name of `longueur` bytes.
 std::uint32_t taille_cle(std::size_t longueur) {
   return static_cast<std::uint32_t>((longueur + 7 + 1) & ~std::size_t{1});
 }
 
-/// Header node of a tree of 512-byte nodes; the offsets of its three records stand at the end of the node.
-Bloc noeud_entete(const FicheEnteteArbre &fiche, std::uint8_t carte) {
-  Bloc bloc{};
-  EnteteNoeud noeud{};
-  noeud.kind = kNoeudEntete;
-  noeud.numRecords = 3;
-  std::memcpy(bloc.data(), &noeud, sizeof noeud);
-  std::memcpy(bloc.data() + kDebutEnregistrements, &fiche, sizeof fiche);
-  bloc[kDebutCarteEntete] = carte;
-  const be16 table[] = {0x1F8, 0xF8, 0x78, 0x0E};
-  std::memcpy(bloc.data() + kNoeud - sizeof table, table, sizeof table);
-  return bloc;
-}
-
-void ajoute(std::vector<std::uint8_t> &cible, std::span<const std::uint8_t> octets) {
-  cible.insert(cible.end(), octets.begin(), octets.end());
-  if (cible.size() % 2 != 0) cible.push_back(0);
-}
-
-/// Puts a record of the catalog in with leafRecords counting it, as the header written along with it must
-/// say.
-template <typename Insere>
-bool insere_compte(Insere insere) {
-  FicheEnteteArbre &fiche = volume_courant().catalogue.fiche();
-  fiche.leafRecords = fiche.leafRecords + 1;
-  if (insere()) return true;
-  fiche.leafRecords = fiche.leafRecords - 1;
-  return false;
+/// True when the folder already has an item of that name: names taken from the source are known only now.
+bool existe(std::uint32_t parent, const std::string &nom) {
+  return !cherche_exacte_hfs(nom, kRubriqueToute, parent).empty();
 }
 
 std::uint16_t en16(std::uint64_t valeur) {
@@ -147,8 +122,7 @@ void VolumeHfs::ecrit_extents() {
   fiche.maxKeyLength = 7;
   fiche.totalNodes = plan_.extents;
   fiche.freeNodes = plan_.extents - 1;
-  const Bloc bloc = noeud_entete(fiche, 0x80);
-  ecrit_secteurs(bloc.data(), plan_.debut + plan_.carte + 3, 1);
+  ecrit_noeud(noeud_entete(fiche, 0x80), plan_.debut + plan_.carte + 3);
 }
 
 void VolumeHfs::ecrit_catalogue(const ContexteCompilation &contexte) {
@@ -162,9 +136,8 @@ void VolumeHfs::ecrit_catalogue(const ContexteCompilation &contexte) {
   fiche.maxKeyLength = 0x25;
   fiche.totalNodes = plan_.catalogue;
   fiche.freeNodes = plan_.catalogue - 2;
-  const Bloc entete = noeud_entete(fiche, 0xC0);
   const std::uint64_t debut = plan_.debut + plan_.carte + 3 + plan_.extents;
-  ecrit_secteurs(entete.data(), debut, 1);
+  ecrit_noeud(noeud_entete(fiche, 0xC0), debut);
 
   const std::uint32_t maintenant = date_mac();
   DossierHfs racine{};
@@ -175,22 +148,10 @@ void VolumeHfs::ecrit_catalogue(const ContexteCompilation &contexte) {
   racine.dirBkDat = maintenant + 2;
   pose_info_dossier(racine.dirUsrInfo, false, contexte.icone_volume);
 
-  std::vector<std::uint8_t> noeud(kDebutEnregistrements, 0);
-  ajoute(noeud, cle_hfs(kIdParentRacine, label_));
-  ajoute(noeud, octets_de(racine));
-  const auto second = en16(noeud.size());
-  ajoute(noeud, cle_hfs(kIdRacine, ""));
-  ajoute(noeud, octets_de(fil_hfs(kRubriqueFilDossier, kIdParentRacine, label_)));
-  const auto libre = en16(noeud.size());
-  noeud.resize(kNoeud);
-  EnteteNoeud tete{};
-  tete.kind = kNoeudFeuille;
-  tete.height = 1;
-  tete.numRecords = 2;
-  std::memcpy(noeud.data(), &tete, sizeof tete);
-  const be16 table[] = {libre, second, en16(kDebutEnregistrements)};
-  std::memcpy(noeud.data() + kNoeud - sizeof table, table, sizeof table);
-  ecrit_secteurs(noeud.data(), debut + 1, 1);
+  FeuilleNeuve feuille(kNoeud, true);
+  feuille.ajoute(cle_hfs(kIdParentRacine, label_), octets_de(racine));
+  feuille.ajoute(cle_hfs(kIdRacine, ""), octets_de(fil_hfs(kRubriqueFilDossier, kIdParentRacine, label_)));
+  ecrit_noeud(feuille.octets(), debut + 1);
 }
 
 bool VolumeHfs::ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &,
@@ -218,6 +179,7 @@ Catalogue VolumeHfs::cree_dossier(std::uint32_t parent, const RubriqueProjet &ru
                                   std::u16string_view nom_large, std::uint32_t &cnid) {
   Mdb &mdb = *volume_courant().mdb;
   const std::string nom = nom_hfs_de(rubrique, nom_large);
+  if (rubrique.codage() == Codage::ntfs && existe(parent, nom)) return Catalogue::double_nom;
   const std::uint32_t maintenant = date_mac();
   cnid = mdb.drNxtCNID;
   DossierHfs fiche{};
@@ -259,6 +221,7 @@ Catalogue VolumeHfs::cree_fichier(std::uint32_t parent, const FicheFichier &fich
   fiche.filRPyLen = fichier.rsrc.blocs * taille_bloc;
   fiche.filRExtRec[0] = {en16(fichier.rsrc.bloc), en16(fichier.rsrc.blocs)};
   const std::string nom = nom_hfs_de(rubrique, fichier.nom_large);
+  if (rubrique.codage() == Codage::ntfs && existe(parent, nom)) return Catalogue::double_nom;
   if (!insere_compte([&] { return insere_hfs(cle_hfs(parent, nom), octets_de(fiche), parent); }))
     return Catalogue::plein;
   mdb.drNxtCNID = mdb.drNxtCNID + 1;

@@ -3,12 +3,14 @@
 #include <algorithm>
 
 #include "compil/volume_hfs.hpp"
+#include "compil/volume_hfsplus.hpp"
 #include "hfs/fiches.hpp"
 
 namespace varnion {
 
 std::unique_ptr<VolumeMac> VolumeMac::cree(Nature nature) {
-  if (!nature_a_volume(nature) || nature_est_hfsplus(nature)) return nullptr;
+  if (!nature_a_volume(nature)) return nullptr;
+  if (nature_est_hfsplus(nature)) return std::make_unique<VolumeHfsPlus>();
   return std::make_unique<VolumeHfs>();
 }
 

@@ -28,7 +28,7 @@ struct FicheFichier {
 };
 
 /// Outcome of a call that puts something into the catalog.
-enum class Catalogue { fait, plein, impossible };
+enum class Catalogue { fait, plein, impossible, double_nom };
 
 /// The Macintosh volume of an image: its sizes, its first structures, the catalog while it grows, the end.
 /// The metadata (header to catalog) is held in a memory window of the engine's driver until `cloture`.
