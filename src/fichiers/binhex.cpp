@@ -41,16 +41,16 @@ static_assert(sizeof(SuiteTete) == 21);
 constexpr int kHorsAlphabet = 0;
 constexpr int kIgnore = -1;
 
-constexpr std::array<std::int8_t, 256> table_alphabet() {
-  std::array<std::int8_t, 256> table{};
-  table.fill(static_cast<std::int8_t>(kHorsAlphabet));
+constexpr std::array<std::int16_t, 256> table_alphabet() {
+  std::array<std::int16_t, 256> table{};
+  table.fill(static_cast<std::int16_t>(kHorsAlphabet));
   for (std::size_t i = 0; i < kAlphabet.size(); ++i)
-    table[static_cast<std::uint8_t>(kAlphabet[i])] = static_cast<std::int8_t>(i);
+    table[static_cast<std::uint8_t>(kAlphabet[i])] = static_cast<std::int16_t>(i);
   for (const char c : {'\r', '\n', ':'})
-    table[static_cast<std::uint8_t>(c)] = static_cast<std::int8_t>(kIgnore);
+    table[static_cast<std::uint8_t>(c)] = static_cast<std::int16_t>(kIgnore);
   return table;
 }
-constexpr std::array<std::int8_t, 256> kValeurs = table_alphabet();
+constexpr std::array<std::int16_t, 256> kValeurs = table_alphabet();
 
 constexpr std::array<std::uint16_t, 256> table_crc() {
   std::array<std::uint16_t, 256> table{};
@@ -125,6 +125,8 @@ class SixVersHuit {
   SixVersHuit(const Fichier &source, std::uint64_t limite) : caracteres_(source, limite) {}
   [[nodiscard]] bool erreur() const { return caracteres_.erreur(); }
   void avec_coupe(bool valeur) { avec_coupe_ = valeur; }
+  /// True once a byte of the cut group was given.
+  [[nodiscard]] bool coupe_lue() const { return finie_ && rang_ > 0; }
 
   /// Next byte, -1 at the end.
   int octet() {
@@ -160,7 +162,10 @@ class Expansion {
   explicit Expansion(const Fichier &source, std::uint64_t limite = std::numeric_limits<std::uint64_t>::max())
       : source_(source, limite) {}
   [[nodiscard]] bool erreur() const { return source_.erreur(); }
-  void avec_coupe(bool valeur) { source_.avec_coupe(valeur); }
+  void avec_coupe(bool valeur) {
+    source_.avec_coupe(valeur);
+    if (source_.coupe_lue()) reste_ = 0;  // a run out of the cut group never was in the stream
+  }
 
   /// Fills `octets` as far as the stream goes: bytes given.
   std::size_t lire(std::span<std::uint8_t> octets) {
@@ -207,6 +212,8 @@ class VersMacBinaire {
     if (!copie_fourche(tete.lg_data, controle.data)) return std::nullopt;
     debut_rsrc_ = position_ressource(tete.lg_data);
     const std::uint64_t fin_data = position_;
+    if (fin_data < kPasMacBinaire + std::uint64_t{tete.lg_data})
+      return flux_.erreur() ? std::nullopt : std::optional(fin_data);  // nothing follows a fork that was cut
     position_ = std::max(position_, debut_rsrc_);
     if (!copie_fourche(tete.lg_rsrc, controle.ressource) || flux_.erreur()) return std::nullopt;
     return position_ == debut_rsrc_ ? fin_data : position_;

@@ -185,12 +185,11 @@ void ParcoursInclusion::scanne(Niveau &niveau) {
 void ParcoursInclusion::element(Niveau &niveau, const DonneesRecherche &entree, const std::string &nom,
                                 const Compagnons *compagnons) {
   const std::string chemin = niveau.chemin + nom;
-  if (!niveau.place && deja_present(nom, chemin) != 0) {
+  const bool compagnon = !entree.est_dossier() && est_nom_compagnon(entree.nom_long);
+  if (compagnon || (!niveau.place && deja_present(nom, chemin) != 0)) {
     ++bilan_.ignores;
   } else if (entree.est_dossier()) {
     dossier(niveau, entree, nom, chemin);
-  } else if (est_nom_compagnon(entree.nom_long)) {
-    ++bilan_.ignores;
   } else {
     fichier(niveau, entree, nom, chemin, compagnons);
   }

@@ -191,6 +191,9 @@ TEST(BinHex, FichiersCoupes) {
   // Announced lengths of 4 GiB over a stream of a few bytes: as long as the stream, no sparse file.
   const std::string cible = decode(texte_hqx(tete_flux("ab", 0xFFFFFFFF, 0xFFFFFFFF) + "abc"));
   EXPECT_EQ(cible.size(), 131U);
+  // A run whose count lies in the cut group at the end is no run: nothing of it reaches a fork.
+  for (const std::uint32_t data_annoncee : {2U, 0x10000000U})
+    EXPECT_EQ(decode(texte_hqx(tete_flux("ab", data_annoncee, 0xFFFF) + "ab\x90\xFF")).size(), 130U);
 }
 
 TEST(BinHex, SommesFausses) {
