@@ -1,0 +1,73 @@
+#include "app/noyau/sous_commandes.hpp"
+
+#include <limits>
+
+#include "projet/format.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr const char *kVues = "iso|hfs|both";
+constexpr const char *kVuesOuAucune = "iso|hfs|both|none";
+constexpr const char *kOuiNon = "on|off";
+constexpr const char *kNatures = "hybrid|iso|hfs";
+constexpr std::size_t kSansFin = std::numeric_limits<std::size_t>::max();
+
+constexpr OptionCli kNew[] = {{"hfsplus", '\0', 6700}, {"hfs", '\0', 6701}, {"force", 'f', 6702}};
+constexpr OptionCli kAdd[] = {{"view", '\0', 6710, kVues},
+                              {"into", '\0', 6711, ""},
+                              {"list", '\0', 6712, ""},
+                              {"signatures", '\0', 6704, ""}};
+constexpr OptionCli kMkdir[] = {{"view", '\0', 6713, kVues}};
+constexpr OptionCli kLabel[] = {{"iso", '\0', 6714, ""}, {"hfs", '\0', 6715, ""}};
+constexpr OptionCli kLs[] = {{"recursive", 'R', 6716}, {"view", '\0', 6717, kVues}, {"json", '\0', 6718}};
+constexpr OptionCli kInfo[] = {{"json", '\0', 6718}};
+constexpr OptionCli kRm[] = {{"recursive", 'r', 6719}, {"view", '\0', 6720, kVues}};
+constexpr OptionCli kRename[] = {{"view", '\0', 6721, kVues}};
+constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
+                              {"creator", '\0', 6723, ""},
+                              {"hide", '\0', 6724, kVuesOuAucune},
+                              {"views", '\0', 6725, kVuesOuAucune},
+                              {"hidden-ext", '\0', 6726, kOuiNon},
+                              {"custom-icon", '\0', 6727, kOuiNon},
+                              {"recursive", 'R', 6728}};
+constexpr OptionCli kCompile[] = {{"output", 'o', 6730, ""},
+                                  {"kind", '\0', 6731, kNatures},
+                                  {"no-postgap", '\0', 6732},
+                                  {"force", 'f', 6702}};
+constexpr OptionCli kMaster[] = {{"output", 'o', 6733, ""},      {"label", '\0', 6734, ""},
+                                 {"hfsplus", '\0', 6700},        {"hfs", '\0', 6701},
+                                 {"kind", '\0', 6731, kNatures}, {"no-postgap", '\0', 6732},
+                                 {"signatures", '\0', 6704, ""}, {"force", 'f', 6702}};
+
+constexpr SousCommande kCommandes[] = {
+    {"project", "new", 1, 1, kNew, commande_projet_new, 6610, 6660},
+    {"project", "add", 1, kSansFin, kAdd, commande_projet_add, 6611, 6661},
+    {"project", "mkdir", 2, kSansFin, kMkdir, commande_projet_mkdir, 6612, 6662},
+    {"project", "label", 1, 1, kLabel, commande_projet_label, 6613, 6663},
+    {"project", "ls", 1, 2, kLs, commande_projet_ls, 6614, 6664},
+    {"project", "info", 1, 1, kInfo, commande_projet_info, 6615, 6665},
+    {"project", "rm", 2, kSansFin, kRm, commande_projet_rm, 6616, 6666},
+    {"project", "rename", 3, 3, kRename, commande_projet_rename, 6617, 6667},
+    {"project", "set", 2, kSansFin, kSet, commande_projet_set, 6618, 6668},
+    {"", "compile", 1, 1, kCompile, commande_compile, 6619, 6669},
+    {"", "master", 1, kSansFin, kMaster, commande_master, 6620, 6670},
+};
+
+}  // namespace
+
+std::string SousCommande::mots() const {
+  return groupe.empty() ? std::string(nom) : std::string(groupe) + " " + std::string(nom);
+}
+
+std::span<const SousCommande> sous_commandes() {
+  return kCommandes;
+}
+
+int vue_nommee(std::string_view nom) {
+  if (nom == "iso") return kVueIso;
+  return nom == "hfs" ? kVueHfs : kVueRacine;
+}
+
+}  // namespace varnion

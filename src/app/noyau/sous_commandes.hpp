@@ -1,0 +1,44 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "app/noyau/ligne_commande.hpp"
+
+namespace varnion {
+
+/// One readable command: "compile", "project add". Its texts are strings of the table.
+struct SousCommande {
+  std::string_view groupe;  ///< first word where there are two
+  std::string_view nom;
+  std::size_t positions_min;
+  std::size_t positions_max;
+  std::span<const OptionCli> options;
+  int (*execute)(ContexteCli &);
+  int synopsis;
+  int resume;
+
+  [[nodiscard]] std::string mots() const;
+};
+
+/// All of them, in the order of the help text.
+[[nodiscard]] std::span<const SousCommande> sous_commandes();
+
+// The work of each, an exit status. A position is there as the row says.
+[[nodiscard]] int commande_projet_new(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_add(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_mkdir(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_label(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_ls(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_info(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_rm(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_rename(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_set(ContexteCli &contexte);
+[[nodiscard]] int commande_compile(ContexteCli &contexte);
+[[nodiscard]] int commande_master(ContexteCli &contexte);
+
+/// View of "iso", "hfs" or "both".
+[[nodiscard]] int vue_nommee(std::string_view nom);
+
+}  // namespace varnion
