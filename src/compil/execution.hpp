@@ -13,6 +13,7 @@
 #include "compil/repertoires.hpp"
 #include "compil/sortie.hpp"
 #include "compil/volume_mac.hpp"
+#include "IO/acces.hpp"
 #include "IO/plateforme.hpp"
 
 namespace varnion {
@@ -110,6 +111,7 @@ class Execution {
 
   ContexteCompilation &ctx_;
   SuiviCompilation &suivi_;
+  plateforme::AccesFichiers acces_;
   SortieImage sortie_;
   std::unique_ptr<VolumeMac> volume_;
   PlanIso iso_;

@@ -225,21 +225,20 @@ bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, Repertoi
   if (!iso && !mac) return true;
   if (operations().arret_demande()) return echoue(kCompilEchec);
   const std::string chemin = chemin_source(r);
-  const auto donnees = plateforme::cherche_fichier(chemin);
-  if (!donnees || donnees->est_dossier()) {
-    remarque(kSourceDisparue, chemin);
-    return true;
-  }
-  Source source{r, *donnees, chemin, plateforme::ouvre(chemin, Ouverture::lecture), 0};
+  plateforme::DonneesRecherche donnees;
+  Source source{r, donnees, chemin, acces_.ouvre(chemin, &donnees), 0};
   if (!source.fichier.ouvert()) {
-    remarque(kSourceFermee, chemin, plateforme::texte_erreur(errno));
-  } else {
-    const std::int64_t taille = fichier_taille(source.fichier);
-    source.taille = taille < 0 ? 0 : static_cast<std::uint64_t>(taille);
-    if (source.taille > std::numeric_limits<std::uint32_t>::max()) {
-      remarque(kSourceTropGrande, chemin);
+    const int erreur = errno;
+    if (donnees.nom_long.empty() || donnees.est_dossier()) {
+      remarque(kSourceDisparue, chemin);
       return true;
     }
+    remarque(kSourceFermee, chemin, plateforme::texte_erreur(erreur));
+  } else if (donnees.taille > std::numeric_limits<std::uint32_t>::max()) {
+    remarque(kSourceTropGrande, chemin);
+    return true;
+  } else {
+    source.taille = donnees.taille;
     if (source.taille != r.lg_source) remarque(kSourceChangee, chemin);
   }
   Fourche copie;

@@ -97,6 +97,7 @@ struct FluxTrouves {
 
 FluxTrouves cherche_flux(const SourceInclusion &source) {
   FluxTrouves flux;
+  if (!source.flux_possible) return flux;
   const Fichier ressource = ouvre_ressource_sfm(source.chemin);
   const InfoAfp info = lit_info_afp(source.chemin);
   flux.presents = (ressource.ouvert() || info.presente) && info.signature != kSignatureSansInfo;
@@ -134,12 +135,23 @@ void remplit_macbinaire(RubriqueProjet &rubrique, const TeteMacBinaire &tete, co
   dates_rubrique(rubrique, source.entree);
 }
 
+void borne_binhex(RubriqueProjet &rubrique, const Fichier &fichier) {
+  const Fichier decode = decode_binhex(fichier);
+  const auto tete = decode.ouvert() ? lit_tete_macbinaire(decode) : std::nullopt;
+  if (!tete) return;
+  rubrique.lg_data = borne32(plage_data_macbinaire(*tete, taille(decode)).longueur);
+  rubrique.lg_rsrc = borne32(plage_rsrc_macbinaire(*tete, taille(decode)).longueur);
+}
+
 void remplit_binhex(RubriqueProjet &rubrique, const Fichier &fichier, const SourceInclusion &source) {
   const auto tete = tete_binhex(fichier);
   pose_nom_mac(rubrique, tete ? std::string_view(tete->nom) : std::string_view(), source);
   pose_signature(rubrique, tete ? std::string_view(tete->signature) : signature_de_fichier(source.nom));
   rubrique.lg_data = tete ? tete->lg_data : 0U;
   rubrique.lg_rsrc = tete ? tete->lg_rsrc : 0U;
+  // Six bits of text make a byte of the file unless runs are packed. Lengths above that may be the truth or a lie
+  // that would reserve gigabytes: then, and only then, the text itself tells.
+  if (tete && std::uint64_t{tete->lg_data} + tete->lg_rsrc > source.entree.taille) borne_binhex(rubrique, fichier);
   dates_rubrique(rubrique, source.entree);
 }
 

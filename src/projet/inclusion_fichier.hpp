@@ -17,10 +17,11 @@ struct SourceInclusion {
   std::string nom;        ///< name that the item keeps, working text
   std::string compagnon;  ///< path of the "._" file beside it, "" for none
   bool hfsplus = false;   ///< format of the project
+  bool flux_possible = true;  ///< false: the file surely has no alternate stream
 };
 
-/// Fills coding, fork lengths, type and creator, flags and dates of an item from its open source, without
-/// decoding any data. `lg_source` is set before. A file whose name comes out of its container gets it as
+/// Fills coding, fork lengths, type and creator, flags and dates of an item from its open source. Data is
+/// decoded only where a BinHex head announces more than its text should hold. `lg_source` is set before. A file whose name comes out of its container gets it as
 /// `nom_hfs`.
 void reconnait_fichier(RubriqueProjet &rubrique, const Fichier &fichier, const SourceInclusion &source);
 

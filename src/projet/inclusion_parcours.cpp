@@ -256,7 +256,7 @@ void ParcoursInclusion::fichier(Niveau &niveau, const DonneesRecherche &entree, 
   }
   RubriqueProjet rubrique = rubrique_neuve(niveau, entree, nom);
   rubrique.numero = 0U - ++dernier_fichier_;
-  const Fichier source = plateforme::ouvre(chemin, Ouverture::lecture);
+  const Fichier source = acces_.ouvre(chemin);
   if (!source.ouvert()) return signale(chemin, errno);
   ++niveau.fichiers;
   ++bilan_.fichiers;
@@ -267,6 +267,7 @@ void ParcoursInclusion::fichier(Niveau &niveau, const DonneesRecherche &entree, 
   } else if (const auto trouve = compagnons->find(u"._" + entree.nom_large); trouve != compagnons->end()) {
     description.compagnon = niveau.chemin + trouve->second;
   }
+  description.flux_possible = acces_.flux_possible(source);
   reconnait_fichier(rubrique, source, description);
   inscrit(niveau, rubrique, entree, nom);
   icone(niveau, rubrique);

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "IO/acces.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/inclusion.hpp"
@@ -87,6 +88,7 @@ class ParcoursInclusion {
   FichierProjet &projet_;
   const OptionsInclusion &options_;
   ReponsesVues &reponses_;
+  plateforme::AccesFichiers acces_;
   NomsPresents presents_;
   LotsRubriques lots_;
   std::vector<Niveau> a_faire_;        // folders to descend into, the next one last
