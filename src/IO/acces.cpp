@@ -1,6 +1,5 @@
 #include "IO/acces.hpp"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -9,8 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
-#include <unordered_set>
 
 #include "IO/dossiers.hpp"
 #include "IO/etat.hpp"
@@ -32,22 +29,6 @@ bool montre_des_flux(int descripteur) {
   return std::find(kMagies.begin(), kMagies.end(), magie) != kMagies.end();
 }
 
-struct FermeDossier {
-  void operator()(DIR *dossier) const { ::closedir(dossier); }
-};
-
-/// Names on the disk of the regular files of a folder, as the folder itself tells; those it does not tell the kind of
-/// are left out.
-std::unordered_set<std::string> noms_reguliers(int descripteur) {
-  std::unordered_set<std::string> noms;
-  const int copie = ::openat(descripteur, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, FermeDossier> dossier(copie < 0 ? nullptr : ::fdopendir(copie));
-  if (!dossier) return noms;
-  while (const dirent *entree = ::readdir(dossier.get()))
-    if (entree->d_type == DT_REG) noms.emplace(entree->d_name);
-  return noms;
-}
-
 }  // namespace
 
 bool AccesFichiers::charge(std::string_view dossier) {
@@ -58,13 +39,12 @@ bool AccesFichiers::charge(std::string_view dossier) {
   const auto resolu = resout_existant(dossier.empty() ? "." : dossier);
   if (!resolu) return false;
   descripteur_ = Fichier(::open(resolu->utf8.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  const auto liste = etat<CacheDossiers>().liste(resolu->utf8);
+  const auto liste = etat<CacheDossiers>().liste(resolu->utf8, false);
   if (!descripteur_ || !liste) return false;
-  const auto reguliers = noms_reguliers(descripteur_.descripteur());
   flux_par_nom_ = montre_des_flux(descripteur_.descripteur());
   for (const NomsEntree &noms : *liste) {
     if (noms.disque.find(":AFP_") != std::string::npos) flux_par_nom_ = true;
-    if (!reguliers.contains(noms.disque)) continue;
+    if (!noms.regulier) continue;
     if (noms.lisible) reguliers_.try_emplace(noms.texte, Noms{noms.disque, noms.court});
     if (!noms.lisible && !noms.court.empty()) reguliers_.try_emplace(noms.court, Noms{noms.disque, noms.court});
   }

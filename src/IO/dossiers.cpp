@@ -53,14 +53,17 @@ bool se_montre(std::string_view texte) {
   return texte.find_first_of("?\\") == std::string_view::npos;
 }
 
-std::optional<std::vector<std::string>> lit_noms(DIR *dossier) {
-  std::vector<std::string> noms;
+/// Name on the disk, and whether the folder itself tells of a regular file.
+using NomLu = std::pair<std::string, bool>;
+
+std::optional<std::vector<NomLu>> lit_noms(DIR *dossier) {
+  std::vector<NomLu> noms;
   for (;;) {
     errno = 0;
     const dirent *entree = ::readdir(dossier);
     if (entree == nullptr) break;
     const std::string_view nom = entree->d_name;
-    if (nom != "." && nom != "..") noms.emplace_back(nom);
+    if (nom != "." && nom != "..") noms.emplace_back(nom, entree->d_type == DT_REG);
   }
   if (errno != 0) return std::nullopt;
   return noms;
@@ -108,14 +111,15 @@ std::optional<IndexDossier> IndexDossier::lit(const std::string &dossier_utf8) {
   auto noms = lit_noms(dossier.get());
   if (!noms) return std::nullopt;
   std::sort(noms->begin(), noms->end());
-  for (std::string &nom : *noms) index.insere(std::move(nom));
+  for (NomLu &nom : *noms) index.insere(std::move(nom.first), nom.second);
   return index;
 }
 
 // False when the text of the name was taken before.
-bool IndexDossier::insere(std::string disque) {
+bool IndexDossier::insere(std::string disque, bool regulier) {
   const std::size_t rang = entrees_.size();
   Entree &entree = entrees_.emplace_back();
+  entree.regulier = regulier;
   entree.disque = std::move(disque);
   entree.texte = utf8_vers_texte(entree.disque);
   par_disque_.try_emplace(entree.disque, rang);
@@ -172,7 +176,7 @@ void IndexDossier::fait_noms_courts() {
 
 NomsEntree IndexDossier::noms(std::size_t rang) {
   const Entree &entree = entrees_[rang];
-  NomsEntree noms{entree.disque, entree.texte, {}, est_lisible(rang)};
+  NomsEntree noms{entree.disque, entree.texte, {}, est_lisible(rang), entree.regulier};
   // A legal 8.3 name that no other name differs from in case alone needs none, whatever else the folder
   // holds.
   if (est_nom_court_legal(entree.disque)) {
@@ -187,7 +191,7 @@ NomsEntree IndexDossier::noms(std::size_t rang) {
 bool IndexDossier::ajoute(std::string_view disque) {
   if (par_disque_.contains(disque)) return true;
   courts_faits_ = false;
-  return insere(std::string(disque));
+  return insere(std::string(disque), false);
 }
 
 bool IndexDossier::retire(std::string_view disque) {
@@ -273,13 +277,14 @@ std::optional<NomsEntree> CacheDossiers::noms(const std::string &dossier_utf8, c
   return std::nullopt;
 }
 
-std::optional<std::vector<NomsEntree>> CacheDossiers::liste(const std::string &dossier_utf8) {
+std::optional<std::vector<NomsEntree>> CacheDossiers::liste(const std::string &dossier_utf8, bool relit) {
   const std::lock_guard garde(verrou_);
-  IndexDossier *lu = index(dossier_utf8, true);
+  IndexDossier *lu = index(dossier_utf8, relit);
   if (lu == nullptr) return std::nullopt;
   std::vector<NomsEntree> noms;
   noms.reserve(lu->nombre());
-  for (std::size_t rang = 0; rang < lu->nombre(); ++rang) noms.push_back(lu->noms(rang));
+  for (std::size_t rang = 0; rang < lu->nombre(); ++rang)
+    if (lu->vivante(rang)) noms.push_back(lu->noms(rang));
   return noms;
 }
 

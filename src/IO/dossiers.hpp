@@ -36,6 +36,7 @@ struct NomsEntree {
   std::string court;   ///< 8.3 name, empty when the upper-case form serves
   bool lisible =
       false;  ///< looking up `texte` finds this entry: every character shown, no like name before it
+  bool regulier = false;  ///< the folder tells of a regular file; a link or an unknown kind is none
 };
 
 /// The names in one folder with constant-time look-ups. Short names are worked out when first asked for.
@@ -50,6 +51,7 @@ class IndexDossier {
   [[nodiscard]] std::optional<std::size_t> cherche_disque(std::string_view disque) const;
   [[nodiscard]] const std::string &disque(std::size_t rang) const { return entrees_[rang].disque; }
   [[nodiscard]] NomsEntree noms(std::size_t rang);
+  [[nodiscard]] bool vivante(std::size_t rang) const { return entrees_[rang].vivante; }
   [[nodiscard]] std::size_t nombre() const { return entrees_.size(); }
 
   /// Takes a name in or out without reading the folder again; false when only reading again will do.
@@ -67,6 +69,7 @@ class IndexDossier {
     std::string disque;
     std::string texte;
     bool vivante = true;
+    bool regulier = false;
   };
   struct HachePli {
     std::size_t operator()(std::string_view texte) const;
@@ -79,7 +82,7 @@ class IndexDossier {
     std::size_t nombre = 0;
   };
 
-  bool insere(std::string disque);
+  bool insere(std::string disque, bool regulier);
   void fait_noms_courts();
   [[nodiscard]] bool est_lisible(std::size_t rang) const;
 
@@ -104,8 +107,8 @@ class CacheDossiers {
   /// The names of the entry `disque` of a folder; where the file system itself ignores case, of the entry
   /// meant.
   [[nodiscard]] std::optional<NomsEntree> noms(const std::string &dossier_utf8, const std::string &disque);
-  /// All names of a folder in byte order, freshly read.
-  [[nodiscard]] std::optional<std::vector<NomsEntree>> liste(const std::string &dossier_utf8);
+  /// All names of a folder, in byte order when freshly read (`relit`).
+  [[nodiscard]] std::optional<std::vector<NomsEntree>> liste(const std::string &dossier_utf8, bool relit = true);
 
   /// Around a change that this process makes in a folder: `avant` drops an index that is out of date already,
   /// `apres` brings it up to the change (`ancien` gone, `nouveau` come; either may be empty).

@@ -154,9 +154,9 @@ TraitsHfsPlus::Nom TraitsHfsPlus::nom_du_fil(std::span<const std::uint8_t> donne
 
 int TraitsHfsPlus::compare(Nom a, Nom b) {
   if (volume_courant().catalogue.fiche().keyCompareType != kCompareBinaire) return compare_hfsplus(a, b);
-  const auto ordre = std::lexicographical_compare_three_way(
-      a.begin(), a.end(), b.begin(), b.end(), [](std::uint16_t x, std::uint16_t y) { return x <=> y; });
-  return ordre < 0 ? -1 : ordre > 0 ? 1 : 0;
+  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  if (x != a.end() && y != b.end()) return std::uint16_t{*x} < std::uint16_t{*y} ? -1 : 1;
+  return x != a.end() ? 1 : y != b.end() ? -1 : 0;
 }
 
 int TraitsHfsPlus::compare_motif(Nom motif, Nom nom) {

@@ -20,8 +20,8 @@ DescripteurArbre &catalogue() {
 
 std::span<std::uint8_t> carte_de_l_entete() {
   const OctetsNoeud entete = catalogue().octets_entete();
-  // Map record of the header node, up to its four offsets.
-  return entete.subspan(kDebutCarteEntete, entete.size() - 2 * 4 - kDebutCarteEntete);
+  constexpr std::size_t kQuatreDecalages = 8;  // of the three records and the free space, behind the map
+  return entete.subspan(kDebutCarteEntete, entete.size() - kQuatreDecalages - kDebutCarteEntete);
 }
 
 // Map bytes that this program puts into a map node: two fewer than the record could hold.

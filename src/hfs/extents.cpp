@@ -15,7 +15,7 @@ struct CleExtents {
   std::uint32_t fichier = 0;
   std::uint8_t fourche = 0;
   std::uint32_t debut = 0;
-  auto operator<=>(const CleExtents &) const = default;
+  auto operator<=>(const CleExtents &) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 struct ExtentsDeHfs {

@@ -13,6 +13,7 @@ namespace varnion {
 namespace {
 
 constexpr std::size_t kOctetsPage = std::size_t{FenetreMemoire::kSecteursParPage} * kTailleSecteur;
+constexpr std::uint64_t kPagesMax = std::uint64_t{1} << 24;  // 1 TiB: more is a mistake
 constexpr std::size_t kOctetsRun = std::size_t{1} << 20;
 
 int driver_fenetre(RequeteIO &requete) {
@@ -38,6 +39,7 @@ FenetreMemoire &fenetre_memoire() {
 bool FenetreMemoire::ouvre_fenetre(std::uint64_t debut, std::uint64_t nombre) {
   ferme_fenetre();
   const std::uint64_t pages = quotient_haut<std::uint64_t>(nombre, kSecteursParPage);
+  if (pages > kPagesMax) return false;
   pages_.reset(new (std::nothrow) Page[pages]);
   if (pages_ == nullptr) return false;
   nb_pages_ = pages;

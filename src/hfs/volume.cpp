@@ -23,6 +23,7 @@ namespace {
 constexpr std::int64_t kEcartEpoques = 2082844800;  // seconds from 1904 to 1970
 constexpr std::size_t kPlaceEntete = 1024;          // header behind the two boot sectors
 constexpr std::uint32_t kSecteursEntete = 4;        // HFS+: boot blocks, header and the sector behind it
+constexpr std::size_t kOctetsSecteur = kTailleSecteur;
 constexpr int kMessageEcriture = 1083;
 
 // Size of the HFS+ bitmap. A volume may have more blocks than this product says: both factors are cut to 16
@@ -123,7 +124,7 @@ void ouvre_arbre(const VolumeCourant &volume, DescripteurArbre &arbre) {
 // The two boot sectors of an HFS+ volume belong to whoever starts from it, and TN1150 leaves them alone. Here
 // each flush clears them with the header, and the two sectors in the same places of the copy.
 void ecrit_entetes_hfsplus(const VolumeCourant &volume) {
-  std::array<std::uint8_t, kSecteursEntete * kTailleSecteur> secteurs{};
+  std::array<std::uint8_t, kSecteursEntete * kOctetsSecteur> secteurs{};
   const auto entete = octets_de(*volume.vhb);
   std::copy(entete.begin(), entete.end(), secteurs.begin() + kPlaceEntete);
   ecrit_secteurs(secteurs.data(), volume.debut_allocation, kSecteursEntete);
@@ -153,7 +154,7 @@ VolumeCourant &volume_courant() {
 
 void lecture_entete_volume() {
   VolumeCourant &volume = volume_courant();
-  std::array<std::uint8_t, 3 * kTailleSecteur> secteurs{};
+  std::array<std::uint8_t, 3 * kOctetsSecteur> secteurs{};
   lit_secteurs(secteurs.data(), volume.debut_allocation, 3);
   const std::uint64_t ancien_debut = volume.debut_allocation;
   const std::uint16_t signature = *vue<be16>(secteurs, kPlaceEntete);

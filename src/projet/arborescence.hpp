@@ -141,6 +141,9 @@ void pose_nom_hfs(RubriqueProjet &rubrique, std::string_view texte, bool hfsplus
 using Troncature = std::function<std::optional<std::string>(std::string_view nom, std::size_t limite)>;
 /// The automatic form: `coupe_nom`.
 [[nodiscard]] Troncature troncature_automatique();
+/// The form the settings ask for: automatic in a batch run or when names of that format are cut without a
+/// question, else the truncation form (captions 1279 and 1282).
+[[nodiscard]] Troncature troncature_selon_reglages(bool hfsplus);
 
 /// Sets the format of a project: head, format flag, label and all HFS names. To classic HFS each name is
 /// rebuilt from the ISO name; to HFS+ from the source's name, failing that from the old name. A name given up

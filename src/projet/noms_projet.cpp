@@ -1,10 +1,12 @@
 // Renaming, and the names of a project whose format changes.
 
+#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/erreurs.hpp"
+#include "projet/noms_rubrique.hpp"
 #include "projet/place.hpp"
 #include "res/chaines.hpp"
 
@@ -13,6 +15,8 @@ namespace varnion {
 namespace {
 
 constexpr std::string_view kNomAbandonne = "~";
+constexpr int kLegendeHfsplus = 1279;
+constexpr int kLegendeHfs = 1282;
 
 // The text that a new format makes the HFS name from. The rule takes every item alike: a name from inside a
 // MacBinary head, one typed by hand and that of the volume icon are rebuilt too.
@@ -92,6 +96,20 @@ int renomme_element(FichierProjet &projet, std::uint32_t numero, std::uint32_t p
 Troncature troncature_automatique() {
   return [](std::string_view nom, std::size_t limite) -> std::optional<std::string> {
     return coupe_nom(nom, limite);
+  };
+}
+
+Troncature troncature_selon_reglages(bool hfsplus) {
+  return [hfsplus](std::string_view nom, std::size_t limite) -> std::optional<std::string> {
+    const OptionsProgramme &options = etat<OptionsProgramme>();
+    const TroncatureNoms &retenues = troncature_noms();
+    const bool retenue = hfsplus ? retenues.hfsplus : retenues.hfs;
+    if (retenue || options.mode_lot || (options.vn_options & kVnOptionTronque) != 0)
+      return coupe_nom(nom, limite);
+    std::string saisi(nom);
+    const std::string legende = charger_chaine(hfsplus ? kLegendeHfsplus : kLegendeHfs);
+    if (!operations().demander_nom(legende, saisi, limite)) return std::nullopt;
+    return coupe_nom(saisi.empty() ? nom : std::string_view(saisi), limite);
   };
 }
 

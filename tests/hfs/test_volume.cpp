@@ -213,18 +213,18 @@ class Fenetre : public ::testing::Test {
   void SetUp() override {
     EtatProgramme::courant().reinitialise();
     support().image = Fichier(::memfd_create("essai", 0));
-    ASSERT_TRUE(support().image.ecrire_a(std::vector<std::uint8_t>(1000 * 512, 0x11), 0));
+    ASSERT_TRUE(support().image.ecrire_a(std::vector<std::uint8_t>(512000, 0x11), 0));
     ASSERT_TRUE(fenetre_memoire().ouvre_fenetre(kDebut, kNombre));
   }
   void TearDown() override { EtatProgramme::courant().reinitialise(); }
 
   static std::vector<std::uint8_t> lit(std::uint64_t secteur, std::uint32_t nombre) {
-    std::vector<std::uint8_t> octets(nombre * 512U, 0xEE);
+    std::vector<std::uint8_t> octets(std::size_t{nombre} * 512, 0xEE);
     lit_secteurs(octets.data(), secteur, nombre);
     return octets;
   }
   static void ecrit(std::uint64_t secteur, std::uint32_t nombre, std::uint8_t valeur) {
-    const std::vector<std::uint8_t> octets(nombre * 512U, valeur);
+    const std::vector<std::uint8_t> octets(std::size_t{nombre} * 512, valeur);
     ecrit_secteurs(octets.data(), secteur, nombre);
   }
   // First byte of each sector, as the image file has it.
@@ -250,7 +250,7 @@ TEST_F(Fenetre, SplitsRequestsAtItsBorders) {
   EXPECT_EQ(fichier(97, 4), "\x11\x22\x22\x11");
   EXPECT_EQ(fichier(399, 4), "\x11\x22\x22\x11");
   EXPECT_EQ(lit(97, 306)[511], 0x11);
-  EXPECT_EQ(lit(98, 304), std::vector<std::uint8_t>(304 * 512, 0x22));
+  EXPECT_EQ(lit(98, 304), std::vector<std::uint8_t>(155648, 0x22));
   EXPECT_EQ(lit(~std::uint64_t{0} - 3, 1)[0], 0xEE) << "no such place: the buffer stays";
 }
 

@@ -1,5 +1,6 @@
 #include "outils.hpp"
 #include "projet/arborescence.hpp"
+#include "projet/noms_rubrique.hpp"
 
 namespace varnion::essai {
 namespace {
@@ -238,6 +239,13 @@ TEST_F(Arbre, Renommage) {
   EXPECT_TRUE(lue(projet, -1).nom_hfs_final());
 }
 
+// A run may be out of order; the record that moves does not stand in its own way.
+TEST_F(Arbre, RenommageDansUneSuiteEnDesordre) {
+  FichierProjet projet = avec({item(1, -1, "m"), item(1, -2, "a"), item(1, -3, "z")});
+  EXPECT_EQ(renomme_element(projet, static_cast<std::uint32_t>(-1), 1, "k", kVueIso), 1);
+  EXPECT_EQ(liste_items(projet), (Lignes{"1/-2 a", "1/-1 k", "1/-3 z"}));
+}
+
 TEST_F(Arbre, ChangementDeFormat) {
   const std::string long_nom = std::string(40, 'l') + ".text";
   RubriqueProjet accent = item(1, -1, "\xE9t\xE9");
@@ -274,6 +282,20 @@ TEST_F(Arbre, ChangementDeFormat) {
   EXPECT_EQ(demandes, 2);
   ASSERT_TRUE(change_format(projet, false, premier_abandonne));
   EXPECT_EQ(demandes, 2) << "the same format again does nothing";
+}
+
+TEST_F(Arbre, TroncatureSelonLesReglages) {
+  const std::string nom = std::string(40, 'n') + ".txt";
+  const std::string coupe = std::string(27, 'n') + ".txt";
+  script.reponses = {0, 1};
+  EXPECT_EQ(troncature_selon_reglages(false)(nom, 31), std::nullopt);
+  EXPECT_EQ(troncature_selon_reglages(false)(nom, 31), coupe) << "an answer that is still too long is cut";
+  troncature_noms().hfs = true;
+  EXPECT_EQ(troncature_selon_reglages(false)(nom, 31), coupe);
+  script.reponses = {0};
+  EXPECT_EQ(troncature_selon_reglages(true)(nom, 31), std::nullopt) << "the other format still asks";
+  reglages().vn_options |= kVnOptionTronque;
+  EXPECT_EQ(troncature_selon_reglages(true)(nom, 31), coupe);
 }
 
 // --- counts

@@ -59,11 +59,15 @@ TEST_F(Documents, CopieDeSauvegarde) {
   reglages().vn_options = 0;
   ASSERT_TRUE(FichierProjet::ouvre(bac + "essai.vnpr", ModeProjet::hybride));
   auto copie = FichierProjet::ouvre(bac + "essai.BAK", ModeProjet::hybride);
-  ASSERT_TRUE(copie) << "a backup is a project, and opening it must not empty it";
+  ASSERT_TRUE(copie) << "a backup is a project, and opening it must not put a copy in its place";
   EXPECT_EQ(liste_items(*copie), Lignes{"1/-1 a"});
+  ASSERT_TRUE(copie->insere(2, {{item(1, -2, "b")}}) && copie->sauvegarde_entete());
+  copie = FichierProjet::ouvre(bac + "essai.BAK", ModeProjet::hybride);
+  EXPECT_EQ(copie->nb_rubriques(), 2U);
 
   // A disk too full for the copy: the project opens, the old backup stays, nothing partial is left.
   auto grand = FichierProjet::ouvre(bac + "essai.vnpr", ModeProjet::hybride);
+  ASSERT_TRUE(grand);
   ASSERT_TRUE(grand->insere(1, std::vector(50, item(1, -2, "b"))));
   {
     const DisquePlein plein(20 * kTailleRubrique);
