@@ -185,7 +185,6 @@ std::uint32_t creation_chemin(FichierProjet &projet, std::string_view base, std:
 }
 
 // --- duplicates
-// -----------------------------------------------------------------------------------------------
 
 NomsPresents::NomsPresents(const FichierProjet &projet, std::uint32_t pere) : mode_(projet.mode()) {
   LecteurEnfants enfants(projet, pere);

@@ -16,7 +16,6 @@
 namespace varnion {
 
 // --- views
-// ----------------------------------------------------------------------------------------------------
 
 /// View code of a folder: the root, a folder in both views, in neither or unknown 1; ISO only 0; HFS only 2.
 [[nodiscard]] int vue_de_dossier(const FichierProjet &projet, std::uint32_t numero);
@@ -37,7 +36,6 @@ void pose_vues(RubriqueProjet &rubrique, int vue, ModeProjet mode);
                                       std::uint8_t vue_hfs);
 
 // --- additions
-// ------------------------------------------------------------------------------------------------
 
 /// Places one record: before the first of a greater `pere`, or of the same and a `nom_iso` not lower. The
 /// running estimate follows; the counts of the folder do not. False on a write error, with the file as it
@@ -87,7 +85,6 @@ class NomsPresents {
 void annonce_deja_present(int resultat, std::string_view chemin);
 
 // --- deletions
-// ------------------------------------------------------------------------------------------------
 
 enum class Suppression {
   introuvable,
@@ -119,7 +116,6 @@ constexpr std::uint32_t kOptionSansConfirmation = 0x20000;
 [[nodiscard]] bool suppression_sous_arbre(FichierProjet &projet, std::uint32_t numero);
 
 // --- names
-// ----------------------------------------------------------------------------------------------------
 
 /// Puts the record in the place of the item with its number in its folder, where its `nom_iso` now belongs.
 /// False when there is none or on a write error.
@@ -156,7 +152,6 @@ using Troncature = std::function<std::optional<std::string>(std::string_view nom
 [[nodiscard]] bool permet_hfs_classique(std::uint64_t items_hfs);
 
 // --- counts
-// ---------------------------------------------------------------------------------------------------
 
 struct ComptesProjet {
   std::uint64_t fichiers = 0, dossiers = 0;
@@ -195,7 +190,6 @@ class LongueursProjet {
 [[nodiscard]] std::uint64_t plus_grande_branche(const FichierProjet &projet);
 
 // --- look-up by path
-// ------------------------------------------------------------------------------------------
 
 struct ElementTrouve {
   std::uint64_t rang = 0;  ///< 0 for the root

@@ -92,7 +92,6 @@ EnteteProjet entete_neuve() {
 }
 
 // --- documents
-// ------------------------------------------------------------------------------------------------
 
 std::optional<FichierProjet> FichierProjet::ouvre(std::string_view chemin, ModeProjet mode) {
   Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture_ecriture);
@@ -196,7 +195,6 @@ std::uint64_t FichierProjet::taille_octets() const {
 }
 
 // --- state
-// ----------------------------------------------------------------------------------------------------
 
 void FichierProjet::estimation_retire(const RubriqueProjet &rubrique) {
   const std::uint64_t secteurs = secteurs_rubrique(rubrique);

@@ -40,7 +40,6 @@ class FichierProjet {
   FichierProjet &operator=(FichierProjet &&) noexcept = default;
 
   // --- documents
-  // ----------------------------------------------------------------------------------------------
 
   /// Opens a project: tests the magic (messages 1385, 1062, 1063), makes the backup copy unless the settings
   /// forbid it, reads the format and the counters. nullopt when refused; the user was told.
@@ -71,7 +70,6 @@ class FichierProjet {
   [[nodiscard]] std::uint64_t taille_octets() const;
 
   // --- state of the open project
-  // ------------------------------------------------------------------------------
 
   /// Format flag, read from the head at opening.
   [[nodiscard]] bool hfsplus() const { return hfsplus_; }
@@ -106,7 +104,6 @@ class FichierProjet {
   [[nodiscard]] std::string lecture_label() const;
 
   // --- records
-  // ------------------------------------------------------------------------------------------------
 
   [[nodiscard]] bool lit_entete(EnteteProjet &entete) const;
   [[nodiscard]] bool ecrit_entete(const EnteteProjet &entete);
@@ -124,7 +121,6 @@ class FichierProjet {
   [[nodiscard]] const Fichier &fichier() const { return fichier_; }
 
   // --- searches
-  // -----------------------------------------------------------------------------------------------
 
   /// `cherche_premier`: rank of the first item whose `pere` is at or above the given one, `nb_rubriques` + 1
   /// when none is: where the folder's run begins, or would. Binary search on the order of the file.
@@ -141,9 +137,8 @@ class FichierProjet {
   void note_dossier(std::uint32_t numero, std::uint32_t pere);
 
   // --- changes of the array
-  // -----------------------------------------------------------------------------------
 
-  /// Opens a gap of `nombre` records before `rang`, its content unspecified: the file is extended first and
+  /// Opens a gap of `nombre` records before `rang`, its content undefined: the file is extended first and
   /// the tail moved from its end, so that a failure loses nothing. False on a write error (`errno` tells),
   /// with the file as it was.
   [[nodiscard]] bool ouvre_trou(std::uint64_t rang, std::uint64_t nombre);
@@ -229,6 +224,21 @@ class LecteurEnfants {
   std::uint32_t pere_;
   LecteurRubriques lecteur_;
   bool finie_ = false;
+};
+
+/// Where the run of each folder's children lies, built in one pass, for walks over the whole tree between two
+/// changes of the array.
+class IndexEnfants {
+ public:
+  explicit IndexEnfants(const FichierProjet &projet);
+  [[nodiscard]] LecteurRubriques enfants(const FichierProjet &projet, std::uint32_t pere) const;
+
+ private:
+  struct Suite {
+    std::uint32_t pere;
+    std::uint64_t debut, fin;
+  };
+  std::vector<Suite> suites_;
 };
 
 /// Item number -> rank, built in one pass, for many look-ups between two changes of the array. The first item

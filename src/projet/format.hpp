@@ -45,7 +45,6 @@ enum class Codage : std::uint8_t {
 };
 
 // --- text fields
-// ----------------------------------------------------------------------------------------------
 
 /// Text of a field up to its NUL, or the whole field where there is none.
 template <std::size_t N>
@@ -96,7 +95,6 @@ namespace bits {
 }  // namespace bits
 
 // --- the head
-// -------------------------------------------------------------------------------------------------
 
 /// Record 0. `version` (1) lies where an item has its number, and the two counts where an item has its
 /// lengths: the head is the root's own record.
@@ -144,7 +142,6 @@ static_assert(offsetof(EnteteProjet, taille_secteurs) == 0x268 &&
               offsetof(EnteteProjet, label_iso) == 0x270 && offsetof(EnteteProjet, label_hfs) == 0x2B4);
 
 // --- an item
-// --------------------------------------------------------------------------------------------------
 
 /// Records 1 to n: a file or folder of the future CD-ROM.
 struct RubriqueProjet {

@@ -18,7 +18,7 @@ const RubriqueProjet *LecteurRubriques::suivant() {
   if (suivant_ >= fin_) return nullptr;
   if (suivant_ >= debut_lot_ + lus_) {
     const std::size_t taille = lot_.empty() ? kLotLecture : std::min(lot_.size() * 2, kLotLectureMax);
-    lot_.resize(taille);
+    lot_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(taille, fin_ - suivant_)));
     debut_lot_ = suivant_;
     lus_ = projet_->lit_lot(suivant_, lot_);
     if (lus_ == 0) {
@@ -39,6 +39,22 @@ const RubriqueProjet *LecteurEnfants::suivant() {
   if (rubrique != nullptr && rubrique->pere == pere_) return rubrique;
   finie_ = true;
   return nullptr;
+}
+
+IndexEnfants::IndexEnfants(const FichierProjet &projet) {
+  LecteurRubriques tout(projet);
+  while (const RubriqueProjet *rubrique = tout.suivant()) {
+    if (suites_.empty() || suites_.back().pere != rubrique->pere)
+      suites_.push_back({rubrique->pere, tout.rang(), tout.rang()});
+    ++suites_.back().fin;
+  }
+}
+
+LecteurRubriques IndexEnfants::enfants(const FichierProjet &projet, std::uint32_t pere) const {
+  const auto place = std::lower_bound(suites_.begin(), suites_.end(), pere,
+                                      [](const Suite &suite, std::uint32_t cle) { return suite.pere < cle; });
+  if (place == suites_.end() || place->pere != pere) return {projet, 1, 1};
+  return {projet, place->debut, place->fin};
 }
 
 IndexNumeros::IndexNumeros(const FichierProjet &projet) {

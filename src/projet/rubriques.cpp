@@ -55,7 +55,6 @@ std::size_t FichierProjet::lit_lot(std::uint64_t rang, std::span<RubriqueProjet>
 }
 
 // --- searches
-// -------------------------------------------------------------------------------------------------
 
 std::uint64_t FichierProjet::premier_enfant(std::uint32_t pere) const {
   std::uint64_t bas = 1;
@@ -121,7 +120,6 @@ void FichierProjet::note_dossier(std::uint32_t numero, std::uint32_t pere) {
 }
 
 // --- changes of the array
-// -------------------------------------------------------------------------------------
 
 bool FichierProjet::ouvre_trou(std::uint64_t rang, std::uint64_t nombre) {
   const std::uint64_t total = nb_rubriques() + 1;

@@ -123,7 +123,6 @@ TEST_F(Arbre, DejaPresent) {
 }
 
 // --- deletion
-// -------------------------------------------------------------------------------------------------
 
 std::vector<RubriqueProjet> petit_arbre() {
   RubriqueProjet a = item(1, 18, "a");
@@ -174,7 +173,6 @@ TEST_F(Arbre, SousArbreSeul) {
 }
 
 // --- views and names
-// ------------------------------------------------------------------------------------------
 
 TEST_F(Arbre, PropagationDesVues) {
   // 17 lies below 18: the fixed number of ".!Background" is under that of its folder, and its content stays.
@@ -299,7 +297,6 @@ TEST_F(Arbre, TroncatureSelonLesReglages) {
 }
 
 // --- counts
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(Arbre, EstimationEtComptes) {
   struct Cas {
@@ -422,7 +419,6 @@ TEST_F(Arbre, TailleDeBloc) {
 }
 
 // --- look-up
-// --------------------------------------------------------------------------------------------------
 
 TEST_F(Arbre, RechercheParChemin) {
   RubriqueProjet a = item(1, 18, "a");

@@ -157,7 +157,6 @@ TEST_F(Documents, LabelDeLaVue) {
 }
 
 // --- the array
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(Tableau, RunsParRechercheBinaire) {
   const FichierProjet projet =
