@@ -129,7 +129,7 @@ void ecrit_entetes_hfsplus(const VolumeCourant &volume) {
   std::copy(entete.begin(), entete.end(), secteurs.begin() + kPlaceEntete);
   ecrit_secteurs(secteurs.data(), volume.debut_allocation, kSecteursEntete);
   const std::uint64_t fin = std::uint64_t{volume.vhb->totalBlocks} * volume.secteurs_par_bloc;
-  if (fin < 2 * kSecteursEntete) return;
+  if (fin < kSecteursEntete + kSecteursEntete) return;
   ecrit_secteurs(secteurs.data(), volume.debut_allocation + fin - kSecteursEntete, kSecteursEntete);
 }
 
