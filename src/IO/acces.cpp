@@ -22,7 +22,8 @@ constexpr std::string_view kPrefixeAttribut = "user.AFP_";
 
 /// File systems that can show alternate streams as "file:stream".
 bool montre_des_flux(int descripteur) {
-  constexpr std::array<unsigned long, 3> kMagies{0x65735546UL, 0x5346544EUL, 0x7366746EUL};  // FUSE, NTFS, ntfs3
+  constexpr std::array<unsigned long, 3> kMagies{0x65735546UL, 0x5346544EUL,
+                                                 0x7366746EUL};  // FUSE, NTFS, ntfs3
   struct statfs fs {};
   if (::fstatfs(descripteur, &fs) != 0) return true;
   const auto magie = static_cast<unsigned long>(fs.f_type) & 0xFFFFFFFFUL;
@@ -46,7 +47,8 @@ bool AccesFichiers::charge(std::string_view dossier) {
     if (noms.disque.find(":AFP_") != std::string::npos) flux_par_nom_ = true;
     if (!noms.regulier) continue;
     if (noms.lisible) reguliers_.try_emplace(noms.texte, Noms{noms.disque, noms.court});
-    if (!noms.lisible && !noms.court.empty()) reguliers_.try_emplace(noms.court, Noms{noms.disque, noms.court});
+    if (!noms.lisible && !noms.court.empty())
+      reguliers_.try_emplace(noms.court, Noms{noms.disque, noms.court});
   }
   return true;
 }
@@ -74,7 +76,8 @@ Fichier AccesFichiers::ouvre(std::string_view chemin, DonneesRecherche *donnees)
                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW);
   } while (descripteur < 0 && errno == EINTR);
   Fichier fichier(descripteur);
-  if (!fichier) return ouvre_lentement(chemin, donnees);  // the folder has changed, or the error is a real one
+  if (!fichier)
+    return ouvre_lentement(chemin, donnees);  // the folder has changed, or the error is a real one
   if (donnees == nullptr) return fichier;
   struct stat fiche {};
   if (::fstat(descripteur, &fiche) != 0 || !S_ISREG(fiche.st_mode)) return ouvre_lentement(chemin, donnees);

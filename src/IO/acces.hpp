@@ -8,16 +8,16 @@
 
 namespace varnion::plateforme {
 
-/// Opens file after file for reading. The folder of the last file is kept open with its names at hand, so that a run
-/// of files of one folder costs one open each and no look-up; what that way does not find goes the ordinary one. For
-/// one thread.
+/// Opens file after file for reading. The folder of the last file is kept open with its names at hand, so
+/// that a run of files of one folder costs one open each and no look-up; what that way does not find goes the
+/// ordinary one. For one thread.
 class AccesFichiers {
  public:
-  /// A regular file, for reading; closed on failure (`errno` tells). With `donnees`, the entry as `cherche_fichier`
-  /// would give it.
+  /// A regular file, for reading; closed on failure (`errno` tells). With `donnees`, the entry as
+  /// `cherche_fichier` would give it.
   [[nodiscard]] Fichier ouvre(std::string_view chemin, DonneesRecherche *donnees = nullptr);
-  /// False when the file last opened surely has no alternate stream: its file system shows none by name, its folder
-  /// holds no such name, and it has no such extended attribute.
+  /// False when the file last opened surely has no alternate stream: its file system shows none by name, its
+  /// folder holds no such name, and it has no such extended attribute.
   [[nodiscard]] bool flux_possible(const Fichier &fichier) const;
 
  private:

@@ -67,8 +67,9 @@ struct Attente {
 
 class Mesure {
  public:
-  Mesure(ContexteCompilation &contexte, const VolumeMac *volume, Dimensions &dimensions)
-      : ctx_(contexte), volume_(volume), dim_(dimensions) {}
+  Mesure(ContexteCompilation &contexte, const IndexEnfants &index, const VolumeMac *volume,
+         Dimensions &dimensions)
+      : ctx_(contexte), index_(index), volume_(volume), dim_(dimensions) {}
 
   bool parcourt();
 
@@ -82,6 +83,7 @@ class Mesure {
                   const std::string &b);
 
   ContexteCompilation &ctx_;
+  const IndexEnfants &index_;
   const VolumeMac *volume_;
   Dimensions &dim_;
   std::size_t octets_iso_ = 0, octets_joliet_ = 0;         // estimate
@@ -153,7 +155,7 @@ std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
   noms_iso_.clear();
   noms_hfs_.clear();
   std::vector<RubriqueProjet> sous_dossiers;
-  LecteurEnfants enfants(*ctx_.projet, ici.numero);
+  LecteurRubriques enfants = index_.enfants(*ctx_.projet, ici.numero);
   while (const RubriqueProjet *r = enfants.suivant()) {
     mesure_noms(*r, ici.chemin);
     if (ctx_.a_iso()) mesure_iso(*r);
@@ -208,11 +210,12 @@ std::uint64_t Dimensions::blocs(std::uint32_t taille_bloc) const {
   return total;
 }
 
-bool dimensionne(ContexteCompilation &contexte, const VolumeMac *volume, Dimensions &dimensions) {
+bool dimensionne(ContexteCompilation &contexte, const IndexEnfants &index, const VolumeMac *volume,
+                 Dimensions &dimensions) {
   contexte.noeuds = contexte.octets_noeud = contexte.cles_noeud = 0;
   contexte.taille_chemins_iso = contexte.taille_chemins_joliet = 0;
   contexte.secteurs_iso = contexte.secteurs_joliet = 0;
-  if (!Mesure(contexte, volume, dimensions).parcourt()) return false;
+  if (!Mesure(contexte, index, volume, dimensions).parcourt()) return false;
   if (contexte.taille_chemins_iso == 0) contexte.taille_chemins_iso = 1;
   if (contexte.taille_chemins_joliet == 0) contexte.taille_chemins_joliet = 1;
   return true;

@@ -5,6 +5,7 @@
 
 #include "compil/contexte.hpp"
 #include "compil/volume_mac.hpp"
+#include "projet/fichier_projet.hpp"
 
 namespace varnion {
 
@@ -21,8 +22,8 @@ struct Dimensions {
 /// Sizing pass: directories, path tables and catalog nodes, into the context; exact needs into the result.
 /// False, after a message for each case, when two items of a folder have the same name in a view, when
 /// folders contain one another, or when they lie too deep.
-[[nodiscard]] bool dimensionne(ContexteCompilation &contexte, const VolumeMac *volume,
-                               Dimensions &dimensions);
+[[nodiscard]] bool dimensionne(ContexteCompilation &contexte, const IndexEnfants &index,
+                               const VolumeMac *volume, Dimensions &dimensions);
 
 /// The running estimate of an item's directory record in the ISO tree, for any name.
 constexpr std::size_t kFicheIsoEstimee = 47;

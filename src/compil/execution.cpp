@@ -45,7 +45,11 @@ void supprime_temporaires() {
 }  // namespace
 
 Execution::Execution(ContexteCompilation &contexte, SuiviCompilation &suivi, const Fichier &cible)
-    : ctx_(contexte), suivi_(suivi), sortie_(cible), volume_(VolumeMac::cree(contexte.nature)) {}
+    : ctx_(contexte),
+      suivi_(suivi),
+      index_(*contexte.projet),
+      sortie_(cible),
+      volume_(VolumeMac::cree(contexte.nature)) {}
 
 Execution::~Execution() {
   if (volume_ != nullptr) fenetre_memoire().ferme_fenetre();
@@ -107,7 +111,7 @@ bool Execution::ouvre_temporaires() {
 
 bool Execution::prepare(BesoinsVolume &besoins) {
   Dimensions dimensions;
-  if (!dimensionne(ctx_, volume_.get(), dimensions)) return echoue(kCompilEchec);
+  if (!dimensionne(ctx_, index_, volume_.get(), dimensions)) return echoue(kCompilEchec);
   if (ctx_.a_iso() && !trace("==>Computing the ISO catalog./Calcul du catalogue ISO")) return false;
   if (volume_ != nullptr &&
       !trace(nature_est_hfsplus(ctx_.nature) ? "==>Computing the HFS+ catalog./Calcul du catalogue HFS+"

@@ -111,6 +111,7 @@ class Execution {
 
   ContexteCompilation &ctx_;
   SuiviCompilation &suivi_;
+  IndexEnfants index_;
   plateforme::AccesFichiers acces_;
   SortieImage sortie_;
   std::unique_ptr<VolumeMac> volume_;

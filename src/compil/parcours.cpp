@@ -82,7 +82,7 @@ bool Execution::place_dossier(const RubriqueProjet &r, Niveau &ici, RepertoiresO
 
 bool Execution::place_enfants(std::uint32_t dossier, Niveau &ici, RepertoiresOuverts &ouverts,
                               std::vector<DossierEnAttente> &attente) {
-  LecteurEnfants enfants(*ctx_.projet, dossier);
+  LecteurRubriques enfants = index_.enfants(*ctx_.projet, dossier);
   while (const RubriqueProjet *r = enfants.suivant()) {
     const bool place =
         r->est_dossier() ? place_dossier(*r, ici, ouverts, attente) : inclusion_fichier(*r, ici, ouverts);
