@@ -13,6 +13,7 @@ namespace {
 template <typename Entree, std::size_t N>
 void trie(std::array<Entree, N> &table, std::size_t nombre = N) {
   for (std::size_t i = 1; i < nombre; ++i) {
+    if (table[i - 1].passages >= table[i].passages) continue;
     const Entree entree = table[i];
     std::size_t place = i;
     for (; place > 0 && table[place - 1].passages < entree.passages; --place) table[place] = table[place - 1];

@@ -99,7 +99,7 @@ constexpr Pliage calcule_pliage() {
   for (std::size_t n = 0; n < pages_presentes.size(); ++n) {
     pliage.numero[pages_presentes[n]] = static_cast<std::uint8_t>(n + 1);
     for (std::size_t bas = 0; bas < 256; ++bas) {
-      pliage.pages[n][bas] = static_cast<std::uint16_t>(pages_presentes[n] << 8 | bas);
+      pliage.pages[n][bas] = static_cast<std::uint16_t>(std::size_t{pages_presentes[n]} << 8 | bas);
     }
   }
   for (const Pli &pli : plis) {
