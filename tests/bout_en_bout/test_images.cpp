@@ -1,0 +1,342 @@
+#include <gtest/gtest.h>
+
+#include "outils/atelier.hpp"
+#include "outils/image_lue.hpp"
+#include "outils/programmes.hpp"
+#include "projet/signatures.hpp"
+
+// Images of every kind, read back by readers of our own that know the published formats only, and by
+// independent programs.
+
+namespace varnion {
+namespace {
+
+using namespace essai;
+using outils::ArbreSource;
+using outils::Forme;
+using outils::octets_quelconques;
+namespace fs = std::filesystem;
+
+struct Genre {
+  const char *nom;
+  GenreDemande demande;
+  Nature nature;
+  outils::Cotes cotes;
+};
+
+constexpr Genre kGenres[] = {
+    {"hybride_hfs", GenreDemande::hybride, Nature::hybride_hfs, {true, true, false}},
+    {"hybride_hfsplus", GenreDemande::hybride, Nature::hybride_hfsplus, {true, true, true}},
+    {"iso", GenreDemande::iso, Nature::iso, {true, false, false}},
+    {"hfs", GenreDemande::mac, Nature::hfs, {false, true, false}},
+    {"hfsplus", GenreDemande::mac, Nature::hfsplus, {false, true, true}},
+};
+
+outils::FichierMac mac(const std::string &nom, std::size_t data, std::size_t rsrc,
+                       std::uint16_t drapeaux = 0) {
+  outils::FichierMac f;
+  f.nom = nom;
+  f.type = "APPL";
+  f.createur = "Vrn!";
+  f.drapeaux = drapeaux;
+  f.creation = 0xB0000001;
+  f.modification = 0xB1234567;
+  f.data = octets_quelconques(data, data + 1);
+  f.rsrc = octets_quelconques(rsrc, rsrc + 99);
+  return f;
+}
+
+void noms_etranges(ArbreSource &a) {
+  a.dossier("Été à Noël");
+  a.fichier("Été à Noël/résumé.txt", octets_quelconques(3000, 1)).nom_iso = "RESUME~1.TXT";
+  a.fichier("Été à Noël/Élève ñ.txt", octets_quelconques(10, 2), "", "E\xCC\x81le\xCC\x80ve n\xCC\x83.txt");
+  a.dossier("Папка", "_____~1");
+  a.fichier("Папка/日本語.txt", octets_quelconques(2049, 3), "___~1.TXT").nom_iso = "___~1.TXT";
+  a.fichier("Папка/🎉fête.txt", octets_quelconques(77, 4), "_FETE~1.TXT").nom_iso = "_FETE~1.TXT";
+  const std::string long40 = "A name of forty characters, with dot.txt";
+  a.fichier(long40, octets_quelconques(5000, 5), "A name of forty characters,.txt").nom_iso = "ANAMEO~1.TXT";
+  const std::string tronc(66, 'k');
+  auto &f = a.fichier(tronc + ".html", octets_quelconques(600, 6), std::string(26, 'k') + ".html");
+  f.nom_joliet = f.nom_plus = std::string(57, 'k') + ".html";
+  auto &d = a.dossier(std::string(64, 'd'), std::string(31, 'd'));
+  d.nom_plus = std::string(62, 'd');
+  a.fichier(d.chemin + "/in a long folder", octets_quelconques(2047, 7));
+  auto &e = a.dossier(std::string(70, 'e'), std::string(31, 'e'));
+  e.nom_joliet = "EEEEEE~1";
+  e.nom_plus = std::string(62, 'e');
+  a.fichier(a.dossiers().back().chemin + "/x", "x");
+  a.dossier(".cache");
+  a.fichier(".cache/.profile", octets_quelconques(40, 8));
+  a.fichier("a.b.c.text", octets_quelconques(100, 9)).nom_iso = "ABC~1.TEX";
+  a.fichier("UPPER.TXT", octets_quelconques(101, 10)).nom_iso = "UPPER.TXT";
+  a.fichier("lower.txt", octets_quelconques(102, 11)).nom_iso = "LOWER.TXT";
+}
+
+void conteneurs(ArbreSource &a) {
+  a.dossier("Mac");
+  a.conteneur("Mac/deux.bin", Forme::macbinary, mac("Deux fourches", 5001, 3003, 0x2100));
+  a.conteneur("Mac/ressource.bin", Forme::macbinary, mac("Ressource seule", 0, 2048, 0x0400));
+  a.conteneur("Mac/donnees.bin", Forme::macbinary, mac("Donnees seules", 4096, 0));
+  auto repete = mac("Binhex", 0, 1500, 0x0100);
+  repete.data = octets_quelconques(900, 1) + std::string(600, '\x90') + std::string(300, 'A') + "\x90\x90";
+  a.conteneur("Mac/texte.hqx", Forme::binhex, repete);
+  a.conteneur("Mac/simple.as", Forme::applesingle, mac("", 2500, 1200, 0x0400));
+  a.conteneur("Mac/double", Forme::appledouble, mac("", 6000, 700));
+  a.conteneur("Mac/double vide", Forme::appledouble, mac("", 0, 300));
+  a.conteneur("Mac/flux.dat", Forme::flux, mac("", 4000, 1000));
+}
+
+/// Everything that may lie in a folder.
+void arbre_varie(ArbreSource &a) {
+  a.fichier("vide", "");
+  for (const std::size_t n : {1, 511, 512, 2047, 2048, 2049, 4096, 6144})
+    a.fichier("taille " + std::to_string(n), octets_quelconques(n, n));
+  noms_etranges(a);
+  conteneurs(a);
+  a.fichier("grand.dat", octets_quelconques(3'500'000, 12));
+  std::string chemin;
+  for (int i = 1; i <= 12; ++i) {
+    chemin += (i == 1 ? "" : "/") + std::string("niveau ") + std::to_string(i);
+    a.dossier(chemin);
+    a.fichier(chemin + "/fond.txt", octets_quelconques(static_cast<std::size_t>(i) * 500, 20));
+  }
+  a.dossier("vide de tout");
+}
+
+/// Enough for index nodes over index nodes and for map nodes, and one folder over many sectors.
+void arbre_grand(ArbreSource &a) {
+  const auto remplit = [&](const std::string &dossier, int nombre) {
+    for (int i = 0; i < nombre; ++i)
+      a.fichier(dossier + "/" + std::to_string(i * 7919 % 100'003) + " of this folder.txt",
+                std::to_string(i));
+  };
+  for (int d = 0; d < 20; ++d) {
+    const std::string haut = "dossier " + std::to_string(d);
+    a.dossier(haut);
+    for (int e = 0; e < 10; ++e) {
+      const std::string bas = haut + "/sous-dossier " + std::to_string(e);
+      a.dossier(bas);
+      remplit(bas, 40);
+    }
+  }
+  a.dossier("large");
+  remplit("large", 5000);
+}
+
+void arbre_minime(ArbreSource &a) {
+  a.fichier("seul.txt", "seul");
+}
+
+struct Arbre {
+  const char *nom;
+  void (*bati)(ArbreSource &);
+};
+
+class Images : public Atelier {
+ protected:
+  /// What a file without a container gets from the table of extensions.
+  static void pose_signatures(ArbreSource &source) {
+    for (outils::FichierSource &f : source.fichiers()) {
+      if (f.forme != Forme::simple) continue;
+      const std::string signature(signature_de_fichier(plateforme::utf8_vers_texte(f.chemin)));
+      f.mac.type = signature.substr(0, 4);
+      f.mac.createur = signature.substr(4, 4);
+    }
+  }
+  /// Compiles a tree and holds the image against it.
+  outils::ImageLue image_de(ArbreSource &source, const Genre &genre, const std::string &cible) {
+    pose_signatures(source);
+    FichierProjet projet = projet_de(source.racine(), genre.cotes.hfsplus);
+    const BilanCompilation bilan = compile(projet, cible, genre.demande);
+    EXPECT_EQ(bilan.resultat, kCompilReussie) << messages();
+    EXPECT_EQ(bilan.nature, genre.nature);
+    EXPECT_EQ(bilan.remarques, 0U) << messages();
+    EXPECT_EQ(bilan.fichiers, source.fichiers().size());
+    EXPECT_EQ(bilan.dossiers, source.dossiers().size());
+    outils::ImageLue image = outils::lit_image(cible, genre.cotes);
+    EXPECT_EQ(bilan.octets, image.vue.taille());
+    outils::Confrontation(image, source, image.fautes).verifie();
+    EXPECT_TRUE(image.fautes.vide()) << image.fautes.texte();
+    return image;
+  }
+};
+
+void verifie_carte(const outils::ImageLue &image) {
+  ASSERT_EQ(image.carte.partitions.size(), 2U);
+  const outils::Partition &p = image.carte.partitions[1];
+  const std::uint64_t blocs = image.vue.taille() / 512 - 600;
+  EXPECT_EQ(image.carte.partitions[0].debut, 1U);
+  EXPECT_EQ(image.carte.partitions[0].nombre, 2U);
+  EXPECT_EQ(p.debut, image.cotes.iso ? image.volume.debut / 512 : 64U);
+  EXPECT_EQ(p.nombre, p.nombre_donnees);
+  // A classic volume leaves the last two blocks of the image to no partition.
+  EXPECT_EQ(image.carte.blocs, blocs - (image.cotes.hfsplus ? 0 : 2));
+  EXPECT_EQ(p.debut + p.nombre, image.carte.blocs);
+  EXPECT_EQ(p.nom, image.volume.label);
+}
+
+TEST_F(Images, portent_exactement_ce_que_la_source_contient) {
+  for (const Arbre &arbre : {Arbre{"varie", arbre_varie}, Arbre{"minime", arbre_minime}}) {
+    ArbreSource source(bac + arbre.nom);
+    arbre.bati(source);
+    for (const Genre &genre : kGenres) {
+      SCOPED_TRACE(std::string(arbre.nom) + " " + genre.nom);
+      const outils::ImageLue image = image_de(source, genre, bac + arbre.nom + "-" + genre.nom + ".iso");
+      // The postgap of the track: 150 empty sectors behind everything.
+      EXPECT_TRUE(image.vue.rempli(image.vue.taille() - 150 * 2048, 150 * 2048));
+      if (genre.cotes.mac) verifie_carte(image);
+    }
+  }
+}
+
+TEST_F(Images, de_treize_mille_elements) {
+  ArbreSource source(bac + "grand");
+  arbre_grand(source);
+  for (const Genre &genre : kGenres) {
+    SCOPED_TRACE(genre.nom);
+    const outils::ImageLue image = image_de(source, genre, bac + "grand.iso");
+    if (!genre.cotes.mac) continue;
+    // Nodes of 512 bytes need one level more, and more nodes than the header has bits for.
+    EXPECT_GE(image.volume.catalogue.profondeur, genre.cotes.hfsplus ? 3U : 4U);
+    EXPECT_GE(image.volume.catalogue.noeuds_carte, genre.cotes.hfsplus ? 0U : 1U);
+  }
+}
+
+// --- independent programs
+
+/// MacBinary files of a folder by the name in their head.
+std::map<std::string, std::string> macbinaires(const std::string &dossier) {
+  std::map<std::string, std::string> trouves;
+  for (const auto &e : fs::directory_iterator(dossier)) {
+    const auto octets = outils::lit_fichier(e.path().string());
+    const outils::Octets o(octets);
+    trouves[o.texte(2, o.u8(1))] = o.tout();
+  }
+  return trouves;
+}
+
+class Programmes : public Images {
+ protected:
+  void SetUp() override {
+    Images::SetUp();
+    ::setenv("HOME", bac.c_str(), 1);  // hfsutils keeps what is mounted there
+    ::setenv("LC_ALL", "C.UTF-8", 1);
+  }
+  static void accepte(const outils::Sortie &sortie) { EXPECT_EQ(sortie.statut, 0) << sortie.texte; }
+
+  void verifie_hfsutils(const outils::ImageLue &image, const std::string &medium) {
+    accepte(outils::lance("hmount " + outils::cite(medium)));
+    const outils::Sortie liste = outils::lance("hls -lRa");
+    accepte(liste);
+    std::map<std::string, std::vector<const outils::ObjetMac *>> dossiers;
+    for (const outils::ObjetMac &o : image.volume.objets) {
+      if (o.dossier) continue;
+      EXPECT_NE(liste.texte.find(o.type + "/" + o.createur), std::string::npos) << o.chemin;
+      dossiers[o.chemin.substr(0, o.chemin.size() - o.nom.size())].push_back(&o);
+    }
+    int numero = 0;
+    for (const auto &[dossier, fichiers] : dossiers) {
+      const std::string sortie = bac + "hcopy" + std::to_string(++numero);
+      fs::create_directory(sortie);
+      // Names one by one: its patterns leave out the names that begin with a dot.
+      std::string commande = "hcopy -m";
+      for (const outils::ObjetMac *o : fichiers) {
+        std::string nom = ":" + o->chemin;
+        std::replace(nom.begin(), nom.end(), '/', ':');
+        commande += " " + outils::cite(nom);
+      }
+      const outils::Sortie s = outils::lance(commande + " " + sortie + "/");
+      accepte(s);
+      const auto copies = macbinaires(sortie);
+      EXPECT_EQ(copies.size(), fichiers.size()) << dossier << s.texte;
+      for (const outils::ObjetMac *o : fichiers) compare_macbinaire(image, *o, copies);
+      fs::remove_all(sortie);
+    }
+    accepte(outils::lance("humount"));
+  }
+
+  static void compare_macbinaire(const outils::ImageLue &image, const outils::ObjetMac &o,
+                                 const std::map<std::string, std::string> &copies) {
+    SCOPED_TRACE(o.chemin);
+    const auto place = copies.find(o.nom);
+    ASSERT_NE(place, copies.end());
+    const std::vector<std::uint8_t> brut(place->second.begin(), place->second.end());
+    const outils::Octets m(brut);
+    EXPECT_EQ(m.texte(65, 8), o.type + o.createur);
+    // The bits "inited", "changed" and "busy" mean the disk they come from: MacBinary leaves them out.
+    EXPECT_EQ((m.u8(73) << 8 | m.u8(101)) & ~0x0301, o.drapeaux & ~0x0301);
+    EXPECT_EQ(m.be32(91), o.creation);
+    EXPECT_EQ(m.be32(95), o.modification);
+    const std::uint64_t rsrc = 128 + (o.data.longueur + 127) / 128 * 128;
+    EXPECT_TRUE(m.texte(128, m.be32(83)) == image.volume.contenu(image.vue, o.data));
+    EXPECT_TRUE(m.texte(rsrc, m.be32(87)) == image.volume.contenu(image.vue, o.rsrc));
+  }
+
+  /// The files that a program extracted, against the source: composed path -> content.
+  static void compare_extraits(const std::string &racine, ArbreSource &source) {
+    std::map<std::string, std::string> extraits;
+    for (const auto &e : fs::recursive_directory_iterator(racine)) {
+      if (!e.is_regular_file()) continue;
+      const auto octets = outils::lit_fichier(e.path().string());
+      extraits[e.path().string().substr(racine.size() + 1)] = outils::Octets(octets).tout();
+    }
+    EXPECT_EQ(extraits.size(), source.fichiers().size());
+    for (const outils::FichierSource &f : source.fichiers()) {
+      const std::string ou = source.chemin_dans(&outils::DossierSource::nom_joliet, f.chemin, f.nom_joliet);
+      const auto place = extraits.find(ou);
+      ASSERT_NE(place, extraits.end()) << ou;
+      EXPECT_TRUE(place->second == f.octets) << ou;
+    }
+  }
+};
+
+TEST_F(Programmes, hfsutils_lit_tout_le_volume) {
+  ArbreSource source(bac + "varie");
+  arbre_varie(source);
+  for (const Genre &genre : kGenres) {
+    if (!genre.cotes.mac || genre.cotes.hfsplus) continue;
+    SCOPED_TRACE(genre.nom);
+    const std::string cible = bac + genre.nom + ".iso";
+    const outils::ImageLue image = image_de(source, genre, cible);
+    verifie_hfsutils(image, cible);
+    // The volume alone, cut out where the map says.
+    const std::string volume = bac + "volume.hfs";
+    std::ofstream(volume, std::ios::binary) << image.vue.texte(image.volume.debut, image.volume.taille);
+    verifie_hfsutils(image, volume);
+  }
+}
+
+TEST_F(Programmes, xorriso_et_isoinfo_lisent_les_deux_arbres) {
+  ArbreSource source(bac + "varie");
+  arbre_varie(source);
+  for (const Genre &genre : kGenres) {
+    if (!genre.cotes.iso) continue;
+    SCOPED_TRACE(genre.nom);
+    const std::string cible = bac + genre.nom + ".iso";
+    const outils::ImageLue image = image_de(source, genre, cible);
+    for (const char *lecture : {"any", "ecma"}) {
+      const std::string extraits = bac + genre.nom + lecture;
+      const outils::Sortie s =
+          outils::lance("xorriso -abort_on SORRY -read_fs " + std::string(lecture) + " -indev " +
+                        outils::cite(cible) + " -osirrox on -extract / " + outils::cite(extraits));
+      EXPECT_EQ(s.statut, 0) << s.texte;
+      if (std::string_view(lecture) == "any") compare_extraits(extraits, source);
+    }
+    for (const outils::ArbreIso *arbre : {&image.iso, &image.joliet}) {
+      const outils::Sortie s = outils::lance("isoinfo -f " + std::string(arbre->joliet ? "-J " : "") + "-i " +
+                                             outils::cite(cible));
+      accepte(s);
+      EXPECT_EQ(static_cast<std::size_t>(std::count(s.texte.begin(), s.texte.end(), '\n')),
+                arbre->entrees.size() - 1)
+          << s.texte;
+      for (const outils::EntreeIso &e : arbre->entrees) {
+        const bool ascii = std::all_of(e.chemin.begin(), e.chemin.end(), [](char c) { return c > 0; });
+        if (!ascii || e.chemin.empty()) continue;
+        EXPECT_NE(s.texte.find("/" + e.chemin + "\n"), std::string::npos) << e.chemin;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace varnion

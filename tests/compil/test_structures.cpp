@@ -1,0 +1,361 @@
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "compil/descripteurs.hpp"
+#include "compil/disposition.hpp"
+#include "compil/noms_disque.hpp"
+#include "compil/repertoires.hpp"
+#include "outils/atelier.hpp"
+#include "outils/carte.hpp"
+#include "outils/lecteur_iso.hpp"
+
+namespace varnion {
+namespace {
+
+using namespace essai;
+using outils::Octets;
+
+constexpr DateRepertoire kDate{100, 1, 2, 3, 4, 5, 0};
+
+std::span<const std::uint8_t> octets_de_texte(const std::string &texte) {
+  return {reinterpret_cast<const std::uint8_t *>(texte.data()), texte.size()};
+}
+
+// --- directories
+
+class Repertoires : public Bac {};
+
+TEST_F(Repertoires, longueur_de_fiche_et_octet_de_bourrage) {
+  struct Cas {
+    std::size_t nom;
+    bool joliet;
+    std::size_t longueur;
+  };
+  for (const Cas &c : {Cas{1, false, 34}, Cas{2, false, 36}, Cas{11, false, 44}, Cas{14, false, 48},
+                       Cas{2, true, 35}, Cas{28, true, 61}, Cas{128, true, 161}}) {
+    Repertoire r(c.joliet, kDate, 20, 20, 0);
+    FicheRepertoire fiche;
+    fiche.extent = 0x01020304U;
+    const std::size_t ou = r.ajoute(fiche, octets_de_texte(std::string(c.nom, 'N')));
+    const Octets o(r.octets());
+    EXPECT_EQ(ou, 68U);
+    EXPECT_EQ(o.u8(ou), c.longueur) << c.nom;
+    EXPECT_EQ(o.taille(), 68 + c.longueur);
+    EXPECT_EQ(o.u8(ou + 32), c.nom);
+    EXPECT_EQ(o.le32(ou + 2), 0x01020304U);
+    EXPECT_EQ(o.be32(ou + 6), 0x01020304U);
+    EXPECT_TRUE(o.rempli(ou + 33 + c.nom, c.longueur - 33 - c.nom));
+  }
+}
+
+TEST_F(Repertoires, donnees_systeme_derriere_le_nom_borde) {
+  Repertoire r(false, kDate, 20, 20, 0);
+  const std::size_t ou = r.ajoute({}, octets_de_texte("AB"), octets_de_texte("AA\x0E\x02TEXTttxt"));
+  const Octets o(r.octets());
+  EXPECT_EQ(o.u8(ou), 36 + 12);
+  EXPECT_EQ(o.texte(ou + 36, 4), "AA\x0E\x02");
+}
+
+// 45 records of 44 bytes behind "." and ".." end exactly at byte 2048: the last goes to the next sector.
+TEST_F(Repertoires, aucune_fiche_ne_finit_a_la_fin_du_secteur) {
+  for (const std::size_t derniere : {43, 44, 45, 46}) {
+    Repertoire r(false, kDate, 20, 20, 0);
+    for (int i = 0; i < 44; ++i) r.ajoute({}, octets_de_texte("NAMENAME.1;"));  // 44 bytes each
+    ASSERT_EQ(r.octets().size(), 68U + 44 * 44);
+    const std::size_t ou =
+        r.ajoute({}, octets_de_texte("N"), octets_de_texte(std::string(derniere - 34, 's')));
+    EXPECT_EQ(ou, derniere < 44 ? 2004U : 2048U) << derniere;
+    EXPECT_TRUE(Octets(r.octets()).rempli(2004, ou - 2004));
+    r.ferme(false);
+    EXPECT_EQ(r.taille(), derniere < 44 ? 2048U : 4096U);
+  }
+}
+
+TEST_F(Repertoires, tailles_dans_les_deux_premieres_fiches) {
+  for (const bool racine : {true, false}) {
+    Repertoire r(false, kDate, 77, 55, 4096);
+    r.ferme(racine);
+    const Octets o(r.octets());
+    EXPECT_EQ(o.le32(2), 77U);
+    EXPECT_EQ(o.be32(14), 2048U);
+    EXPECT_EQ(o.le32(34 + 2), 55U);
+    EXPECT_EQ(o.be32(34 + 14), racine ? 2048U : 4096U);
+    EXPECT_EQ(o.u8(33), 0);
+    EXPECT_EQ(o.u8(34 + 33), 1);
+    EXPECT_EQ(o.texte(18, 7), std::string("\x64\x01\x02\x03\x04\x05\0", 7));
+    EXPECT_EQ(o.u8(25), 2);
+  }
+}
+
+TEST_F(Repertoires, date_en_temps_universel_et_annee_sur_un_octet) {
+  const std::map<std::int64_t, DateRepertoire> cas = {
+      {0, {70, 1, 1, 0, 0, 0, 0}},
+      {951'827'696, {100, 2, 29, 12, 34, 56, 0}},
+      {5'000'000'000, {228, 6, 11, 8, 53, 20, 0}},  // 2128
+      {6'000'000'000, {4, 2, 18, 10, 40, 0, 0}},    // 2160: the byte starts again
+      {-1'000'000'000, {38, 4, 24, 22, 13, 20, 0}},
+  };
+  for (const auto &[secondes, date] : cas) EXPECT_EQ(date_repertoire(secondes), date) << secondes;
+}
+
+// The tables of a tree with two levels, records of the folders not in the order of their names.
+TEST_F(Repertoires, tables_des_chemins_en_largeur) {
+  for (const bool joliet : {false, true}) {
+    ArbreRepertoires arbre;
+    arbre.joliet = joliet;
+    arbre.racine = 100;
+    arbre.chemin = bac + "arbre";
+    arbre.fichier = plateforme::ouvre(arbre.chemin, Ouverture::creation);
+    const auto nom = [&](char c) { return joliet ? std::string{'\0', c} : std::string(1, c); };
+    FicheRepertoire dossier;
+    dossier.drapeaux = kDrapeauDossier;
+    const auto pose = [&](const std::string &noms, std::uint32_t pere) {
+      Repertoire r(joliet, kDate, arbre.prochain(), pere, 2048);
+      std::vector<std::uint64_t> places;
+      const std::uint64_t base = std::uint64_t{arbre.secteurs} * 2048;
+      for (const char c : noms) places.push_back(base + r.ajoute(dossier, octets_de_texte(nom(c))));
+      r.ajoute({}, octets_de_texte(nom('F')));
+      r.ferme(false);
+      EXPECT_TRUE(arbre.ajoute(r));
+      return places;
+    };
+    const auto racine = pose("ZBM", 100);  // 100
+    const auto z = pose("C", 100);         // 101
+    EXPECT_TRUE(arbre.fixe_enfant(racine[0], 101, 2048));
+    pose("", 101);  // 102 = Z/C
+    EXPECT_TRUE(arbre.fixe_enfant(z[0], 102, 2048));
+    pose("", 100);                                         // 103 = B
+    EXPECT_TRUE(arbre.fixe_enfant(racine[1], 103, 2048));  // M stays without an extent: its source is gone
+    const auto tables = tables_chemins(arbre);
+    ASSERT_TRUE(tables.has_value());
+    const std::size_t lg = joliet ? 10 : 9;
+    const std::size_t pas = 10;
+    ASSERT_EQ(tables->l.size(), 10 + 3 * pas);
+    ASSERT_EQ(tables->m.size(), tables->l.size());
+    struct Entree {
+      std::uint32_t extent, pere;
+      char nom;
+    };
+    const Entree attendues[] = {{100, 1, 0}, {101, 1, 'Z'}, {103, 1, 'B'}, {102, 2, 'C'}};
+    for (std::size_t i = 0; i < 4; ++i) {
+      const Octets l = Octets(tables->l).partie(i * pas, pas);
+      const Octets m = Octets(tables->m).partie(i * pas, pas);
+      EXPECT_EQ(l.le32(2), attendues[i].extent);
+      EXPECT_EQ(m.be32(2), attendues[i].extent);
+      EXPECT_EQ(l.le16(6), attendues[i].pere);
+      EXPECT_EQ(m.be16(6), attendues[i].pere);
+      EXPECT_EQ(l.u8(0), i == 0 ? 1 : lg - 8);
+      EXPECT_EQ(static_cast<char>(l.u8(i == 0 ? 8 : lg - 1)), attendues[i].nom);
+      EXPECT_EQ(l.texte(8, 2), m.texte(8, 2));
+    }
+    EXPECT_TRUE(Octets(tables->l).rempli(9, 1));
+  }
+}
+
+// --- descriptors
+
+PlanIso plan_essai() {
+  PlanIso plan;
+  plan.chemins_iso_l = 19;
+  plan.chemins_iso_m = 20;
+  plan.racine_iso = 21;
+  plan.chemins_joliet_l = 0x123;
+  plan.chemins_joliet_m = 0x124;
+  plan.racine_joliet = 0x125;
+  plan.taille_volume = 0x11223;
+  return plan;
+}
+
+TEST(Descripteurs, champs_des_deux_descripteurs) {
+  ::setenv("SOURCE_DATE_EPOCH", "951827696", 1);
+  EnteteProjet entete = entete_neuve();
+  ecrit_champ_coupe(entete.id_systeme, "Syst\xE8me-1");
+  ecrit_champ_coupe(entete.id_editeur,
+                    "\xC9"
+                    "diteur & fils");
+  ASSERT_TRUE(ecrit_champ_plein(entete.fichier_copyright, "copyr.\xE9t\xE9"));
+  const std::string label = "Disque d\xE9mo 1234567";  // 19 characters
+  const SecteurDescripteur p = descripteur_primaire(entete, plan_essai(), label);
+  SecteurDescripteur j = descripteur_joliet(p, entete, plan_essai(), label);
+  ::unsetenv("SOURCE_DATE_EPOCH");
+  const Octets o(p);
+  EXPECT_EQ(o.texte(0, 7), std::string("\1CD001\1"));
+  EXPECT_EQ(o.texte(8, 32), "SYSTEME_1" + std::string(23, ' '));
+  EXPECT_EQ(o.texte(40, 32), "DISQUE_DEMO_" + std::string(20, ' '));
+  EXPECT_EQ(o.le32(80), 0x11223U);
+  EXPECT_EQ(o.be32(84), 0x11223U);
+  EXPECT_EQ(o.texte(120, 12), std::string("\1\0\0\1\1\0\0\1\0\x08\x08\0", 12));
+  EXPECT_EQ(o.le32(140), 19U);
+  EXPECT_EQ(o.be32(148), 20U);
+  EXPECT_TRUE(o.rempli(144, 4) && o.rempli(152, 4));
+  EXPECT_EQ(o.u8(156), 34);
+  EXPECT_EQ(o.le32(158), 21U);
+  EXPECT_EQ(o.be32(170), 2048U);
+  EXPECT_EQ(o.texte(174, 7), std::string("\x64\x02\x1D\x0C\x22\x38\0", 7));
+  EXPECT_EQ(o.u8(181), 2);
+  EXPECT_EQ(o.texte(188, 2), std::string("\1\0", 2));
+  EXPECT_TRUE(o.rempli(190, 128, ' '));
+  EXPECT_EQ(o.texte(318, 20), "EDITEUR___FILS      ");
+  EXPECT_TRUE(o.rempli(446, 256, ' '));
+  EXPECT_EQ(o.texte(702, 37), "COPYR.ETE" + std::string(28, ' '));
+  // Minutes and seconds of the creation date stay zero.
+  EXPECT_EQ(o.texte(813, 17), std::string("2000022912000000\0", 17));
+  for (const std::uint64_t q : {830, 847, 864}) EXPECT_EQ(o.texte(q, 17), std::string(16, '0') + '\0');
+  EXPECT_EQ(o.u8(881), 1);
+  EXPECT_TRUE(o.rempli(882, 1166));
+
+  termine_descripteur(j, 4096, 36, 0x99);
+  const Octets k(j);
+  EXPECT_EQ(k.u8(0), 2);
+  EXPECT_EQ(outils::utf16be_vers_utf8(k.partie(8, 32)), "Système-1       ");
+  EXPECT_EQ(outils::utf16be_vers_utf8(k.partie(40, 32)), "Disque démo 1234");
+  EXPECT_EQ(k.texte(88, 4), std::string("%/@\0", 4));
+  EXPECT_EQ(k.le32(140), 0x123U);
+  EXPECT_EQ(k.be32(148), 0x124U);
+  EXPECT_EQ(k.le32(158), 0x125U);
+  EXPECT_EQ(outils::utf16be_vers_utf8(k.partie(318, 30)), "Éditeur & fils ");
+  EXPECT_EQ(k.texte(190, 4), std::string("\0 \0 ", 4));
+  EXPECT_EQ(k.texte(702, 179), o.texte(702, 179));
+  EXPECT_EQ(k.be32(84), 0x99U);
+  EXPECT_EQ(k.le32(132), 36U);
+  EXPECT_EQ(k.be32(136), 36U);
+  EXPECT_EQ(k.le32(166), 4096U);
+  EXPECT_EQ(k.be32(170), 4096U);
+}
+
+// An empty System field keeps all the others out, whatever the project holds.
+TEST(Descripteurs, un_systeme_vide_ferme_les_autres_champs) {
+  EnteteProjet entete = entete_neuve();
+  ecrit_champ_coupe(entete.id_editeur, "Editeur");
+  ASSERT_TRUE(ecrit_champ_plein(entete.fichier_biblio, "BIBLIO.TXT"));
+  const SecteurDescripteur p = descripteur_primaire(entete, plan_essai(), "A");
+  const Octets o(p);
+  EXPECT_EQ(o.texte(8, 10), "Varnion - ");
+  EXPECT_TRUE(o.rempli(190, 623, ' '));
+  const SecteurDescripteur j = descripteur_joliet(p, entete, plan_essai(), "A");
+  EXPECT_EQ(outils::utf16be_vers_utf8(Octets(j).partie(8, 32)), "Varnion         ");
+  EXPECT_TRUE(Octets(j).rempli(190, 512));
+  const SecteurDescripteur f = descripteur_fin();
+  EXPECT_EQ(Octets(f).texte(0, 7),
+            "\xFF"
+            "CD001\1");
+  EXPECT_TRUE(Octets(f).rempli(7, 2041));
+}
+
+// --- sector 0 and the bitmap
+
+TEST(Disposition, secteur_zero_lu_par_un_lecteur_de_cartes) {
+  SecteurZero s = secteur_zero(0x1234, "Disque \x8E");
+  termine_secteur_zero(s, 90'000, 80'000);
+  std::vector<std::uint8_t> image(90'000 * 512);
+  std::copy(s.begin(), s.end(), image.begin());
+  const outils::CarteLue carte = outils::lit_carte(Octets(image));
+  EXPECT_TRUE(carte.fautes.vide()) << carte.fautes.texte();
+  ASSERT_EQ(carte.partitions.size(), 2U);
+  EXPECT_EQ(carte.blocs, 90'000U);
+  const outils::Partition &p = carte.partitions[0];
+  const outils::Partition &q = carte.partitions[1];
+  EXPECT_EQ(p.type, "Apple_partition_map");
+  EXPECT_TRUE(p.nom.starts_with("Varnion - "));
+  EXPECT_EQ(std::vector<std::uint64_t>({p.debut, p.nombre, p.nombre_donnees, p.statut, p.entrees}),
+            std::vector<std::uint64_t>({1, 2, 2, 0x13, 2}));
+  EXPECT_EQ(q.type, "Apple_HFS");
+  EXPECT_EQ(q.nom, "Disque \x8E");
+  EXPECT_EQ(std::vector<std::uint64_t>({q.debut, q.nombre, q.nombre_donnees, q.statut, q.entrees}),
+            std::vector<std::uint64_t>({0x1234, 80'000, 80'000, 0x13, 2}));
+  EXPECT_TRUE(Octets(s).rempli(1536, 512));
+  // A name longer than the field must not run into the type behind it.
+  const SecteurZero longue = secteur_zero(1, std::string(60, 'n'));
+  EXPECT_EQ(Octets(longue).texte(0x430, 10), std::string("Apple_HFS\0", 10));
+}
+
+TEST(Disposition, carte_des_blocs) {
+  struct Cas {
+    std::uint64_t debut, nombre;
+    bool tient;
+  };
+  for (const Cas &c :
+       {Cas{0, 1, true}, Cas{7, 2, true}, Cas{3, 0, true}, Cas{3, 4, true}, Cas{8, 16, true},
+        Cas{5, 30, true}, Cas{0, 64, true}, Cas{63, 1, true}, Cas{64, 0, true}, Cas{63, 2, false},
+        Cas{65, 0, false}, Cas{0, UINT64_MAX, false}, Cas{UINT64_MAX, 2, false}}) {
+    CarteImage carte;
+    carte.prepare(8);
+    EXPECT_EQ(carte.marque(c.debut, c.nombre), c.tient) << c.debut << " " << c.nombre;
+    for (std::uint64_t b = 0; b < 64; ++b) {
+      const bool bit = (carte.octets()[b / 8] & 0x80U >> b % 8) != 0;
+      EXPECT_EQ(bit, c.tient && b >= c.debut && b < c.debut + c.nombre)
+          << c.debut << " " << c.nombre << " " << b;
+    }
+  }
+}
+
+// --- names of the ISO side
+
+plateforme::DonneesRecherche donnees(const std::string &nom_long, const std::string &nom_court = "") {
+  plateforme::DonneesRecherche d;
+  d.nom_long = nom_long;
+  d.nom_court = nom_court;
+  d.nom_large = plateforme::texte_vers_large(nom_long);
+  return d;
+}
+
+class NomsDisque : public EssaiProjet {};
+
+TEST_F(NomsDisque, un_nom_deja_pris_recoit_un_numero) {
+  NomsIso noms;
+  EXPECT_EQ(noms.fichier(donnees("readme.txt")), "README.TXT;1");
+  EXPECT_EQ(noms.fichier(donnees("A long name.text", "ALONGN~1.TEX")), "ALONGN~1.TEX;1");
+  EXPECT_TRUE(script.journaux.empty());
+  EXPECT_EQ(noms.fichier(donnees("README.TXT")), "README~1.TXT;1");
+  EXPECT_EQ(noms.fichier(donnees("ReadMe.Txt")), "README~2.TXT;1");
+  EXPECT_EQ(noms.fichier(donnees("longname.c")), "LONGNAME.C;1");
+  EXPECT_EQ(noms.fichier(donnees("longname.C")), "LONGNA~1.C;1");
+  EXPECT_EQ(script.journaux.size(), 3U);
+  // Twelve of a kind: the number grows into the name, which keeps to eight characters and stays unique.
+  std::set<std::string> vus;
+  for (int i = 0; i < 1200; ++i) {
+    const std::string nom = noms.fichier(donnees("abcdefgh.i"));
+    EXPECT_TRUE(vus.insert(nom).second) << nom;
+    EXPECT_LE(nom.find('.'), 8U) << nom;
+    EXPECT_TRUE(nom.ends_with(".I;1"));
+  }
+  // A folder and a file share one directory.
+  RubriqueProjet virtuel = item(1, 5, "README");
+  ecrit_champ_coupe(virtuel.chemin, kCheminVirtuel);
+  EXPECT_EQ(noms.dossier(virtuel, donnees("README")), "README");
+  EXPECT_EQ(noms.dossier(virtuel, donnees("README")), "README~1");
+}
+
+TEST_F(NomsDisque, noms_joliet_et_longueurs_prevues) {
+  const std::string long62(62, 'x');
+  struct Cas {
+    const char *quoi;
+    RubriqueProjet rubrique;
+    plateforme::DonneesRecherche source;
+    std::string attendu;
+  };
+  std::vector<Cas> cas;
+  cas.push_back({"plain", item(1, -1, "R\xE9sum\xE9.txt"), donnees("R\xE9sum\xE9.txt"), "Résumé.txt;1"});
+  cas.push_back({"62 characters", item(1, -1, long62), donnees(long62, "XXXXXX~1"), long62 + ";1"});
+  cas.push_back({"folder", item(1, 2, "Dossier"), donnees("Dossier"), "Dossier"});
+  RubriqueProjet large = item(1, -1, "___~1.TXT");
+  large.nom_hors_page(true);
+  auto japonais = donnees("???.txt", "___~1.TXT");
+  japonais.nom_large = u"日本語.txt";
+  cas.push_back({"out of the page", large, japonais, "日本語.txt;1"});
+  large.nom_iso_saisi(true);
+  cas.push_back({"typed by hand", large, japonais, "___~1.TXT;1"});
+  RubriqueProjet renomme = item(1, -1, "source.txt");
+  ecrit_champ_coupe(renomme.nom_iso, "Autre nom.txt");
+  cas.push_back({"renamed", renomme, donnees("source.txt"), "Autre nom.txt;1"});
+  for (const Cas &c : cas) {
+    const std::string nom = nom_joliet_de(c.rubrique, c.source);
+    const std::vector<std::uint8_t> octets(nom.begin(), nom.end());
+    EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.attendu) << c.quoi;
+    EXPECT_LE(nom.size(), longueurs_noms(c.rubrique).joliet) << c.quoi;
+  }
+}
+
+}  // namespace
+}  // namespace varnion
