@@ -1,5 +1,6 @@
 // "project ls" and "project info": nothing is changed.
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "app/noyau/actions_projet.hpp"
@@ -146,11 +147,11 @@ class Parcours {
   void empile(std::uint32_t dossier, const std::string &chemin) {
     if (!vus_.insert(dossier).second) return;
     const std::size_t base = pile_.size();
+    const std::string devant = chemin.empty() ? chemin : chemin + "/";
     LecteurEnfants enfants(projet_, dossier);
     while (const RubriqueProjet *enfant = enfants.suivant()) {
       if (!enfant->dans_vue(vue_)) continue;
-      const std::string nom = nom_dans_vue(*enfant, vue_, projet_.hfsplus());
-      pile_.push_back({chemin.empty() ? nom : chemin + "/" + nom, *enfant});
+      pile_.push_back({devant + nom_dans_vue(*enfant, vue_, projet_.hfsplus()), *enfant});
     }
     std::reverse(pile_.begin() + static_cast<std::ptrdiff_t>(base), pile_.end());
   }
