@@ -21,7 +21,7 @@ class Pannes : public Atelier {
     a.fichier("un.txt", octets_quelconques(3000, 1));
     a.fichier("deux.txt", octets_quelconques(100, 2));
     a.dossier("sous");
-    a.fichier("sous/grand.dat", octets_quelconques(2'500'000, 3));
+    a.fichier("sous/grand.dat", octets_quelconques(1'700'000, 3));
     a.fichier("sous/moyen.dat", octets_quelconques(70'000, 4));
     a.fichier("sous/petit.dat", "petit");
   }
@@ -75,7 +75,7 @@ TEST_F(Pannes, une_source_disparue_est_dite_et_laissee) {
 TEST_F(Pannes, une_source_qui_change_de_taille_laisse_l_image_saine) {
   for (const Cible &c : kCibles) {
     for (const std::size_t taille :
-         {std::size_t{0}, std::size_t{1}, std::size_t{69'632}, std::size_t{5'000'000}}) {
+         {std::size_t{0}, std::size_t{1}, std::size_t{69'632}, std::size_t{900'000}}) {
       SCOPED_TRACE(std::to_string(static_cast<int>(c.genre) * 2 + c.hfsplus) + " " + std::to_string(taille));
       ArbreSource source(bac + "src");
       bati(source);
@@ -95,7 +95,7 @@ TEST_F(Pannes, une_source_qui_change_de_taille_laisse_l_image_saine) {
       if (c.cotes.mac) {
         const outils::ObjetMac *o = image.volume.trouve("sous/grand.dat");
         ASSERT_NE(o, nullptr);
-        EXPECT_TRUE(image.volume.contenu(image.vue, o->data) == octets_quelconques(2'500'000, 3));
+        EXPECT_TRUE(image.volume.contenu(image.vue, o->data) == octets_quelconques(1'700'000, 3));
       }
       fs::remove_all(bac + "src");
     }
@@ -144,7 +144,7 @@ TEST_F(Pannes, un_disque_plein_ne_laisse_rien) {
   for (const Cible &c : kCibles) {
     FichierProjet projet = projet_de(bac + "src", c.hfsplus);
     const std::uint64_t taille = compile(projet, bac + "entier", c.genre).octets;
-    ASSERT_GT(taille, 2'600'000U);
+    ASSERT_GT(taille, 1'800'000U);
     for (const std::uint64_t limite :
          {std::uint64_t{30'000}, std::uint64_t{1'500'000}, taille - 310'000, taille - 1}) {
       SCOPED_TRACE(std::to_string(static_cast<int>(c.genre) * 2 + c.hfsplus) + " " + std::to_string(limite));

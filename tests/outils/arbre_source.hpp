@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -44,11 +46,11 @@ struct DossierSource {
 inline std::string octets_quelconques(std::size_t longueur, std::uint64_t graine) {
   std::string s(longueur, '\0');
   std::uint64_t x = graine * 0x9E3779B97F4A7C15ULL + 0x1234567;
-  for (char &c : s) {
+  for (std::size_t i = 0; i < longueur; i += sizeof x) {
     x ^= x << 13;
     x ^= x >> 7;
     x ^= x << 17;
-    c = static_cast<char>(x >> 24);
+    std::memcpy(s.data() + i, &x, std::min(sizeof x, longueur - i));
   }
   if (!s.empty()) s[0] = '\x7F';  // no container begins like this
   return s;

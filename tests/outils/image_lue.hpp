@@ -214,8 +214,10 @@ class Confrontation {
     if (apple) drapeaux |= f.mac.drapeaux & 0x0400;  // the custom icon alone is taken over
     exige(o.drapeaux == drapeaux, "flags");
     // No date entry of an Apple container is read.
+    const auto universelle = static_cast<std::uint32_t>(f.date + kEcart1904);
     const std::uint32_t modification = f.forme == Forme::macbinary ? f.mac.modification
                                        : apple                     ? 0
+                                       : i_.cotes.hfsplus          ? universelle
                                                                    : date_mac_locale(f.date);
     exige(o.modification == modification, "modification date");
     if (f.forme == Forme::macbinary) exige(o.creation == f.mac.creation, "creation date");

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -85,8 +84,12 @@ class Octets {
 
 /// A whole file in memory.
 inline std::vector<std::uint8_t> lit_fichier(const std::string &chemin) {
-  std::ifstream flux(chemin, std::ios::binary);
-  return {std::istreambuf_iterator<char>(flux), std::istreambuf_iterator<char>()};
+  std::ifstream flux(chemin, std::ios::binary | std::ios::ate);
+  const std::streamoff taille = flux.tellg();
+  std::vector<std::uint8_t> octets(taille > 0 ? static_cast<std::size_t>(taille) : 0);
+  flux.seekg(0);
+  flux.read(reinterpret_cast<char *>(octets.data()), static_cast<std::streamsize>(octets.size()));
+  return octets;
 }
 
 /// UTF-16 big-endian to UTF-8; a lone surrogate gives U+FFFD.
