@@ -311,6 +311,7 @@ std::string texte_erreur(int numero) {
 std::optional<std::uint64_t> espace_libre(std::string_view chemin) {
   struct statvfs systeme {};
   if (!sur_existant(chemin, [&](const char *utf8) { return ::statvfs(utf8, &systeme); })) return std::nullopt;
+  if (systeme.f_blocks == 0) return std::nullopt;  // a file system without storage has no figure to give
   return std::uint64_t{systeme.f_bavail} * systeme.f_frsize;
 }
 

@@ -53,7 +53,8 @@ std::u16string poids(std::string_view nom) {
 /// The same for HFS+: folded, the units that the order ignores left out.
 std::u16string pliage(const RubriqueProjet &r) {
   std::u16string texte;
-  for (const be16 unite : nom_hfsplus_de(r, {}).vue())
+  const NomUnicode nom = nom_hfsplus_de(r, {});
+  for (const be16 unite : nom.vue())
     if (const std::uint16_t plie = pliage_hfsplus(unite); plie != 0)
       texte.push_back(static_cast<char16_t>(plie));
   return texte;

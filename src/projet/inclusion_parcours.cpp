@@ -115,6 +115,7 @@ void ParcoursInclusion::ajoute_element(const std::string &dossier_disque, const 
   const auto nom = nom_retenu(entree);
   if (!nom) return signale(message(kMessageNomImpossible, {court(dossier_disque + entree.nom_long)}));
   element(niveau, entree, *nom, nullptr);
+  note_presents();
   reprend_comptes(niveau);
   descend();
 }
@@ -123,8 +124,16 @@ void ParcoursInclusion::ajoute_contenu(const std::string &dossier_disque) {
   if (!commence()) return;
   Niveau niveau = niveau_cible(dossier_disque);
   scanne(niveau);
+  note_presents();
   reprend_comptes(niveau);
   descend();
+}
+
+// The names of one folder on the disk are not compared with one another: two that differ in case alone both
+// come in.
+void ParcoursInclusion::note_presents() {
+  for (const RubriqueProjet &rubrique : venus_) presents_.ajoute(rubrique);
+  venus_.clear();
 }
 
 // The counts of the level just done: into its record, or those of the target for the end.
@@ -287,7 +296,7 @@ std::uint64_t ParcoursInclusion::inscrit(Niveau &niveau, RubriqueProjet &rubriqu
   const bool montrable = entree.nom_long.find_first_of("?\\") == std::string::npos;
   noms_rubrique(rubrique, montrable ? entree.nom_long : nom, {hybride, projet_.hfsplus()});
   secteurs_ += secteurs_rubrique(rubrique);
-  if (!niveau.place) presents_.ajoute(rubrique);
+  if (!niveau.place) venus_.push_back(rubrique);
   operations().journal(GenreJournal::information, message(1090, {niveau.chemin + nom}));
   return lots_.ajoute(rubrique);
 }

@@ -82,6 +82,7 @@ class ParcoursInclusion {
   void icone(Niveau &niveau, RubriqueProjet rubrique);
   [[nodiscard]] bool boucle(const std::string &chemin, std::size_t profondeur) const;
   [[nodiscard]] Niveau niveau_cible(const std::string &dossier_disque) const;
+  void note_presents();
   void reprend_comptes(const Niveau &niveau);
   void avance();
 
@@ -90,6 +91,7 @@ class ParcoursInclusion {
   ReponsesVues &reponses_;
   plateforme::AccesFichiers acces_;
   NomsPresents presents_;
+  std::vector<RubriqueProjet> venus_;  ///< put into the target folder by the path in hand
   LotsRubriques lots_;
   std::vector<Niveau> a_faire_;        // folders to descend into, the next one last
   std::vector<std::string> ancetres_;  // disk folders on the way to the level at hand
