@@ -18,6 +18,7 @@ namespace varnion::plateforme {
 
 namespace {
 
+constexpr std::size_t kDossiersMax = 16;
 constexpr std::string_view kPrefixeAttribut = "user.AFP_";
 
 /// File systems that can show alternate streams as "file:stream".
@@ -32,28 +33,34 @@ bool montre_des_flux(int descripteur) {
 
 }  // namespace
 
-bool AccesFichiers::charge(std::string_view dossier) {
-  dossier_.assign(dossier);
-  reguliers_.clear();
-  descripteur_ = Fichier();
-  flux_par_nom_ = true;
-  const auto resolu = resout_existant(dossier.empty() ? "." : dossier);
-  if (!resolu) return false;
-  descripteur_ = Fichier(::open(resolu->utf8.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  const auto liste = etat<CacheDossiers>().liste(resolu->utf8, false);
-  if (!descripteur_ || !liste) return false;
-  flux_par_nom_ = montre_des_flux(descripteur_.descripteur());
-  for (const NomsEntree &noms : *liste) {
-    if (noms.disque.find(":AFP_") != std::string::npos) flux_par_nom_ = true;
-    if (!noms.regulier) continue;
-    if (noms.lisible) reguliers_.try_emplace(noms.texte, Noms{noms.disque, noms.court});
-    if (!noms.lisible && !noms.court.empty())
-      reguliers_.try_emplace(noms.court, Noms{noms.disque, noms.court});
+AccesFichiers::Dossier *AccesFichiers::charge(std::string_view chemin) {
+  const auto place = std::find_if(dossiers_.begin(), dossiers_.end(),
+                                  [chemin](const Dossier &dossier) { return dossier.chemin == chemin; });
+  if (place != dossiers_.end()) {
+    dossiers_.splice(dossiers_.begin(), dossiers_, place);
+    return dossiers_.front().descripteur ? &dossiers_.front() : nullptr;
   }
-  return true;
+  if (dossiers_.size() == kDossiersMax) dossiers_.pop_back();
+  Dossier &neuf = dossiers_.emplace_front();
+  neuf.chemin = chemin;
+  const auto resolu = resout_existant(chemin.empty() ? "." : chemin);
+  if (!resolu) return nullptr;
+  Fichier descripteur(::open(resolu->utf8.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  const auto liste = etat<CacheDossiers>().liste(resolu->utf8, false);
+  if (!descripteur || !liste) return nullptr;
+  neuf.flux_par_nom = montre_des_flux(descripteur.descripteur());
+  for (const NomsEntree &noms : *liste) {
+    if (noms.disque.find(":AFP_") != std::string::npos) neuf.flux_par_nom = true;
+    if (!noms.regulier) continue;
+    if (noms.lisible) neuf.reguliers.try_emplace(noms.texte, Noms{noms.disque, noms.court});
+    if (!noms.lisible && !noms.court.empty())
+      neuf.reguliers.try_emplace(noms.court, Noms{noms.disque, noms.court});
+  }
+  neuf.descripteur = std::move(descripteur);
+  return &neuf;
 }
 
-Fichier AccesFichiers::ouvre_lentement(std::string_view chemin, DonneesRecherche *donnees) const {
+Fichier AccesFichiers::ouvre_lentement(std::string_view chemin, DonneesRecherche *donnees) {
   if (donnees != nullptr) {
     auto trouvees = cherche_fichier(chemin);
     if (!trouvees) return {};
@@ -65,14 +72,14 @@ Fichier AccesFichiers::ouvre_lentement(std::string_view chemin, DonneesRecherche
 Fichier AccesFichiers::ouvre(std::string_view chemin, DonneesRecherche *donnees) {
   const std::size_t barre = chemin.find_last_of("/\\");
   const std::size_t debut = barre == std::string_view::npos ? 0 : barre + 1;
-  const std::string_view dossier = chemin.substr(0, debut);
-  if ((!descripteur_ || dossier != dossier_) && !charge(dossier)) return ouvre_lentement(chemin, donnees);
-  const auto place = reguliers_.find(std::string(chemin.substr(debut)));
-  if (place == reguliers_.end()) return ouvre_lentement(chemin, donnees);
+  const Dossier *dossier = charge(chemin.substr(0, debut));
+  if (dossier == nullptr) return ouvre_lentement(chemin, donnees);
+  const auto place = dossier->reguliers.find(std::string(chemin.substr(debut)));
+  if (place == dossier->reguliers.end()) return ouvre_lentement(chemin, donnees);
   const Noms &noms = place->second;
   int descripteur = -1;
   do {
-    descripteur = ::openat(descripteur_.descripteur(), noms.disque.c_str(),
+    descripteur = ::openat(dossier->descripteur.descripteur(), noms.disque.c_str(),
                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW);
   } while (descripteur < 0 && errno == EINTR);
   Fichier fichier(descripteur);
@@ -94,7 +101,7 @@ Fichier AccesFichiers::ouvre(std::string_view chemin, DonneesRecherche *donnees)
 }
 
 bool AccesFichiers::flux_possible(const Fichier &fichier) const {
-  if (flux_par_nom_ || !descripteur_) return true;
+  if (dossiers_.empty() || dossiers_.front().flux_par_nom) return true;
   std::array<char, 4096> noms;
   const ssize_t longueur = ::flistxattr(fichier.descripteur(), noms.data(), noms.size());
   if (longueur < 0) return errno == ERANGE;

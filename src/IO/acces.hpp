@@ -1,5 +1,6 @@
 #pragma once
 
+#include <list>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -8,9 +9,9 @@
 
 namespace varnion::plateforme {
 
-/// Opens file after file for reading. The folder of the last file is kept open with its names at hand, so
-/// that a run of files of one folder costs one open each and no look-up; what that way does not find goes the
-/// ordinary one. For one thread.
+/// Opens file after file for reading. The folders of the last files are kept open with their names at hand,
+/// so that a run of files of one folder costs one open each and no look-up; what that way does not find goes
+/// the ordinary one. For one thread.
 class AccesFichiers {
  public:
   /// A regular file, for reading; closed on failure (`errno` tells). With `donnees`, the entry as
@@ -24,13 +25,17 @@ class AccesFichiers {
   struct Noms {
     std::string disque, court;
   };
-  bool charge(std::string_view dossier);
-  [[nodiscard]] Fichier ouvre_lentement(std::string_view chemin, DonneesRecherche *donnees) const;
+  struct Dossier {
+    std::string chemin;  ///< as the caller writes it
+    Fichier descripteur;
+    std::unordered_map<std::string, Noms> reguliers;  ///< regular files by working text
+    bool flux_par_nom = true;
+  };
+  /// The folder at the head of the list; nullptr when it cannot be opened.
+  Dossier *charge(std::string_view chemin);
+  [[nodiscard]] static Fichier ouvre_lentement(std::string_view chemin, DonneesRecherche *donnees);
 
-  std::string dossier_;  ///< as the caller writes it
-  Fichier descripteur_;
-  std::unordered_map<std::string, Noms> reguliers_;  ///< regular files by working text
-  bool flux_par_nom_ = true;
+  std::list<Dossier> dossiers_;  ///< the last used first: a project folder may be fed from several by turns
 };
 
 }  // namespace varnion::plateforme

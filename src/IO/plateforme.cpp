@@ -242,6 +242,12 @@ Fichier ouvre(std::string_view chemin, Ouverture mode) {
   return fichier;
 }
 
+Fichier ouvre_voisin(std::string_view chemin, std::string_view prefixe) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu || resolu->nom.empty()) return {};
+  return ouvre_utf8(joint(resolu->dossier, std::string(prefixe) + resolu->nom), O_RDONLY);
+}
+
 bool supprime(std::string_view chemin) {
   const auto resolu = resout_existant(chemin);
   if (!resolu) return false;

@@ -74,6 +74,9 @@ struct DonneesRecherche {
 /// created. On failure the result is closed and `errno` tells.
 [[nodiscard]] Fichier ouvre(std::string_view chemin, Ouverture mode);
 /// Removes a file (not a folder). False on failure (`errno` tells), as for the functions that follow.
+/// Opens, for reading, the file beside `chemin` whose name on the disk is `prefixe` (ASCII) and that file's
+/// name there: it is found even where working text cannot spell the name. Closed on failure.
+[[nodiscard]] Fichier ouvre_voisin(std::string_view chemin, std::string_view prefixe);
 [[nodiscard]] bool supprime(std::string_view chemin);
 /// A file that has the new name already is replaced.
 [[nodiscard]] bool renomme(std::string_view ancien, std::string_view nouveau);

@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "compil/execution.hpp"
+#include "IO/octets.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
@@ -31,6 +32,11 @@ constexpr int kPassageHfsplus = 6324;   // classic HFS cannot hold the project
 constexpr int kRepriseJournal = 6325;   // journal
 constexpr int kNaturePasEncore = 6326;  // this kind of image
 constexpr int kRepriseVaine = 6327;
+constexpr int kSansReconstruction = 6328;
+constexpr int kVueDemandeeVide = 6331;
+constexpr int kExtensionIso = 1370;
+constexpr int kExtensionMac = 1411;
+constexpr int kTitreDisque = 1293;  // size, folders, files
 constexpr std::size_t kLongueurMessage = 100;
 constexpr std::uint64_t kLimiteFat = 0xFFFF0000;
 constexpr int kEssaisMax = 6;
@@ -54,6 +60,7 @@ class Compilation {
   bool passe_en_hfsplus();
   bool nomme();
   bool compte();
+  bool annonce();
   bool ouvre_cible();
   int execute();
   bool termine(int resultat);
@@ -109,6 +116,10 @@ bool Compilation::choisit_nature() {
     operations().afficher_avis(charger_chaine(kVueHfsVide));
     genre = GenreDemande::iso;
   }
+  if ((genre == GenreDemande::iso && !iso) || (genre == GenreDemande::mac && !mac)) {
+    operations().afficher_erreur(charger_chaine(kVueDemandeeVide));
+    return false;
+  }
   const bool plus = projet_.hfsplus();
   ctx_.nature = genre == GenreDemande::iso   ? Nature::iso
                 : genre == GenreDemande::mac ? (plus ? Nature::hfsplus : Nature::hfs)
@@ -147,9 +158,11 @@ bool Compilation::passe_en_hfsplus() {
 bool Compilation::choisit_taille_bloc() {
   ctx_.taille_bloc = kSecteurIso;
   if (!ctx_.a_volume() || nature_est_hfsplus(ctx_.nature)) return true;
+  if (!suivi_.trace("==>Computing the cluster size./Calcul de la taille des blocs.")) return false;
   const LongueursProjet longueurs(projet_);
   for (std::uint32_t taille = kSecteurIso; taille < kTailleBlocMax; taille += kSecteurIso) {
-    const bool fourches = !demande_.borne_fourches || longueurs.plus_grande_branche() / taille < 0x7FFF;
+    const bool fourches = !demande_.borne_fourches || ctx_.nature != Nature::hybride_hfs ||
+                          longueurs.plus_grande_branche() / taille < 0x7FFF;
     if (!fourches || longueurs.blocs(taille) >= 65536) continue;
     ctx_.taille_bloc = taille;
     return true;
@@ -157,17 +170,30 @@ bool Compilation::choisit_taille_bloc() {
   return passe_en_hfsplus();
 }
 
+/// True for the label of a new project, in either language, and for none.
+bool sans_titre(const std::string &label) {
+  const int langue = base_langue();
+  bool trouve = label.empty();
+  for (const int autre : {kLangueAnglais, kLangueFrancais}) {
+    fixer_base_langue(autre);
+    trouve = trouve || label == charger_chaine(kSansTitre);
+  }
+  fixer_base_langue(langue);
+  return trouve;
+}
+
+// "Untitled" never reaches the disc: a label that still says so becomes the name of the target.
 bool Compilation::nomme() {
-  if (lit_champ(entete_.label_iso) == charger_chaine(kSansTitre)) {
-    const std::string nom = nom_sans_extension(demande_.cible);
-    ecrit_champ_coupe(entete_.label_iso, nom, kLabelIsoMax);
+  const std::string nom = nom_sans_extension(demande_.cible);
+  const bool iso = sans_titre(lit_champ(entete_.label_iso));
+  const bool hfs = sans_titre(lit_champ(entete_.label_hfs));
+  if (iso) ecrit_champ_coupe(entete_.label_iso, nom, kLabelIsoMax);
+  if (hfs)
     ecrit_champ_coupe(entete_.label_hfs, entete_.hfsplus() ? nom : nom_mac(nom),
                       entete_.hfsplus() ? entete_.label_hfs.size() - 1 : kNomVolumeHfsMax);
-    if (!projet_.ecrit_entete(entete_) || !projet_.vide()) return erreur_cible(errno);
-  }
+  if ((iso || hfs) && !(projet_.ecrit_entete(entete_) && projet_.vide())) return erreur_cible(errno);
   ctx_.label_iso = lit_champ(entete_.label_iso);
   ctx_.label_hfs = lit_champ(entete_.label_hfs);
-  if (ctx_.label_hfs.empty()) ctx_.label_hfs = charger_chaine(kSansTitre);
   ctx_.icone_volume = entete_.icone_volume();
   ctx_.ouvrir_racine = entete_.ouvrir_racine();
   return true;
@@ -176,7 +202,8 @@ bool Compilation::nomme() {
 bool Compilation::compte() {
   const auto comptes = compte_projet(projet_);
   if (!comptes) return erreur_cible(errno);
-  ctx_.secteurs = comptes->secteurs;
+  // Nothing is decoded in a pure ISO image: its payload is the sources as they are.
+  ctx_.secteurs = ctx_.nature == Nature::iso ? calcul_blocs(projet_, kSecteurIso) : comptes->secteurs;
   ctx_.fichiers = comptes->fichiers;
   ctx_.dossiers = comptes->dossiers;
   ctx_.fichiers_hfs = comptes->fichiers_hfs;
@@ -186,7 +213,20 @@ bool Compilation::compte() {
   return true;
 }
 
+// What the disc will be, for the progress display.
+bool Compilation::annonce() {
+  if (entete_.reconstruire()) operations().afficher_avis(charger_chaine(kSansReconstruction));
+  const std::uint64_t secteurs = ctx_.secteurs + (demande_.postgap ? kSecteursPostgap : 0);
+  const std::string taille = std::to_string(quotient_haut<std::uint64_t>(secteurs, 512)) + " MB";
+  return suivi_.trace("==>Calling the compiler./Appel du compilateur.") &&
+         suivi_.texte(message(kTitreDisque, {taille, ctx_.dossiers, ctx_.fichiers}));
+}
+
 bool Compilation::ouvre_cible() {
+  const char *trace =
+      nature_a_iso(ctx_.nature) ? "==>Creating the ISO file./Création du fichier ISO." : nullptr;
+  if (trace != nullptr && !suivi_.trace(plateforme::utf8_vers_texte(trace))) return false;
+
   for (int n = 1; n <= 100; ++n) {
     chemin_partiel_ = demande_.cible + (n == 1 ? ".part" : ".part" + std::to_string(n));
     cible_ = plateforme::ouvre(chemin_partiel_, Ouverture::creation_neuve);
@@ -233,7 +273,7 @@ BilanCompilation Compilation::lance() {
     pret = false;
   }
   bilan.nature = ctx_.nature;
-  if (!pret || !ouvre_cible()) return bilan;
+  if (!pret || !annonce() || !ouvre_cible()) return bilan;
   int resultat = execute();
   if (resultat == kCompilHfsplusRequis) {
     // The flag is stored in the project, which then compiles in that form.
@@ -255,6 +295,15 @@ BilanCompilation Compilation::lance() {
 }
 
 }  // namespace
+
+std::string extension_image(FichierProjet &projet, GenreDemande genre) {
+  EnteteProjet entete;
+  const bool mac =
+      genre == GenreDemande::mac || (genre == GenreDemande::hybride && projet.mode() == ModeProjet::hybride &&
+                                     estimation_secteurs(projet) && projet.lit_entete(entete) &&
+                                     entete.compte_iso == 0U && entete.compte_hfs != 0U);
+  return charger_chaine(mac ? kExtensionMac : kExtensionIso);
+}
 
 BilanCompilation compile_projet(FichierProjet &projet, const DemandeCompilation &demande,
                                 SuiviCompilation &suivi) {

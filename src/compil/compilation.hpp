@@ -28,6 +28,10 @@ struct BilanCompilation {
   std::uint64_t remarques = 0;  ///< items left out or changed; each was named
 };
 
+/// Extension, without a dot, of the image that a request will give: "iso", or "dmg" for a pure Macintosh
+/// volume.
+[[nodiscard]] std::string extension_image(FichierProjet &projet, GenreDemande genre);
+
 /// Compiles a project into an image. The image is written beside the target under a name of its own and takes
 /// the target's place when all is well: a failure leaves what was there. Every failure was told to the user.
 [[nodiscard]] BilanCompilation compile_projet(FichierProjet &projet, const DemandeCompilation &demande,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -93,10 +94,18 @@ struct ContexteCompilation {
 struct BesoinsIso {
   std::uint64_t chemins_iso = 0, chemins_joliet = 0;    ///< bytes
   std::uint64_t secteurs_iso = 0, secteurs_joliet = 0;  ///< directory sectors
+
+  void au_moins(const BesoinsIso &autre) {
+    chemins_iso = std::max(chemins_iso, autre.chemins_iso);
+    chemins_joliet = std::max(chemins_joliet, autre.chemins_joliet);
+    secteurs_iso = std::max(secteurs_iso, autre.secteurs_iso);
+    secteurs_joliet = std::max(secteurs_joliet, autre.secteurs_joliet);
+  }
 };
 
-/// Needs of a Macintosh volume beyond the estimate, measured or computed.
+/// Needs beyond the estimate, measured or computed, kept from one attempt to the next.
 struct BesoinsVolume {
+  BesoinsIso iso;                       ///< what the directories of the attempt before took
   std::uint64_t blocs_donnees = 0;      ///< allocation blocks of all forks, upper bound
   std::uint64_t catalogue_minimum = 0;  ///< 512-byte blocks, 0 when the estimate has not failed
   std::uint64_t blocs_en_plus = 0;      ///< for sources that grew since they were added

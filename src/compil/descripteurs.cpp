@@ -64,6 +64,7 @@ static_assert(sizeof(Descripteur) == kSecteurIso && offsetof(Descripteur, racine
 
 constexpr std::size_t kLabelPrimaire = 12;  ///< characters of the volume identifier; the field holds 32
 constexpr std::size_t kLabelJoliet = 16;
+constexpr std::size_t kNomFichierDescripteur = 12;
 
 template <std::size_t N>
 void pose(Octets<N> &champ, std::string_view texte) {
@@ -75,14 +76,16 @@ void pose_d(Octets<N> &champ, std::string_view texte) {
   pose(champ, champ_d(texte, N));
 }
 
-/// A file identifier: upper case without accents, the dot kept.
+/// A file identifier: upper case without accents, all else as it is.
 template <std::size_t N>
 void pose_fichier(Octets<N> &champ, std::string_view texte) {
   champ.fill(' ');
-  const std::size_t point = texte.find('.');
-  std::string nom = nom_d(texte.substr(0, point));
-  if (point != std::string_view::npos) nom += "." + nom_d(texte.substr(point + 1));
-  pose(champ, nom);
+  std::string nom;
+  for (const char c : texte) {
+    const std::string d = nom_d(std::string_view(&c, 1));
+    nom += d == "_" || d.empty() ? std::string(1, c) : d;
+  }
+  pose(champ, std::string_view(nom).substr(0, kNomFichierDescripteur));
 }
 
 template <std::size_t N>
@@ -197,6 +200,7 @@ SecteurDescripteur descripteur_joliet(const SecteurDescripteur &primaire, const 
 
 SecteurDescripteur descripteur_fin() {
   Descripteur d{};
+  d.racine.sequence = std::uint16_t{0};
   d.type = 255;
   pose(d.identifiant, "CD001");
   d.version = 1;

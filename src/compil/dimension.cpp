@@ -11,6 +11,7 @@
 #include "compil/volume_hfsplus.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
+#include "noms/iso.hpp"
 #include "noms/ordre.hpp"
 #include "noms/regles.hpp"
 #include "noms/tables.hpp"
@@ -87,9 +88,9 @@ class Mesure {
   const IndexEnfants &index_;
   const VolumeMac *volume_;
   Dimensions &dim_;
-  std::size_t octets_iso_ = 0, octets_joliet_ = 0;         // estimate
-  std::size_t exact_iso_ = 0, exact_joliet_ = 0;           // as the directories will be
-  std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
+  std::size_t octets_iso_ = 0, octets_joliet_ = 0;            // estimate
+  std::size_t exact_iso_ = 0, exact_joliet_ = 0;              // as the directories will be
+  std::unordered_map<std::u16string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
   std::size_t egaux_ = 0;
   std::unordered_set<std::uint32_t> vus_{kRacine};
@@ -108,7 +109,8 @@ void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &
 void Mesure::mesure_noms(const RubriqueProjet &r, const std::string &dossier) {
   if (ctx_.a_iso() && r.dans_iso() && (!r.nom_hors_page() || r.nom_iso_saisi())) {
     const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
-    const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
+    const auto [place, neuf] =
+        noms_iso_.try_emplace(interdits_joliet(plateforme::texte_vers_large(nom)), chemin_source(r));
     if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
   }
   // A name that comes from the source is known only when the source is at hand.

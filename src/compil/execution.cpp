@@ -5,6 +5,7 @@
 
 #include "compil/descripteurs.hpp"
 #include "hfs/pilote_memoire.hpp"
+#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/fichier_projet.hpp"
@@ -17,7 +18,8 @@ namespace {
 constexpr int kErreurTemporaires = 1500;
 constexpr int kInclusionTemporaires = 1396;
 constexpr int kTailleBlocRelevee = 6311;       // journal: size before, after
-constexpr int kReserveDepassee = 6313;         // a directory outgrew its reserve while the image was written
+constexpr int kEchecVolume = 6329;             // the volume's own structures could not be made
+constexpr int kTailleRelevee = 6332;           // journal: estimate, true length
 constexpr std::uint64_t kDebutVolumePur = 64;  ///< 512-byte block where a pure Macintosh volume begins
 
 std::string chemin_temporaire(const char *nom) {
@@ -69,8 +71,15 @@ bool Execution::erreur_systeme() {
   return echoue(kCompilEchec);
 }
 
+bool Execution::echec_volume() {
+  operations().afficher_erreur(charger_chaine(kEchecVolume));
+  return echoue(kCompilEchec);
+}
+
 bool Execution::trace(const char *utf8) {
-  return suivi_.trace(plateforme::utf8_vers_texte(utf8)) || echoue(kCompilEchec);
+  const std::string texte = plateforme::utf8_vers_texte(utf8);
+  if (etat<OptionsProgramme>().niveau_trace != 0) operations().journal(GenreJournal::compilation, texte);
+  return suivi_.trace(texte) || echoue(kCompilEchec);
 }
 
 bool Execution::choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoins) {
@@ -112,6 +121,7 @@ bool Execution::ouvre_temporaires() {
 bool Execution::prepare(BesoinsVolume &besoins) {
   Dimensions dimensions;
   if (!dimensionne(ctx_, index_, volume_.get(), dimensions)) return echoue(kCompilEchec);
+  dimensions.iso.au_moins(besoins.iso);
   if (ctx_.a_iso() && !trace("==>Computing the ISO catalog./Calcul du catalogue ISO")) return false;
   if (volume_ != nullptr &&
       !trace(nature_est_hfsplus(ctx_.nature) ? "==>Computing the HFS+ catalog./Calcul du catalogue HFS+"
@@ -122,7 +132,7 @@ bool Execution::prepare(BesoinsVolume &besoins) {
   if (!ctx_.projet->lit_entete(entete)) return erreur_systeme();
   if (volume_ != nullptr) {
     secteur_zero_ = secteur_zero(plan_volume_.debut, ctx_.label_hfs);
-    if (!volume_->ecrit_structures(ctx_, entete, plan_volume_, carte_)) return echoue(kCompilEchec);
+    if (!volume_->ecrit_structures(ctx_, entete, plan_volume_, carte_)) return echec_volume();
   }
   return !ctx_.a_iso() || ouvre_temporaires();
 }
@@ -130,22 +140,21 @@ bool Execution::prepare(BesoinsVolume &besoins) {
 bool Execution::copie_temporaire(const Fichier &fichier, std::uint32_t secteur, std::uint32_t reserve) {
   const std::int64_t taille = fichier_taille(fichier);
   if (taille < 0) return erreur_systeme();
-  // The sources changed so much while the image was written that its directories no longer fit: nothing may
-  // lie over the area behind.
-  if (static_cast<std::uint64_t>(taille) > std::uint64_t{reserve} * kSecteurIso) {
-    operations().afficher_erreur(charger_chaine(kReserveDepassee));
-    return echoue(kCompilEchec);
-  }
+  // Sources that changed, or names that had to be told apart, took more than was measured: nothing may lie over
+  // the area behind.
+  if (static_cast<std::uint64_t>(taille) > std::uint64_t{reserve} * kSecteurIso) return echoue(kCompilReprise);
   if (!sortie_.positionne(std::uint64_t{secteur} * kSecteurIso)) return echoue(kCompilEchec);
   return sortie_.copie(fichier, 0, static_cast<std::uint64_t>(taille)) == taille || erreur_systeme();
 }
 
-bool Execution::ecrit_chemins(const ArbreRepertoires &arbre, const char *nom_l, const char *nom_m,
+bool Execution::ecrit_chemins(ArbreRepertoires &arbre, const char *nom_l, const char *nom_m,
                               std::uint32_t secteur_l, std::uint32_t secteur_m, std::uint32_t reserve,
                               std::uint32_t &taille) {
+  errno = 0;
   const auto tables = tables_chemins(arbre);
   if (!tables) return erreur_systeme();
   taille = static_cast<std::uint32_t>(tables->l.size());
+  arbre.chemins_octets = taille;
   const Fichier l = plateforme::ouvre(chemin_temporaire(nom_l), Ouverture::lecture_ecriture);
   const Fichier m = plateforme::ouvre(chemin_temporaire(nom_m), Ouverture::lecture_ecriture);
   if (!l.ouvert() || !m.ouvert() || !l.ecrire(tables->l) || !m.ecrire(tables->m)) return erreur_systeme();
@@ -172,6 +181,8 @@ bool Execution::ferme_iso(std::uint64_t fin_donnees) {
   // the true length, so that no reader takes the last files for lying outside.
   const std::uint64_t secteurs = quotient_haut<std::uint64_t>(fin_donnees, kSecteurIso);
   const auto taille_volume = static_cast<std::uint32_t>(std::max(iso_.taille_volume, secteurs));
+  if (secteurs > iso_.taille_volume)
+    operations().journal(GenreJournal::information, message(kTailleRelevee, {iso_.taille_volume, secteurs}));
   EnteteProjet entete;
   if (!ctx_.projet->lit_entete(entete)) return erreur_systeme();
   SecteurDescripteur primaire = descripteur_primaire(entete, iso_, ctx_.label_iso);
@@ -194,6 +205,7 @@ bool Execution::cloture() {
                    ? "==>Copying the temp files./Copie des fichiers temp."
                    : "==>Copying the temp. HFS files./Copie des fichiers temp. HFS"))
       return false;
+    errno = 0;
     if (!volume_->cloture(sortie_, secteur_zero_, carte_)) return erreur_systeme();
     fin_image = std::max(fin_image, sortie_.fin());
   }
@@ -215,7 +227,7 @@ int Execution::lance(BesoinsVolume &besoins) {
   racine.extent_joliet = iso_.racine_joliet;
   const Niveau pere = racine;
   if (!creation_volume(kRacine, pere, racine) ||
-      (volume_ != nullptr && !volume_->fixe_valence_racine(racine.valence))) {
+      (volume_ != nullptr && !volume_->fixe_valence_racine(racine.valence) && !echec_volume())) {
     if (code_ == kCompilReprise && blocs_manquants_ != 0) {
       besoins.blocs_en_plus += std::max<std::uint64_t>(blocs_manquants_, 1024);
     } else if (code_ == kCompilReprise) {
@@ -225,7 +237,11 @@ int Execution::lance(BesoinsVolume &besoins) {
   }
   racine_iso_taille_ = racine.taille_iso;
   racine_joliet_taille_ = racine.taille_joliet;
-  if (!cloture()) return code_;
+  if (!cloture()) {
+    besoins.iso = {arbre_iso_.chemins_octets, arbre_joliet_.chemins_octets, arbre_iso_.secteurs,
+                   arbre_joliet_.secteurs};
+    return code_;
+  }
   return kCompilReussie;
 }
 

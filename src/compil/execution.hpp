@@ -75,12 +75,12 @@ class Execution {
   bool cloture();
   bool ferme_iso(std::uint64_t fin_donnees);
   bool copie_temporaire(const Fichier &fichier, std::uint32_t secteur, std::uint32_t reserve);
-  bool ecrit_chemins(const ArbreRepertoires &arbre, const char *nom_l, const char *nom_m,
-                     std::uint32_t secteur_l, std::uint32_t secteur_m, std::uint32_t reserve,
-                     std::uint32_t &taille);
+  bool ecrit_chemins(ArbreRepertoires &arbre, const char *nom_l, const char *nom_m, std::uint32_t secteur_l,
+                     std::uint32_t secteur_m, std::uint32_t reserve, std::uint32_t &taille);
   bool trace(const char *utf8);
   bool echoue(int code);  ///< notes why the run ends; always false
   bool erreur_systeme();  ///< notes `errno`; always false
+  bool echec_volume();    ///< tells that the volume's structures could not be made; always false
 
   // parcours.cpp: the walk
   bool creation_volume(std::uint32_t dossier, const Niveau &pere, Niveau &ici);

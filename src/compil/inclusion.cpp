@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "fichiers/binhex.hpp"
 #include "fichiers/macbinaire.hpp"
 #include "fichiers/sfm.hpp"
+#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
@@ -61,6 +63,17 @@ Route route(const RubriqueProjet &r, const ContexteCompilation &contexte, bool i
   return Route::simple;
 }
 
+/// Range of an entry, from the first 256 bytes of a file with that magic; empty when it is not there.
+PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::uint32_t entree) {
+  std::array<std::uint8_t, kLectureAppleScan> tampon{};
+  const std::int64_t lus = fichier.lire_a(tampon, 0);
+  const std::int64_t taille = fichier_taille(fichier);
+  if (lus <= 0 || taille <= 0) return {};
+  const auto debut = std::span<const std::uint8_t>(tampon).first(static_cast<std::size_t>(lus));
+  if (magie_apple(debut) != magie) return {};
+  return plage_entree_apple(debut, entree, static_cast<std::uint64_t>(taille)).value_or(PlageFourche{});
+}
+
 }  // namespace
 
 std::int64_t Execution::copie_vers_image(const Fichier &fichier, std::uint64_t position,
@@ -75,6 +88,7 @@ std::int64_t Execution::copie_vers_image(const Fichier &fichier, std::uint64_t p
     continue_ = suivi_.texte(charger_chaine(kPetitsFichiers));
   }
   if (grand) petits_annonces_ = false;
+  if (etat<OptionsProgramme>().niveau_trace > 1) operations().journal(GenreJournal::compilation, nom);
   std::uint64_t fait = 0;
   while (continue_ && fait < longueur) {
     const std::uint64_t part = std::min(octets_tranche, longueur - fait);
@@ -139,15 +153,17 @@ bool Execution::inclusion_iso(const Source &source, RepertoiresOuverts &ouverts,
 }
 
 bool Execution::ressource_double(const Source &source, Fourche &rsrc) {
-  const Fichier compagnon = plateforme::ouvre(nom_compagnon(source.chemin), Ouverture::lecture);
-  const PlageFourche plage = compagnon.ouvert() ? taille_entree_apple(compagnon) : PlageFourche{};
+  const Fichier compagnon = ouvre_compagnon(source.chemin);
+  const PlageFourche plage =
+      compagnon.ouvert() ? plage_verifiee(compagnon, kMagieAppleDouble, kEntreeRessource) : PlageFourche{};
   return copie_fourche(compagnon, plage.position, source.rubrique.lg_rsrc, source, rsrc);
 }
 
 bool Execution::copie_single(const Source &source, Fourche &data, Fourche &rsrc) {
-  const FourchesApple fourches = entrees_applesingle(source.fichier);
-  return copie_fourche(source.fichier, fourches.data.position, source.rubrique.lg_data, source, data) &&
-         copie_fourche(source.fichier, fourches.rsrc.position, source.rubrique.lg_rsrc, source, rsrc);
+  const PlageFourche plage_data = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeData);
+  const PlageFourche plage_rsrc = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeRessource);
+  return copie_fourche(source.fichier, plage_data.position, source.rubrique.lg_data, source, data) &&
+         copie_fourche(source.fichier, plage_rsrc.position, source.rubrique.lg_rsrc, source, rsrc);
 }
 
 bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc,
@@ -157,9 +173,12 @@ bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &r
   if (r.codage() == Codage::binhex) {
     if (!suivi_.texte(charger_chaine(kDecodageBinhex) + source.chemin)) return echoue(kCompilEchec);
     ControleBinHex controle;
-    decode = decode_binhex(source.fichier, &controle);
-    if (!decode.ouvert()) return erreur_systeme();
-    if (!controle.juste())
+    if (source.fichier.ouvert()) decode = decode_binhex(source.fichier, &controle);
+    if (!decode.ouvert()) {
+      const int erreur = errno;
+      if (erreur == ENOSPC || erreur == EDQUOT || erreur == EFBIG) return erreur_systeme();
+      remarque(kLectureInterrompue, source.chemin, plateforme::texte_erreur(erreur));
+    } else if (!controle.juste())
       operations().journal(GenreJournal::information, message(kBinhexFaux, {source.chemin}));
   }
   const Fichier &macbinaire = r.codage() == Codage::binhex ? decode : source.fichier;

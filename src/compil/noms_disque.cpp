@@ -23,6 +23,11 @@ bool prend_nom_large(const RubriqueProjet &rubrique) {
   return rubrique.nom_hors_page() && !rubrique.nom_iso_saisi();
 }
 
+/// The long name, or the short one where the code page cannot show the long.
+const std::string &nom_long_ou_court(const plateforme::DonneesRecherche &donnees, const std::string &court) {
+  return donnees.nom_long.find('?') == std::string::npos ? donnees.nom_long : court;
+}
+
 std::string gros_bout(std::u16string_view texte) {
   std::string octets;
   octets.reserve(texte.size() * 2);
@@ -87,7 +92,8 @@ std::string nom_joliet_de(const RubriqueProjet &rubrique, const plateforme::Donn
   const std::string court = nom_court_de(donnees);
   const bool large = prend_nom_large(rubrique) && !donnees.nom_large.empty();
   if (rubrique.est_dossier()) {
-    const std::u16string nom = large ? donnees.nom_large : plateforme::texte_vers_large(donnees.nom_long);
+    const std::u16string nom =
+        large ? donnees.nom_large : plateforme::texte_vers_large(nom_long_ou_court(donnees, court));
     return gros_bout(nom_joliet_dossier(nom, court));
   }
   const std::u16string nom =

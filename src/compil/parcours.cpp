@@ -45,8 +45,8 @@ bool Execution::va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const 
 bool Execution::note_catalogue(Catalogue resultat, const RubriqueProjet &r) {
   if (resultat == Catalogue::fait) return true;
   if (resultat == Catalogue::plein) return echoue(kCompilReprise);
-  operations().afficher_erreur(
-      message(kCatalogueImpossible, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
+  const int id = resultat == Catalogue::double_nom ? kNomDejaLa : kCatalogueImpossible;
+  operations().afficher_erreur(message(id, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
   return echoue(kCompilEchec);
 }
 
@@ -116,7 +116,7 @@ bool Execution::descend(const DossierEnAttente &d, const Niveau &ici) {
     return erreur_systeme();
   if (volume_ != nullptr && d.cnid != 0 &&
       !volume_->fixe_valence(ici.cnid, d.rubrique, d.nom_large, fils.valence))
-    return echoue(kCompilEchec);
+    return echec_volume();
   return true;
 }
 

@@ -74,8 +74,9 @@ struct ArbreRepertoires {
   bool joliet = false;
   Fichier fichier;
   std::string chemin;
-  std::uint32_t racine = 0;    ///< sector of the root directory in the image
-  std::uint32_t secteurs = 0;  ///< sectors in the file so far
+  std::uint32_t racine = 0;          ///< sector of the root directory in the image
+  std::uint32_t secteurs = 0;        ///< sectors in the file so far
+  std::uint64_t chemins_octets = 0;  ///< bytes of a path table, once made
 
   /// Sector in the image that the next directory will have.
   [[nodiscard]] std::uint32_t prochain() const { return racine + secteurs; }

@@ -34,7 +34,8 @@ bool SortieImage::vide() {
 bool SortieImage::positionne(std::uint64_t position) {
   const std::uint64_t ici = this->position();
   if (position == ici) return erreur_ == 0;
-  if (position > ici && position - ici <= tampon_.size() - rempli_) {
+  // Behind the end of all that was written there is nothing to spare; before it, nothing may be overwritten.
+  if (position > ici && ici >= fin_ && position - ici <= tampon_.size() - rempli_) {
     std::memset(tampon_.data() + rempli_, 0, static_cast<std::size_t>(position - ici));
     rempli_ += static_cast<std::size_t>(position - ici);
     return erreur_ == 0;

@@ -80,7 +80,8 @@ PlanVolume VolumeHfs::plan(const ContexteCompilation &contexte, std::uint64_t se
 }
 
 bool VolumeHfs::tient(const PlanVolume &plan, std::uint64_t blocs_donnees) const {
-  return plan.bloc_base + blocs_donnees + 1 <= kBlocsHfsMax && plan.carte + 3 <= 0xFFFF;
+  // One block for the end, one where the volume does not begin on a block of the image.
+  return plan.bloc_base + blocs_donnees + 2 <= kBlocsHfsMax && plan.carte + 3 <= 0xFFFF;
 }
 
 void VolumeHfs::ecrit_mdb(const ContexteCompilation &contexte) {

@@ -15,11 +15,13 @@
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 
 namespace {
 
+constexpr int kNumeroDuFond = 6333;  // journal
 constexpr std::uint32_t kNoeud = 4096;
 constexpr std::uint32_t kUnites = 4;      ///< 512-byte blocks of an allocation block
 constexpr std::uint32_t kExtents = 0x40;  ///< extents tree, 512-byte blocks
@@ -56,7 +58,9 @@ void pose_fourche(FourchePlus &cible, const Fourche &source) {
 
 /// The project keeps local time, HFS+ wants UTC.
 std::uint32_t date_utc_mac(std::uint32_t date_projet) {
-  return static_cast<std::uint32_t>(date_projet + plateforme::biais_fuseau());
+  if (date_projet == 0) return 0;  // no date
+  const std::int64_t date = std::int64_t{date_projet} + plateforme::biais_fuseau();
+  return static_cast<std::uint32_t>(std::clamp<std::int64_t>(date, 0, UINT32_MAX));
 }
 
 /// Wide name wanted instead of the project's.
@@ -147,7 +151,9 @@ std::uint32_t VolumeHfsPlus::premier_cnid(const ContexteCompilation &contexte,
                                     ? kPremierCompteur
                                     : std::max<std::uint32_t>(entete.dernier_dossier, kPremierCompteur);
   // Where the background folder takes its fixed number, no other item may have it.
-  return contexte.dossier_fond && demande <= kDossierFond ? kDossierFond + 1 : demande;
+  if (!contexte.dossier_fond || demande > kDossierFond) return demande;
+  operations().journal(GenreJournal::information, charger_chaine(kNumeroDuFond));
+  return kDossierFond + 1;
 }
 
 void VolumeHfsPlus::ecrit_extents() {

@@ -79,6 +79,12 @@ std::string nom_compagnon(std::string_view chemin) {
   return resultat;
 }
 
+Fichier ouvre_compagnon(std::string_view chemin) {
+  Fichier compagnon = plateforme::ouvre_voisin(chemin, "._");
+  return compagnon.ouvert() ? std::move(compagnon)
+                            : plateforme::ouvre(nom_compagnon(chemin), Ouverture::lecture);
+}
+
 bool est_nom_compagnon(std::string_view nom) {
   return nom.starts_with("._");
 }

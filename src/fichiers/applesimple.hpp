@@ -64,6 +64,8 @@ static_assert(sizeof(EntreeApple) == 12);
 [[nodiscard]] bool est_appledouble(std::string_view nom);
 /// The path with "._" ahead of its last component.
 [[nodiscard]] std::string nom_compagnon(std::string_view chemin);
+/// Opens the companion of `chemin`, found beside it by its name on the disk; closed when there is none.
+[[nodiscard]] Fichier ouvre_compagnon(std::string_view chemin);
 /// True for a file name that begins with "._".
 [[nodiscard]] bool est_nom_compagnon(std::string_view nom);
 

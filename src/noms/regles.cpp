@@ -114,10 +114,12 @@ std::string tronque_chemin(std::string_view chemin, std::size_t limite) {
   return std::string(tete).append(points).append("/").append(queue);
 }
 
-void erreur_fichier(std::string_view chemin) {
+void erreur_fichier(std::string_view chemin, int erreur) {
   constexpr int kMessageOuverture = 1385;
   constexpr std::size_t kLimite = 50;
-  operations().afficher_erreur(message(kMessageOuverture, {tronque_chemin(chemin, kLimite)}));
+  std::string texte = message(kMessageOuverture, {tronque_chemin(chemin, kLimite)});
+  if (erreur != 0) texte += "\n(" + plateforme::texte_erreur(erreur) + ")";
+  operations().afficher_erreur(texte);
 }
 
 }  // namespace varnion

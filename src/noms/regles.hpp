@@ -74,7 +74,8 @@ extern const std::u16string_view interdits_windows_large;
 /// A path for a message, at most `limite` bytes: the head, "...", and the last two components.
 [[nodiscard]] std::string tronque_chemin(std::string_view chemin, std::size_t limite);
 
-/// Shows "Error opening file" for a path.
-void erreur_fichier(std::string_view chemin);
+/// Shows "Error opening file" for a path, and behind it the system's words for `erreur` (an errno) when that
+/// is not 0.
+void erreur_fichier(std::string_view chemin, int erreur = 0);
 
 }  // namespace varnion

@@ -96,7 +96,7 @@ EnteteProjet entete_neuve() {
 std::optional<FichierProjet> FichierProjet::ouvre(std::string_view chemin, ModeProjet mode) {
   Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture_ecriture);
   if (!fichier) {
-    erreur_fichier(chemin);
+    erreur_fichier(chemin, errno);
     return std::nullopt;
   }
   const int magie = test_magie(fichier);
@@ -106,7 +106,7 @@ std::optional<FichierProjet> FichierProjet::ouvre(std::string_view chemin, ModeP
   }
   std::optional<FichierProjet> projet = adopte(std::move(fichier), chemin, mode);
   if (!projet) {
-    erreur_fichier(chemin);
+    erreur_fichier(chemin, errno);
     return std::nullopt;
   }
   if ((etat<OptionsProgramme>().vn_options & kVnOptionSansCopie) == 0) projet->copie_de_sauvegarde();
@@ -119,7 +119,7 @@ std::optional<FichierProjet> FichierProjet::cree(std::string_view chemin, ModePr
   const EnteteProjet entete = entete_neuve();
   Fichier fichier = plateforme::ouvre(chemin, Ouverture::creation);
   if (!fichier || !fichier.ecrire_a(octets_de(entete), 0)) {
-    erreur_fichier(chemin);
+    erreur_fichier(chemin, errno);
     return std::nullopt;
   }
   return adopte(std::move(fichier), chemin, mode);

@@ -62,8 +62,8 @@ void lit_info_finder(RubriqueProjet &rubrique, Debut debut) {
 }
 
 bool lit_appledouble(RubriqueProjet &rubrique, const SourceInclusion &source) {
-  if (source.compagnon.empty()) return false;
-  const Fichier compagnon = plateforme::ouvre(source.compagnon, Ouverture::lecture);
+  if (!source.compagnon_possible) return false;
+  const Fichier compagnon = ouvre_compagnon(source.chemin);
   if (!compagnon.ouvert()) return false;
   std::array<std::uint8_t, kLectureAppleScan> tampon{};
   const Debut debut = lit_debut(compagnon, tampon);
@@ -149,9 +149,10 @@ void remplit_binhex(RubriqueProjet &rubrique, const Fichier &fichier, const Sour
   pose_signature(rubrique, tete ? std::string_view(tete->signature) : signature_de_fichier(source.nom));
   rubrique.lg_data = tete ? tete->lg_data : 0U;
   rubrique.lg_rsrc = tete ? tete->lg_rsrc : 0U;
-  // Six bits of text make a byte of the file unless runs are packed. Lengths above that may be the truth or a lie
-  // that would reserve gigabytes: then, and only then, the text itself tells.
-  if (tete && std::uint64_t{tete->lg_data} + tete->lg_rsrc > source.entree.taille) borne_binhex(rubrique, fichier);
+  // Six bits of text make a byte of the file unless runs are packed. Lengths above that may be the truth or a
+  // lie that would reserve gigabytes: then, and only then, the text itself tells.
+  if (tete && std::uint64_t{tete->lg_data} + tete->lg_rsrc > source.entree.taille)
+    borne_binhex(rubrique, fichier);
   dates_rubrique(rubrique, source.entree);
 }
 

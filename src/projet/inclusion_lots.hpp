@@ -25,6 +25,8 @@ class LotsRubriques {
 
   /// Adds a record behind the last one: its rank. A failed write shows in `erreur`.
   std::uint64_t ajoute(const RubriqueProjet &rubrique);
+  /// The next record begins a lot, whatever its folder: another path of the operation.
+  void separe() { separe_ = true; }
   /// Counts of a folder's record that was added before.
   void pose_comptes(std::uint64_t rang, std::uint32_t dossiers, std::uint32_t fichiers);
   /// Sets "Custom Icon" on a folder's record that was added before.
@@ -51,6 +53,7 @@ class LotsRubriques {
   std::uint64_t ecrits_ = 0;
   std::vector<LotRubriques> lots_;
   int erreur_ = 0;
+  bool separe_ = false;
 };
 
 /// Records of a file by rank, read in blocks: cheap when the ranks mostly go up one by one.

@@ -110,6 +110,7 @@ ParcoursInclusion::Niveau ParcoursInclusion::niveau_cible(const std::string &dos
 
 void ParcoursInclusion::ajoute_element(const std::string &dossier_disque, const DonneesRecherche &entree) {
   if (!commence() || arret()) return;
+  lots_.separe();
   Niveau niveau = niveau_cible(dossier_disque);
   ancetres_.assign(1, dossier_disque);
   const auto nom = nom_retenu(entree);
@@ -122,6 +123,7 @@ void ParcoursInclusion::ajoute_element(const std::string &dossier_disque, const 
 
 void ParcoursInclusion::ajoute_contenu(const std::string &dossier_disque) {
   if (!commence()) return;
+  lots_.separe();
   Niveau niveau = niveau_cible(dossier_disque);
   scanne(niveau);
   note_presents();
@@ -174,7 +176,7 @@ void ParcoursInclusion::scanne(Niveau &niveau) {
     if (!nom) {
       signale(message(kMessageNomImpossible, {court(niveau.chemin + entree.nom_long)}));
     } else if (!entree.est_dossier() && est_nom_compagnon(entree.nom_long)) {
-      compagnons.emplace(entree.nom_large, std::move(*nom));
+      compagnons.insert(entree.nom_large);
     } else {
       noms.push_back(std::move(*nom));
       entrees.push_back(&entree);
@@ -270,11 +272,11 @@ void ParcoursInclusion::fichier(Niveau &niveau, const DonneesRecherche &entree, 
   ++niveau.fichiers;
   ++bilan_.fichiers;
 
-  SourceInclusion description{entree, chemin, nom, {}, projet_.hfsplus()};
+  SourceInclusion description{entree, chemin, nom, false, projet_.hfsplus()};
   if (compagnons == nullptr) {
-    description.compagnon = niveau.chemin + "._" + nom;
-  } else if (const auto trouve = compagnons->find(u"._" + entree.nom_large); trouve != compagnons->end()) {
-    description.compagnon = niveau.chemin + trouve->second;
+    description.compagnon_possible = true;
+  } else {
+    description.compagnon_possible = compagnons->contains(u"._" + entree.nom_large);
   }
   description.flux_possible = acces_.flux_possible(source);
   reconnait_fichier(rubrique, source, description);

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -52,7 +52,7 @@ class ParcoursInclusion {
   void releve_compteurs(FichierProjet &projet) const;
 
  private:
-  using Compagnons = std::unordered_map<std::u16string, std::string>;
+  using Compagnons = std::unordered_set<std::u16string>;
 
   /// A folder to scan, and what its items need to know of it.
   struct Niveau {

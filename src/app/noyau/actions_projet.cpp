@@ -78,7 +78,7 @@ std::optional<FichierProjet> consulte_projet(const std::string &chemin) {
   if (!genre) return std::nullopt;
   Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
   if (!fichier) {
-    erreur_fichier(chemin);
+    erreur_fichier(chemin, errno);
     return std::nullopt;
   }
   const int magie = test_magie(fichier);
@@ -87,7 +87,7 @@ std::optional<FichierProjet> consulte_projet(const std::string &chemin) {
     return std::nullopt;
   }
   auto projet = FichierProjet::adopte(std::move(fichier), chemin, *genre);
-  if (!projet) erreur_fichier(chemin);
+  if (!projet) erreur_fichier(chemin, errno);
   return projet;
 }
 

@@ -77,7 +77,7 @@ std::optional<std::string> chemin_argument(std::string_view utf8) {
   if (!utf8.empty()) {
     if (auto chemin = plateforme::chemin_utf8_utilisable(utf8, kSansLimite)) return chemin;
   }
-  erreur_fichier(plateforme::utf8_vers_texte(utf8));
+  erreur_fichier(plateforme::utf8_vers_texte(utf8), utf8.empty() ? 0 : ENOENT);
   return std::nullopt;
 }
 

@@ -54,8 +54,9 @@ int compile(TacheLettre &tache) {
   if (!projet) return kEchec;
   if (projet->mode() == ModeProjet::isop && tache.commande.option != '\0') return sans_effet(tache);
   DemandeCompilation demande;
-  demande.cible = chemin_extension(tache.chemin, kExtensionImage);
   demande.genre = tache.commande.option == 'I' ? GenreDemande::iso : GenreDemande::hybride;
+  const std::string extension = extension_image(*projet, demande.genre);
+  demande.cible = chemin_extension(tache.chemin, extension == "iso" ? kExtensionImage : extension);
   return compile_vers(*projet, demande, tache.contexte.console, tache.contexte.sortie);
 }
 

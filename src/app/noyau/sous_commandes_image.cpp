@@ -63,7 +63,7 @@ bool tous_presents(const std::vector<std::string> &positions) {
   bool presents = true;
   for (const std::string &position : positions) {
     const auto chemin = chemin_argument(position);
-    if (chemin && !plateforme::existe(*chemin)) erreur_fichier(*chemin);
+    if (chemin && !plateforme::existe(*chemin)) erreur_fichier(*chemin, ENOENT);
     presents = chemin && plateforme::existe(*chemin) && presents;
   }
   return presents;
@@ -92,12 +92,12 @@ int commande_compile(ContexteCli &contexte) {
   const Arguments &arguments = contexte.arguments;
   const auto chemin = chemin_argument(arguments.positions[0]);
   if (!chemin || !genre_projet(*chemin)) return kEchec;
-  const bool mac = genre_demande(arguments) == GenreDemande::mac;
-  const auto cible = cible_demandee(arguments, chemin_extension(*chemin, mac ? "dmg" : "iso"));
-  if (!cible) return kEchec;
   auto projet = ouvre_projet(*chemin);
-  return projet ? compile_vers(*projet, demande(arguments, *cible), contexte.console, contexte.sortie)
-                : kEchec;
+  if (!projet) return kEchec;
+  const std::string extension = extension_image(*projet, genre_demande(arguments));
+  const auto cible = cible_demandee(arguments, chemin_extension(*chemin, extension));
+  if (!cible) return kEchec;
+  return compile_vers(*projet, demande(arguments, *cible), contexte.console, contexte.sortie);
 }
 
 int commande_master(ContexteCli &contexte) {
