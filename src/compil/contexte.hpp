@@ -128,6 +128,7 @@ struct PlanVolume {
   std::uint64_t taille = 0;     ///< estimate of the whole volume
   std::uint32_t bloc_base = 0;  ///< allocation block of `bloc_courant` 0
   std::uint32_t tete = 3;       ///< boot blocks and header
+  bool aligne = true;           ///< begins on an allocation block of the image
 
   /// All that lies before the first data block.
   [[nodiscard]] std::uint64_t taille_structures() const {

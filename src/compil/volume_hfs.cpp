@@ -61,6 +61,7 @@ PlanVolume VolumeHfs::plan(const ContexteCompilation &contexte, std::uint64_t se
   const std::uint64_t a = contexte.unites();
   PlanVolume plan;
   plan.debut = debut;
+  plan.aligne = debut % a == 0;
   plan.extents = static_cast<std::uint32_t>(std::max<std::uint64_t>(2 * a, 8));
   const std::uint64_t noeuds = contexte.noeuds;
   std::uint64_t catalogue = arrondi<std::uint64_t>(2 * (noeuds + 2) + noeuds / 2, a);
@@ -80,8 +81,9 @@ PlanVolume VolumeHfs::plan(const ContexteCompilation &contexte, std::uint64_t se
 }
 
 bool VolumeHfs::tient(const PlanVolume &plan, std::uint64_t blocs_donnees) const {
-  // One block for the end, one where the volume does not begin on a block of the image.
-  return plan.bloc_base + blocs_donnees + 2 <= kBlocsHfsMax && plan.carte + 3 <= 0xFFFF;
+  // One block for the end, and one more where the volume does not begin on a block of the image.
+  const std::uint64_t fin = plan.aligne ? 1 : 2;
+  return plan.bloc_base + blocs_donnees + fin <= kBlocsHfsMax && plan.carte + 3 <= 0xFFFF;
 }
 
 void VolumeHfs::ecrit_mdb(const ContexteCompilation &contexte) {
