@@ -22,6 +22,7 @@ enum class EtatDmg {
   donnees_fausses,  ///< a chunk that cannot be read or gives another length than announced
   controle_table,   ///< the CRC-32 of table `ResultatDmg::table` does not agree
   controle_image,   ///< the CRC-32 of the whole image does not agree
+  lecture,          ///< the image cannot be opened (`ResultatDmg::erreur` has the errno)
   ecriture,         ///< a write failed (`ResultatDmg::erreur` has the errno)
   memoire,          ///< no memory or no thread
   arret,            ///< the caller stopped it
@@ -44,12 +45,13 @@ struct ResultatDmg {
   EtatDmg etat = EtatDmg::bon;
   int code = 0;  ///< 0, -1, a zlib error, or the unknown chunk type
   std::uint32_t type = 0;
-  std::uint32_t table = 0;     ///< block table (from 1) where it ended
-  std::uint32_t tables = 0;    ///< block tables of the list
-  std::uint64_t octets = 0;    ///< size of the target
-  int erreur = 0;              ///< errno of a failed write
-  bool copie_publiee = false;  ///< the published copy of ADC was needed and taken
-  bool controle_fait = false;  ///< at least one checksum was there and agreed
+  std::uint32_t table = 0;        ///< block table (from 1) where it ended
+  std::uint32_t tables = 0;       ///< block tables of the list
+  std::uint64_t octets = 0;       ///< size of the target
+  int erreur = 0;                 ///< errno of a failed write
+  bool copie_publiee = false;     ///< the published copy of ADC was needed and taken
+  bool controle_fait = false;     ///< the whole image was compared with its checksums
+  bool copies_douteuses = false;  ///< overlapping ADC copies were filled with one byte, unchecked
   [[nodiscard]] bool reussi() const { return etat == EtatDmg::bon; }
 };
 
@@ -69,8 +71,8 @@ struct ApercuDmg {
                                             const OptionsDmg &options = {});
 
 /// From path to path: 1 when done; -2 when a file cannot be opened or `source` is a plain image, -1 for a
-/// sparse image; else the code of the result. The target is removed on every failure. `resultat`, when given,
-/// has the details.
+/// sparse image; else the code of the result. The target is made under another name beside it and takes its
+/// own once it is whole; on failure nothing of it stays. `resultat`, when given, has the details.
 [[nodiscard]] int decompresse_fichier(std::string_view source, std::string_view cible,
                                       const OptionsDmg &options = {}, ResultatDmg *resultat = nullptr);
 

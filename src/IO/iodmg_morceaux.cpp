@@ -1,0 +1,215 @@
+#include "IO/iodmg_morceaux.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include <bzlib.h>
+#include <zlib.h>
+
+namespace varnion {
+
+namespace {
+
+constexpr std::uint64_t kPieceBrute = 1U << 20;
+
+void echoue(PieceDmg &piece, EtatDmg etat, int code = -1) {
+  piece.etat = etat;
+  piece.code = code;
+}
+
+bool lit(const Fichier &source, std::uint64_t position, std::span<std::uint8_t> octets) {
+  return source.lire_a(octets, position) == static_cast<std::int64_t>(octets.size());
+}
+
+std::uint32_t crc(std::span<const std::uint8_t> octets) {
+  return static_cast<std::uint32_t>(::crc32_z(0, octets.data(), octets.size()));
+}
+
+// A zlib result; Z_OK for a stream that ends with the last byte of the output.
+int decode_zlib(std::span<std::uint8_t> entree, std::span<std::uint8_t> sortie) {
+  z_stream flux{};
+  int resultat = ::inflateInit(&flux);
+  if (resultat != Z_OK) return resultat;
+  flux.next_in = entree.data();
+  flux.avail_in = static_cast<uInt>(entree.size());
+  flux.next_out = sortie.data();
+  flux.avail_out = static_cast<uInt>(sortie.size());
+  resultat = ::inflate(&flux, Z_FINISH);
+  const bool entier = resultat == Z_STREAM_END && flux.avail_out == 0;
+  ::inflateEnd(&flux);
+  if (entier) return Z_OK;
+  return resultat == Z_MEM_ERROR ? Z_MEM_ERROR : Z_DATA_ERROR;
+}
+
+bool decode_bzip2(std::span<std::uint8_t> entree, std::span<std::uint8_t> sortie) {
+  auto longueur = static_cast<unsigned>(sortie.size());
+  const int resultat = ::BZ2_bzBuffToBuffDecompress(reinterpret_cast<char *>(sortie.data()), &longueur,
+                                                    reinterpret_cast<char *>(entree.data()),
+                                                    static_cast<unsigned>(entree.size()), 0, 0);
+  return resultat == BZ_OK && longueur == sortie.size();
+}
+
+bool adc_entier(const ResultatAdc &resultat, std::span<const std::uint8_t> sortie) {
+  return resultat.juste && resultat.longueur == sortie.size();
+}
+
+// The output of the kept copy stays in `sortie`; the published one is only weighed.
+void decode_adc_gardee(std::span<std::uint8_t> entree, bool controle, PieceDmg &piece) {
+  const auto sortie = piece.sortie.debut(piece.longueur);
+  const ResultatAdc gardee = decode_adc(entree, sortie, CopieAdc::un_octet);
+  if (!adc_entier(gardee, sortie)) return echoue(piece, EtatDmg::donnees_fausses);
+  if (controle) piece.crc = piece.crc_publie = crc(sortie);
+  if (!controle || !gardee.chevauche) return;
+  TamponDmg autre;
+  if (!autre.assure(piece.longueur)) return echoue(piece, EtatDmg::memoire);
+  const auto publiee = autre.debut(piece.longueur);
+  static_cast<void>(decode_adc(entree, publiee, CopieAdc::publiee));
+  piece.ecart = std::memcmp(sortie.data(), publiee.data(), sortie.size()) != 0;
+  if (piece.ecart) piece.crc_publie = crc(publiee);
+}
+
+// Reads the compressed bytes of a chunk and makes room for the others.
+bool prepare(const Fichier &source, const MorceauDmg &morceau, TamponDmg &entree, PieceDmg &piece) {
+  const auto comprime = static_cast<std::size_t>(morceau.comprime);
+  if (!entree.assure(comprime + 1) || !piece.sortie.assure(piece.longueur + 1)) {
+    echoue(piece, EtatDmg::memoire);
+    return false;
+  }
+  if (!lit(source, morceau.source, entree.debut(comprime))) {
+    echoue(piece, EtatDmg::donnees_fausses);
+    return false;
+  }
+  return true;
+}
+
+void lit_brut(const Fichier &source, const MorceauDmg &morceau, PieceDmg &piece) {
+  if (!piece.sortie.assure(piece.longueur)) return echoue(piece, EtatDmg::memoire);
+  if (!lit(source, morceau.source + piece.decalage, piece.sortie.debut(piece.longueur)))
+    echoue(piece, EtatDmg::donnees_fausses);
+}
+
+}  // namespace
+
+std::uint32_t crc_zeros(std::uint64_t longueur) {
+  // Two CRCs joined are that of both texts: powers of two of zeros make any number of them.
+  constexpr std::uint8_t kZero = 0;
+  uLong resultat = 0;
+  uLong puissance = ::crc32(0, &kZero, 1);
+  for (std::uint64_t bit = 1; bit != 0 && bit <= longueur; bit <<= 1) {
+    const auto nombre = static_cast<z_off_t>(bit);
+    if ((longueur & bit) != 0) resultat = ::crc32_combine(resultat, puissance, nombre);
+    puissance = ::crc32_combine(puissance, puissance, nombre);
+  }
+  return static_cast<std::uint32_t>(resultat);
+}
+
+void decode_piece(const Fichier &source, const MorceauDmg &morceau, bool controle, TamponDmg &entree,
+                  PieceDmg &piece) {
+  if (morceau.nul()) {
+    if (controle) piece.crc = piece.crc_publie = crc_zeros(morceau.longueur);
+    return;
+  }
+  if (morceau.type == kDmgBrut) {
+    lit_brut(source, morceau, piece);
+  } else {
+    if (!prepare(source, morceau, entree, piece)) return;
+    const auto octets = entree.debut(static_cast<std::size_t>(morceau.comprime));
+    const auto sortie = piece.sortie.debut(piece.longueur);
+    if (morceau.type == kDmgAdc) return decode_adc_gardee(octets, controle, piece);
+    if (morceau.type == kDmgZlib) {
+      const int resultat = decode_zlib(octets, sortie);
+      if (resultat != Z_OK)
+        return echoue(piece, resultat == Z_MEM_ERROR ? EtatDmg::memoire : EtatDmg::donnees_fausses, resultat);
+    } else if (!decode_bzip2(octets, sortie)) {
+      return echoue(piece, EtatDmg::donnees_fausses);
+    }
+  }
+  if (controle && piece.etat == EtatDmg::bon)
+    piece.crc = piece.crc_publie = crc(piece.sortie.debut(piece.longueur));
+}
+
+void decode_publiee(const Fichier &source, const MorceauDmg &morceau, TamponDmg &entree, PieceDmg &piece) {
+  if (!prepare(source, morceau, entree, piece)) return;
+  const auto sortie = piece.sortie.debut(piece.longueur);
+  const auto octets = entree.debut(static_cast<std::size_t>(morceau.comprime));
+  if (!adc_entier(decode_adc(octets, sortie, CopieAdc::publiee), sortie))
+    echoue(piece, EtatDmg::donnees_fausses);
+}
+
+AtelierDmg::AtelierDmg(const Fichier &source, const std::vector<MorceauDmg> &morceaux, bool controle,
+                       unsigned fils)
+    : source_(source), morceaux_(morceaux), controle_(controle) {
+  if (fils == 0) fils = std::max(1U, std::thread::hardware_concurrency());
+  fils = std::min(fils, 64U);
+  places_ = std::vector<PieceDmg>(std::size_t{fils} * 2 + 1);
+  fils_.reserve(fils);
+  try {
+    for (unsigned i = 0; i < fils; ++i) fils_.emplace_back([this] { travaille(); });
+  } catch (const std::system_error &) {
+    // With fewer threads it takes longer; with none, `pret` says so.
+  }
+}
+
+AtelierDmg::~AtelierDmg() {
+  {
+    const std::lock_guard garde(verrou_);
+    arret_ = true;
+  }
+  a_faire_.notify_all();
+  for (std::thread &fil : fils_) fil.join();
+}
+
+PieceDmg *AtelierDmg::reclame(std::unique_lock<std::mutex> &verrou) {
+  a_faire_.wait(verrou, [this] {
+    return arret_ || morceau_ == morceaux_.size() || reclamees_ - rendues_ < places_.size();
+  });
+  if (arret_ || morceau_ == morceaux_.size()) return nullptr;
+  const MorceauDmg &morceau = morceaux_[morceau_];
+  PieceDmg &piece = places_[static_cast<std::size_t>(reclamees_++ % places_.size())];
+  piece.morceau = morceau_;
+  piece.decalage = decalage_;
+  piece.etat = EtatDmg::bon;
+  piece.code = 0;
+  piece.ecart = piece.prete = false;
+  std::uint64_t pas = morceau.longueur;
+  if (morceau.type == kDmgBrut) pas = std::min(pas - decalage_, kPieceBrute);
+  piece.longueur = morceau.nul() ? 0 : static_cast<std::size_t>(pas);
+  decalage_ += pas;
+  if (decalage_ == morceau.longueur) {
+    ++morceau_;
+    decalage_ = 0;
+  }
+  return &piece;
+}
+
+void AtelierDmg::travaille() {
+  TamponDmg entree;
+  std::unique_lock verrou(verrou_);
+  while (PieceDmg *piece = reclame(verrou)) {
+    const MorceauDmg &morceau = morceaux_[piece->morceau];
+    verrou.unlock();
+    decode_piece(source_, morceau, controle_, entree, *piece);
+    verrou.lock();
+    piece->prete = true;
+    faite_.notify_one();
+  }
+  a_faire_.notify_all();
+}
+
+PieceDmg *AtelierDmg::prend() {
+  std::unique_lock verrou(verrou_);
+  PieceDmg &piece = places_[static_cast<std::size_t>(rendues_ % places_.size())];
+  // The piece is not claimed yet, or not ready yet; behind the last one nothing is claimed any more.
+  faite_.wait(verrou, [&] { return rendues_ < reclamees_ ? piece.prete : morceau_ == morceaux_.size(); });
+  return rendues_ < reclamees_ ? &piece : nullptr;
+}
+
+void AtelierDmg::rend() {
+  {
+    const std::lock_guard garde(verrou_);
+    ++rendues_;
+  }
+  a_faire_.notify_all();
+}
+
+}  // namespace varnion
