@@ -12,6 +12,8 @@ target_compile_options(vn_options INTERFACE ${VN_AVERTISSEMENTS})
 target_include_directories(vn_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_definitions(vn_options INTERFACE _FILE_OFFSET_BITS=64 VARNION_VERSION="${PROJECT_VERSION}")
 if(VARNION_ASAN)
+  # What the sanitizers put in makes g++ see uses of values that it can no longer follow.
+  target_compile_options(vn_options INTERFACE -Wno-maybe-uninitialized)
   target_compile_options(vn_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                                               -fno-omit-frame-pointer)
   target_link_options(vn_options INTERFACE -fsanitize=address,undefined)

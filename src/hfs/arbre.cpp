@@ -153,7 +153,11 @@ TraitsHfsPlus::Nom TraitsHfsPlus::nom_du_fil(std::span<const std::uint8_t> donne
 }
 
 int TraitsHfsPlus::compare(Nom a, Nom b) {
-  if (volume_courant().catalogue.fiche().keyCompareType != kCompareBinaire) return compare_hfsplus(a, b);
+  // Binary order is for HFSX volumes alone (TN1150, "HFSX"); on "H+" the field is reserved.
+  const VolumeCourant &volume = volume_courant();
+  const bool binaire = volume.vhb != nullptr && volume.vhb->signature == kSignatureHfsX &&
+                       volume.catalogue.fiche().keyCompareType == kCompareBinaire;
+  if (!binaire) return compare_hfsplus(a, b);
   const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
   if (x != a.end() && y != b.end()) return std::uint16_t{*x} < std::uint16_t{*y} ? -1 : 1;
   return x != a.end() ? 1 : y != b.end() ? -1 : 0;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <optional>
 
 #include "hfs/cache.hpp"
@@ -10,6 +11,7 @@
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/requete.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 namespace {
@@ -147,7 +149,13 @@ void recopie_carte_noeuds() {
   ecriture_entete_arbre();
   std::vector<std::uint8_t> octets(catalogue().taille_noeud);
   for (const std::uint32_t noeud : carte.chaine) {
-    if (!lit_noeud_carte(noeud, octets)) return;
+    if (!lit_noeud_carte(noeud, octets)) {
+      operations().journal(GenreJournal::erreur,
+                           formate("catalog: map node %d cannot be read back", {noeud}));
+      if (support().echec_ecriture == 0)
+        support().echec_ecriture = EIO;  // the flush is not what it should be
+      return;
+    }
     copie(carte_du_noeud(octets));
     ecriture_noeud(noeud, octets);
   }

@@ -40,7 +40,7 @@ void ecriture_noeud(std::uint32_t noeud, std::span<const std::uint8_t> octets) {
 bool ecriture_noeud_extents(std::uint32_t noeud, std::span<const std::uint8_t> octets) {
   const DescripteurArbre &arbre = volume_courant().extents;
   if (volume_courant().est_hfsplus) {
-    operations().journal(GenreJournal::erreur, "extents tree: writing is not available on HFS+\r\n");
+    operations().journal(GenreJournal::erreur, "extents tree: writing is not available on HFS+");
     return false;
   }
   if (arbre.taille_noeud == 0 || octets.size() != arbre.taille_noeud) return false;
@@ -52,7 +52,7 @@ bool ecriture_noeud_extents(std::uint32_t noeud, std::span<const std::uint8_t> o
 
 void ecriture_entete_arbre() {
   VolumeCourant &volume = volume_courant();
-  if (volume.catalogue.taille_noeud == 0) return;
+  if (volume.catalogue.taille_noeud == 0 || !volume.a_entete()) return;
   const std::uint32_t maintenant = date_mac();
   if (volume.est_hfsplus) {
     volume.vhb->modifyDate = maintenant;

@@ -167,11 +167,11 @@ std::uint64_t position_noeud(const DescripteurArbre &arbre, std::uint32_t noeud)
   const VolumeCourant &volume = volume_courant();
   const bool catalogue = arbre.genre == 0;
   const std::uint32_t fichier = catalogue ? kIdFichierCatalogue : kIdFichierExtents;
+  if (!volume.a_entete()) return kSansPosition;
   if (volume.est_hfsplus) {
     const FourchePlus &fourche = catalogue ? volume.vhb->catalogFile : volume.vhb->extentsFile;
     return position_noeud_hfsplus(arbre, fourche, noeud, fichier);
   }
-  if (volume.mdb == nullptr) return kSansPosition;
   const ExtentsHfs &extents = catalogue ? volume.mdb->drCTExtRec : volume.mdb->drXTExtRec;
   return position_noeud_hfs(arbre, extents, noeud, fichier);
 }

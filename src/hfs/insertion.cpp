@@ -357,7 +357,7 @@ class Insertion {
 };
 
 bool journalise_refus(bool fait) {
-  if (!fait) operations().journal(GenreJournal::erreur, "catalog: record not inserted\r\n");
+  if (!fait) operations().journal(GenreJournal::erreur, "catalog: record not inserted");
   return fait;
 }
 

@@ -107,14 +107,14 @@ void ouvre_arbre(const VolumeCourant &volume, DescripteurArbre &arbre) {
   arbre.index = 0;
   arbre.taille_noeud = 0;
   std::fill_n(arbre.entete, kTailleNoeudMax, std::uint8_t{0});
-  if (volume.mdb == nullptr && volume.vhb == nullptr) return;
+  if (!volume.a_entete()) return;
   const std::uint64_t secteur = secteur_de_bloc(premier_bloc(volume, arbre));
   lit_secteurs(arbre.entete, secteur, 1);
   std::uint32_t taille = kTailleSecteur;
   if (volume.est_hfsplus) taille = arbre.fiche().nodeSize;
   if (taille == 0 || taille > kTailleNoeudMax || taille % kTailleSecteur != 0) {
     operations().journal(GenreJournal::erreur,
-                         formate("B-tree %d: node size %d not usable\r\n", {arbre.genre, taille}));
+                         formate("B-tree %d: node size %d not usable", {arbre.genre, taille}));
     return;
   }
   if (taille > kTailleSecteur) lit_secteurs(arbre.entete, secteur, taille / kTailleSecteur);
@@ -215,7 +215,7 @@ void ecriture_mdb_secours() {
 bool ecriture_structures() {
   VolumeCourant &volume = volume_courant();
   if (carte_noeuds().chargee) recopie_carte_noeuds();
-  if (volume.est_hfsplus) {
+  if (volume.est_hfsplus && volume.a_entete()) {
     operations().afficher_etat_seul(charger_chaine(kMessageEcriture));
     volume.vhb->writeCount = volume.vhb->writeCount + 1;
     ecrit_entetes_hfsplus(volume);

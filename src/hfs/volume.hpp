@@ -40,6 +40,10 @@ struct VolumeCourant {
   /// The engine block, zeroed at the start and never moved.
   std::unique_ptr<std::uint8_t[]> bloc;
 
+  /// True when the header that `est_hfsplus` asks for is there. The flag is set by others too: by the
+  /// settings before the first mount, by a project of the other format.
+  [[nodiscard]] bool a_entete() const { return est_hfsplus ? vhb != nullptr : mdb != nullptr; }
+
   VolumeCourant(const VolumeCourant &) = delete;
   VolumeCourant &operator=(const VolumeCourant &) = delete;
 };

@@ -111,7 +111,9 @@ std::optional<FichierProjet> FichierProjet::ouvre(std::string_view chemin, ModeP
   }
   if ((etat<OptionsProgramme>().vn_options & kVnOptionSansCopie) == 0) projet->copie_de_sauvegarde();
   operations().afficher_etat_seul(message(1471, {tronque_chemin(chemin, kCheminMessage)}));
-  if (!estimation_secteurs(*projet)) return std::nullopt;
+  const bool compte = estimation_secteurs(*projet);
+  operations().afficher_etat({}, {});
+  if (!compte) return std::nullopt;
   return projet;
 }
 

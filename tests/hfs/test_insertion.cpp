@@ -280,6 +280,7 @@ using InsertionPlus = Insertion<FormatPlus<4096>>;
 
 TEST_F(InsertionPlus, OrdersByUnitsWhereTheHeaderAsksForIt) {
   construit(100);
+  volume_courant().vhb->signature = kSignatureHfsX;
   entete().keyCompareType = 0xBC;
   std::uint32_t id = 100;
   for (const char *nom : {"b", "A", "a", "B"})
