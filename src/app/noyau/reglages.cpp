@@ -55,9 +55,11 @@ template <auto Champ>
 std::string lit_texte(const Reglages &r) {
   return r.*Champ;
 }
+// Reference sizes in megabytes, as the preferences take them.
 template <auto Champ>
-void pose_nombre(Reglages &r, const std::string &texte) {
-  r.*Champ = nombre<int>(texte);
+void pose_taille(Reglages &r, const std::string &texte) {
+  constexpr int kTailleMax = 17000;
+  r.*Champ = std::clamp(nombre<int>(texte), 0, kTailleMax);
 }
 template <auto Champ>
 std::string lit_nombre(const Reglages &r) {
@@ -130,8 +132,8 @@ constexpr FicheReglage kFiches[] = {
     {"Options", kSortie, pose_mot<&O::options>, lit_mot<&O::options>},
     {"VN-Options", kSortie, pose_mot<&O::vn_options>, lit_mot<&O::vn_options>},
     {"Journal", kChangement, pose_texte<&R::journal>, lit_texte<&R::journal>},
-    {"szProj", kSortie, pose_nombre<&R::taille_projet>, lit_nombre<&R::taille_projet>},
-    {"szIsop", kSortie, pose_nombre<&R::taille_isop>, lit_nombre<&R::taille_isop>},
+    {"szProj", kSortie, pose_taille<&R::taille_projet>, lit_nombre<&R::taille_projet>},
+    {"szIsop", kSortie, pose_taille<&R::taille_isop>, lit_nombre<&R::taille_isop>},
     {"Rect", kSortie, pose_rect, lit_rect},
     {"Col", kSortie, pose_colonnes, lit_colonnes},
     {"Reper", kChangement, pose_texte<&R::reper>, lit_texte<&R::reper>},
