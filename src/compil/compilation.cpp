@@ -26,11 +26,10 @@ constexpr int kSansTitre = 1287;
 constexpr int kCalculEnCours = 1344;
 constexpr int kPatience = 1059;
 constexpr int kArrete = 1395;
-constexpr int kEcritureImage = 6322;    // image, system error
-constexpr int kCibleEstProjet = 6323;   // path
-constexpr int kPassageHfsplus = 6324;   // classic HFS cannot hold the project
-constexpr int kRepriseJournal = 6325;   // journal
-constexpr int kNaturePasEncore = 6326;  // this kind of image
+constexpr int kEcritureImage = 6322;   // image, system error
+constexpr int kCibleEstProjet = 6323;  // path
+constexpr int kPassageHfsplus = 6324;  // classic HFS cannot hold the project
+constexpr int kRepriseJournal = 6325;  // journal
 constexpr int kRepriseVaine = 6327;
 constexpr int kSansReconstruction = 6328;
 constexpr int kVueDemandeeVide = 6331;
@@ -266,22 +265,14 @@ bool Compilation::termine(int resultat) {
 BilanCompilation Compilation::lance() {
   BilanCompilation bilan;
   operations().afficher_etat(charger_chaine(kCalculEnCours), charger_chaine(kPatience));
-  bool pret = choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && compte();
+  const bool pret = choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && compte();
   operations().afficher_etat({}, {});
-  if (pret && ctx_.nature == Nature::iso_apple) {
-    operations().afficher_erreur(charger_chaine(kNaturePasEncore));
-    pret = false;
-  }
   bilan.nature = ctx_.nature;
   if (!pret || !annonce() || !ouvre_cible()) return bilan;
   int resultat = execute();
   if (resultat == kCompilHfsplusRequis) {
     // The flag is stored in the project, which then compiles in that form.
-    if (passe_en_hfsplus() && choisit_taille_bloc() && nomme()) {
-      resultat = VolumeMac::cree(ctx_.nature) != nullptr ? execute() : kCompilEchec;
-      if (VolumeMac::cree(ctx_.nature) == nullptr)
-        operations().afficher_erreur(charger_chaine(kNaturePasEncore));
-    }
+    if (passe_en_hfsplus() && choisit_taille_bloc() && nomme()) resultat = execute();
   }
   const bool fait = termine(resultat);
   if (!fait) operations().afficher_erreur(charger_chaine(kArrete));
@@ -298,10 +289,11 @@ BilanCompilation Compilation::lance() {
 
 std::string extension_image(FichierProjet &projet, GenreDemande genre) {
   EnteteProjet entete;
+  const bool isop = projet.mode() == ModeProjet::isop;
   const bool mac =
-      genre == GenreDemande::mac || (genre == GenreDemande::hybride && projet.mode() == ModeProjet::hybride &&
-                                     estimation_secteurs(projet) && projet.lit_entete(entete) &&
-                                     entete.compte_iso == 0U && entete.compte_hfs != 0U);
+      !isop && (genre == GenreDemande::mac ||
+                (genre == GenreDemande::hybride && estimation_secteurs(projet) && projet.lit_entete(entete) &&
+                 entete.compte_iso == 0U && entete.compte_hfs != 0U));
   return charger_chaine(mac ? kExtensionMac : kExtensionIso);
 }
 

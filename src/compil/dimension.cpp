@@ -79,6 +79,7 @@ class Mesure {
   [[nodiscard]] std::vector<RubriqueProjet> mesure_dossier(const Attente &ici);
   bool empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_dossiers);
   void mesure_iso(const RubriqueProjet &r);
+  void mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact);
   void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
   void mesure_longueurs(const RubriqueProjet &r);
   void note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
@@ -146,10 +147,20 @@ void Mesure::mesure_iso(const RubriqueProjet &r) {
   if (!r.dans_iso()) return;
   compte_fiche(octets_iso_, ctx_.secteurs_iso, kFicheIsoEstimee);
   compte_fiche(octets_joliet_, ctx_.secteurs_joliet, 2 * (nom + 2) + 33);
-  const std::size_t lg_iso = longueur_fiche(exact.iso, false);
-  const std::size_t lg_joliet = longueur_fiche(exact.joliet, true);
-  exact_iso_ = place_fiche(exact_iso_, lg_iso) + lg_iso;
-  exact_joliet_ = place_fiche(exact_joliet_, lg_joliet) + lg_joliet;
+  mesure_fiches(r, exact);
+}
+
+void Mesure::mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact) {
+  const auto place = [this](const LongueursNoms &noms, std::size_t suite) {
+    const std::size_t lg_iso = longueur_fiche(noms.iso, false) + suite;
+    const std::size_t lg_joliet = longueur_fiche(noms.joliet, true) + suite;
+    exact_iso_ = place_fiche(exact_iso_, lg_iso) + lg_iso;
+    exact_joliet_ = place_fiche(exact_joliet_, lg_joliet) + lg_joliet;
+  };
+  if (ctx_.nature != Nature::iso_apple || r.est_dossier()) return place(exact, 0);
+  const LongueursApple apple = longueurs_noms_apple(r);
+  if (apple.ressource_iso != 0) place({apple.ressource_iso, apple.data.joliet}, kSuiteApple);
+  if (apple.data.iso != 0) place(apple.data, kSuiteApple);
 }
 
 std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
@@ -219,6 +230,12 @@ bool dimensionne(ContexteCompilation &contexte, const IndexEnfants &index, const
   contexte.taille_chemins_iso = contexte.taille_chemins_joliet = 0;
   contexte.secteurs_iso = contexte.secteurs_joliet = 0;
   if (!Mesure(contexte, index, volume, dimensions).parcourt()) return false;
+  if (contexte.nature == Nature::iso_apple) {
+    // Nothing is estimated for an ISO+ project: its reserves are the smallest areas, until the exact needs
+    // show them too small.
+    contexte.taille_chemins_iso = contexte.taille_chemins_joliet = 0;
+    contexte.secteurs_iso = contexte.secteurs_joliet = 0;
+  }
   if (contexte.taille_chemins_iso == 0) contexte.taille_chemins_iso = 1;
   if (contexte.taille_chemins_joliet == 0) contexte.taille_chemins_joliet = 1;
   return true;

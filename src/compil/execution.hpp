@@ -13,6 +13,7 @@
 #include "compil/repertoires.hpp"
 #include "compil/sortie.hpp"
 #include "compil/volume_mac.hpp"
+#include "fichiers/plage.hpp"
 #include "IO/acces.hpp"
 #include "IO/plateforme.hpp"
 
@@ -25,6 +26,10 @@ inline constexpr const char *kTempIso = "faiso.tmp";
 inline constexpr const char *kTempJolietL = "ftjol1.tmp";
 inline constexpr const char *kTempJolietM = "ftjol2.tmp";
 inline constexpr const char *kTempJoliet = "fajol.tmp";
+
+/// Range of an entry of an Apple container, from the first 256 bytes of a file with that magic; empty when it
+/// is not there.
+[[nodiscard]] PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::uint32_t entree);
 
 /// One attempt at writing the image: plan, first structures, the walk that places all data, the end.
 class Execution {
@@ -51,6 +56,7 @@ class Execution {
   struct RepertoiresOuverts {
     std::unique_ptr<Repertoire> iso, joliet;
     NomsIso noms;
+    NomsJolietApple noms_joliet;  ///< used in an ISO+ project alone
   };
   /// A folder whose content comes after its siblings.
   struct DossierEnAttente {
@@ -66,6 +72,11 @@ class Execution {
     std::string chemin;
     Fichier fichier;
     std::uint64_t taille = 0;
+  };
+  /// Where the bytes of a fork come from; a closed file leaves zeros.
+  struct OrigineFourche {
+    const Fichier &fichier;
+    std::uint64_t position = 0, longueur = 0;
   };
 
   // execution.cpp: the phases
@@ -104,10 +115,21 @@ class Execution {
                      const Source &source, Fourche &fourche);
   bool reserve_blocs(std::uint64_t longueur);
   bool ressource_double(const Source &source, Fourche &rsrc);
+  /// Decodes a BinHex source into `decode`; false when the run ends.
+  bool decode_source(const Source &source, Fichier &decode);
   bool copie_single(const Source &source, Fourche &data, Fourche &rsrc);
   bool copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc, std::uint16_t &drapeaux);
   std::int64_t copie_vers_image(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
                                 const std::string &nom);
+
+  // inclusion_apple.cpp: the files of an ISO+ project
+  bool inclusion_apple(const Source &source, RepertoiresOuverts &ouverts);
+  bool iso_plain(const Source &source, RepertoiresOuverts &ouverts);
+  bool iso_double(const Source &source, RepertoiresOuverts &ouverts);
+  bool iso_single(const Source &source, RepertoiresOuverts &ouverts);
+  bool iso_macbinary(const Source &source, RepertoiresOuverts &ouverts);
+  bool place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
+                   const DateRepertoire &date, RepertoiresOuverts &ouverts);
 
   ContexteCompilation &ctx_;
   SuiviCompilation &suivi_;

@@ -63,7 +63,8 @@ Route route(const RubriqueProjet &r, const ContexteCompilation &contexte, bool i
   return Route::simple;
 }
 
-/// Range of an entry, from the first 256 bytes of a file with that magic; empty when it is not there.
+}  // namespace
+
 PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::uint32_t entree) {
   std::array<std::uint8_t, kLectureAppleScan> tampon{};
   const std::int64_t lus = fichier.lire_a(tampon, 0);
@@ -73,8 +74,6 @@ PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::ui
   if (magie_apple(debut) != magie) return {};
   return plage_entree_apple(debut, entree, static_cast<std::uint64_t>(taille)).value_or(PlageFourche{});
 }
-
-}  // namespace
 
 std::int64_t Execution::copie_vers_image(const Fichier &fichier, std::uint64_t position,
                                          std::uint64_t longueur, const std::string &nom) {
@@ -166,22 +165,28 @@ bool Execution::copie_single(const Source &source, Fourche &data, Fourche &rsrc)
          copie_fourche(source.fichier, plage_rsrc.position, source.rubrique.lg_rsrc, source, rsrc);
 }
 
+bool Execution::decode_source(const Source &source, Fichier &decode) {
+  if (!suivi_.texte(charger_chaine(kDecodageBinhex) + source.chemin)) return echoue(kCompilEchec);
+  ControleBinHex controle;
+  if (source.fichier.ouvert()) decode = decode_binhex(source.fichier, &controle);
+  if (decode.ouvert()) {
+    if (!controle.juste())
+      operations().journal(GenreJournal::information, message(kBinhexFaux, {source.chemin}));
+    return true;
+  }
+  const int erreur = errno;
+  if (erreur == ENOSPC || erreur == EDQUOT || erreur == EFBIG) return erreur_systeme();
+  remarque(kLectureInterrompue, source.chemin, plateforme::texte_erreur(erreur));
+  return true;
+}
+
 bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc,
                                  std::uint16_t &drapeaux) {
   const RubriqueProjet &r = source.rubrique;
   Fichier decode;
-  if (r.codage() == Codage::binhex) {
-    if (!suivi_.texte(charger_chaine(kDecodageBinhex) + source.chemin)) return echoue(kCompilEchec);
-    ControleBinHex controle;
-    if (source.fichier.ouvert()) decode = decode_binhex(source.fichier, &controle);
-    if (!decode.ouvert()) {
-      const int erreur = errno;
-      if (erreur == ENOSPC || erreur == EDQUOT || erreur == EFBIG) return erreur_systeme();
-      remarque(kLectureInterrompue, source.chemin, plateforme::texte_erreur(erreur));
-    } else if (!controle.juste())
-      operations().journal(GenreJournal::information, message(kBinhexFaux, {source.chemin}));
-  }
-  const Fichier &macbinaire = r.codage() == Codage::binhex ? decode : source.fichier;
+  const bool binhex = r.codage() == Codage::binhex;
+  if (binhex && !decode_source(source, decode)) return false;
+  const Fichier &macbinaire = binhex ? decode : source.fichier;
   const auto tete = lit_tete_macbinaire(macbinaire);
   if (tete) drapeaux |= drapeaux_macbinaire(*tete);
   return copie_fourche(macbinaire, sizeof(TeteMacBinaire), r.lg_data, source, data) &&
@@ -260,6 +265,7 @@ bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, Repertoi
     source.taille = donnees.taille;
     if (source.taille != r.lg_source) remarque(kSourceChangee, chemin);
   }
+  if (ctx_.nature == Nature::iso_apple) return inclusion_apple(source, ouverts);
   Fourche copie;
   if (iso && !inclusion_iso(source, ouverts, copie)) return false;
   return !mac || inclusion_mac(source, iso, copie, ici);

@@ -10,8 +10,11 @@ namespace varnion {
 
 namespace {
 
-constexpr int kNomIsoChange = 6307;  // journal: old name, new name
+constexpr int kNomIsoChange = 6307;     // journal: old name, new name
+constexpr int kNomJolietChange = 6309;  // journal: old name, new name
 constexpr std::size_t kJolietMax = 64;
+constexpr std::size_t kVersion = 2;  ///< ";1"
+constexpr std::size_t kNomAppleMax = 12;
 
 std::string court_du_projet(const RubriqueProjet &rubrique) {
   const std::string court = lit_champ(rubrique.nom_court);
@@ -26,6 +29,23 @@ bool prend_nom_large(const RubriqueProjet &rubrique) {
 /// The long name, or the short one where the code page cannot show the long.
 const std::string &nom_long_ou_court(const plateforme::DonneesRecherche &donnees, const std::string &court) {
   return donnees.nom_long.find('?') == std::string::npos ? donnees.nom_long : court;
+}
+
+/// Name of the data record in the ISO tree.
+std::string nom_iso_data(const RubriqueProjet &rubrique, const std::string &court) {
+  return nom_iso_fichier(forme_apple(rubrique) == FormeApple::simple ? lit_champ(rubrique.nom_source)
+                                                                     : court);
+}
+
+/// Name of both records in the Joliet tree of an ISO+ project. MacBinary and BinHex carry one of their own.
+std::u16string nom_joliet_apple(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees,
+                                bool hfsplus) {
+  const FormeApple forme = forme_apple(rubrique);
+  if (forme == FormeApple::macbinaire && rubrique.nom_hfs[0] != '\0')
+    return plateforme::texte_vers_large(nom_dans_vue(rubrique, kVueHfs, hfsplus));
+  if (prend_nom_large(rubrique) && !donnees.nom_large.empty()) return donnees.nom_large;
+  if (forme == FormeApple::simple) return plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
+  return plateforme::texte_vers_large(lit_champ(rubrique.nom_source));
 }
 
 std::string gros_bout(std::u16string_view texte) {
@@ -55,13 +75,42 @@ LongueursNoms longueurs_noms(const RubriqueProjet &rubrique) {
   return l;
 }
 
+FormeApple forme_apple(const RubriqueProjet &rubrique) {
+  switch (rubrique.codage()) {
+    case Codage::ntfs:
+      return FormeApple::absente;
+    case Codage::apple:
+      return rubrique.est_applesingle() ? FormeApple::applesingle : FormeApple::appledouble;
+    case Codage::macbinary:
+    case Codage::binhex:
+      return FormeApple::macbinaire;
+    case Codage::aucun:
+      break;
+  }
+  return FormeApple::simple;
+}
+
+LongueursApple longueurs_noms_apple(const RubriqueProjet &rubrique) {
+  LongueursApple l;
+  const FormeApple forme = forme_apple(rubrique);
+  if (forme == FormeApple::absente) return l;
+  const std::string court = court_du_projet(rubrique);
+  l.data.iso = nom_iso_data(rubrique, court).size();
+  const bool large = forme != FormeApple::macbinaire && prend_nom_large(rubrique);
+  // The longest form of a name in the HFS view: one unit for each byte.
+  const std::u16string nom = nom_joliet_apple(rubrique, {}, true);
+  l.data.joliet = 2 * (large ? kJolietMax : nom_joliet_fichier(nom, court).size());
+  if (forme != FormeApple::simple && rubrique.lg_rsrc != 0U)
+    l.ressource_iso = nom_iso_fichier(lit_champ(rubrique.nom_source)).size();
+  return l;
+}
+
 std::string nom_court_de(const plateforme::DonneesRecherche &donnees) {
   return donnees.nom_court.empty() ? plateforme::majuscules(donnees.nom_long) : donnees.nom_court;
 }
 
-std::string NomsIso::reserve(std::string nom, std::size_t limite) {
+std::string NomsIso::reserve(std::string nom, std::size_t point, std::size_t limite) {
   if (pris_.insert(nom).second) return nom;
-  const std::size_t point = std::min(nom.find('.'), nom.find(';'));
   const std::string base = nom.substr(0, point);
   const std::string suite = point == std::string::npos ? std::string() : nom.substr(point);
   for (std::size_t &n = suivants_[nom];;) {
@@ -75,17 +124,64 @@ std::string NomsIso::reserve(std::string nom, std::size_t limite) {
 }
 
 std::string NomsIso::fichier(const plateforme::DonneesRecherche &donnees) {
-  return reserve(nom_iso_fichier(nom_court_de(donnees)), 8);
+  std::string nom = nom_iso_fichier(nom_court_de(donnees));
+  const std::size_t point = std::min(nom.find('.'), nom.find(';'));
+  return reserve(std::move(nom), point, 8);
+}
+
+// An extension of up to three characters stays whole; the name as a whole keeps to its 12 characters.
+std::string NomsIso::reserve_apple(std::string nom) {
+  const std::size_t fin = nom.size() - kVersion;
+  std::size_t point = nom.rfind('.', fin);
+  if (point == std::string::npos || fin - point > 4) point = fin;
+  return reserve(std::move(nom), point, kNomAppleMax - (fin - point));
+}
+
+NomsIso::Paire NomsIso::fichier_apple(const RubriqueProjet &rubrique,
+                                      const plateforme::DonneesRecherche &donnees) {
+  Paire noms;
+  std::string data = nom_iso_data(rubrique, nom_court_de(donnees));
+  if (forme_apple(rubrique) == FormeApple::simple || rubrique.lg_rsrc == 0U) {
+    noms.data = reserve_apple(std::move(data));
+    return noms;
+  }
+  std::string ressource = nom_iso_fichier(lit_champ(rubrique.nom_source));
+  const bool egaux = ressource == data;
+  noms.ressource = reserve_apple(std::move(ressource));
+  noms.data = egaux ? noms.ressource : reserve_apple(std::move(data));
+  return noms;
 }
 
 std::string NomsIso::dossier(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
-  if (rubrique.est_virtuel()) return reserve(nom_iso_virtuel(lit_champ(rubrique.nom_source)), 8);
+  const auto place = [this](std::string nom) {
+    const std::size_t point = nom.find('.');
+    return reserve(std::move(nom), point, 8);
+  };
+  if (rubrique.est_virtuel()) return place(nom_iso_virtuel(lit_champ(rubrique.nom_source)));
   const std::string court = nom_court_de(donnees);
   const auto existe = [&](std::string_view nom) {
     return plateforme::existe(lit_champ(rubrique.chemin) + std::string(nom));
   };
   const auto nom = nom_iso_dossier(court, existe);
-  return reserve(nom.value_or(court.substr(0, 8)), 8);
+  return place(nom.value_or(court.substr(0, 8)));
+}
+
+std::string NomsJolietApple::fichier(const RubriqueProjet &rubrique,
+                                     const plateforme::DonneesRecherche &donnees, bool hfsplus) {
+  const std::u16string nom =
+      nom_joliet_fichier(nom_joliet_apple(rubrique, donnees, hfsplus), nom_court_de(donnees));
+  if (pris_.insert(nom).second) return gros_bout(nom);
+  const std::u16string base = nom.substr(0, nom.size() - kVersion);
+  for (std::size_t &n = suivants_[nom];;) {
+    const std::u16string marque = plateforme::texte_vers_large("~" + std::to_string(++n));
+    const std::u16string essai =
+        base.substr(0, kJolietMax - kVersion - marque.size()) + marque + nom.substr(base.size());
+    if (!pris_.insert(essai).second) continue;
+    operations().journal(
+        GenreJournal::information,
+        message(kNomJolietChange, {plateforme::large_vers_texte(nom), plateforme::large_vers_texte(essai)}));
+    return gros_bout(essai);
+  }
 }
 
 std::string nom_joliet_de(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -18,6 +19,24 @@ struct LongueursNoms {
 };
 [[nodiscard]] LongueursNoms longueurs_noms(const RubriqueProjet &rubrique);
 
+/// How a file of an ISO+ project reaches the disc, by its coding on the PC.
+enum class FormeApple {
+  simple,       ///< the source as it is: one record
+  appledouble,  ///< forks from the source and its companion
+  applesingle,
+  macbinaire,  ///< MacBinary and BinHex
+  absente,     ///< forks in streams of the PC: such a file has no record and no data in this kind of image
+};
+[[nodiscard]] FormeApple forme_apple(const RubriqueProjet &rubrique);
+
+/// The same for the two records of a file of an ISO+ project; `ressource_iso` 0 when it has the data record
+/// alone.
+struct LongueursApple {
+  std::size_t ressource_iso = 0;
+  LongueursNoms data;
+};
+[[nodiscard]] LongueursApple longueurs_noms_apple(const RubriqueProjet &rubrique);
+
 /// Short name of a source; the long name in upper case where there is no other.
 [[nodiscard]] std::string nom_court_de(const plateforme::DonneesRecherche &donnees);
 
@@ -31,8 +50,19 @@ class NomsIso {
   [[nodiscard]] std::string dossier(const RubriqueProjet &rubrique,
                                     const plateforme::DonneesRecherche &donnees);
 
+  /// Identifiers of the two records of a file of an ISO+ project. ECMA-119 9.1.6 gives an associated file the
+  /// identifier of the file that it belongs to. Here the resource record is named after the whole source name
+  /// and the data record after the short one, so that the two are equal for 8.3 names only; a plain file, one
+  /// record, goes by the source name. All are cut to 12 characters.
+  struct Paire {
+    std::string ressource, data;
+  };
+  [[nodiscard]] Paire fichier_apple(const RubriqueProjet &rubrique,
+                                    const plateforme::DonneesRecherche &donnees);
+
  private:
-  std::string reserve(std::string nom, std::size_t limite);
+  std::string reserve(std::string nom, std::size_t point, std::size_t limite);
+  std::string reserve_apple(std::string nom);
   std::unordered_set<std::string> pris_;
   std::unordered_map<std::string, std::size_t> suivants_;  ///< last number given to a name met again
 };
@@ -41,5 +71,19 @@ class NomsIso {
 /// name of the ISO view, or its wide name where the code page cannot show that and nobody typed another.
 [[nodiscard]] std::string nom_joliet_de(const RubriqueProjet &rubrique,
                                         const plateforme::DonneesRecherche &donnees);
+
+/// Joliet names of the files of one directory of an ISO+ project. The name inside a container is free to
+/// equal that of a neighbour; then, and only then, the later one takes "~" and a number at its end, with a
+/// line in the journal.
+class NomsJolietApple {
+ public:
+  /// Identifier bytes of both records of a file.
+  [[nodiscard]] std::string fichier(const RubriqueProjet &rubrique,
+                                    const plateforme::DonneesRecherche &donnees, bool hfsplus);
+
+ private:
+  std::unordered_set<std::u16string> pris_;
+  std::unordered_map<std::u16string, std::size_t> suivants_;
+};
 
 }  // namespace varnion

@@ -36,6 +36,8 @@ constexpr std::uint8_t kDrapeauCache = 0x01;
 constexpr std::uint8_t kDrapeauDossier = 0x02;
 constexpr std::uint8_t kDrapeauAssocie = 0x04;
 
+constexpr std::size_t kSuiteApple = 14;  ///< bytes of the Apple system-use field of a record
+
 /// Where a record of `longueur` bytes goes when `position` bytes of a directory are filled. A record never
 /// ends exactly at the end of a sector: one that would is moved to the next (ECMA-119 6.8.1.1 would let it
 /// stay).

@@ -245,6 +245,13 @@ TEST_F(LigneCommande, AnIsoPlusProjectHasOneView) {
   EXPECT_EQ(vues(e["src/a.txt"]), "I-");
   echoue({"project", "ls", "i.vnso", "--view", "hfs"}, 1, "ISO view only");
   echoue({"project", "set", "i.vnso", "src", "--views", "both"}, 1, "ISO view only");
+  echoue({"compile", "i.vnso", "--kind", "hfs"}, 1, "ISO view only");
+  reussit({"-C", "i.vnso"});
+  EXPECT_EQ(lit(d + "i.ISO").substr(16 * 2048 + 1, 5), "CD001");
+  reussit({"compile", "i.vnso", "-o", "k.iso"});
+  EXPECT_EQ(fs::file_size(d + "k.iso"), fs::file_size(d + "i.ISO"));
+  reussit({"-CH", "i.vnso"});
+  EXPECT_FALSE(existe("i.dmg")) << "a letter without meaning for an ISO+ project";
   echoue({"project", "label", "i.vnso", "--iso", "THIRTEEN_LETT"}, 1, "12 characters");
 }
 
@@ -336,6 +343,10 @@ TEST_F(LigneCommande, LettersDoTheSameAsTheReadableCommands) {
             "IH-HI-IH");
   reussit({"-CI", "a.vnpr"});
   EXPECT_LT(fs::file_size(d + "a.ISO"), image.size()) << "a letter overwrites";
+  EXPECT_EQ(lance_sous(fixe, {"-CH", "a.vnpr"}).statut, 0);
+  reussit({"compile", "a.vnpr", "--kind", "hfs", "-o", "h.dmg"});
+  EXPECT_EQ(fs::file_size(d + "a.dmg"), fs::file_size(d + "h.dmg"));
+  EXPECT_EQ(lit(d + "a.dmg").substr(64 * 512 + 1024, 2), "BD");
 }
 
 TEST_F(LigneCommande, LettersTellWhatTheyCannotDo) {
@@ -344,10 +355,7 @@ TEST_F(LigneCommande, LettersTellWhatTheyCannotDo) {
   EXPECT_EQ(lance({"/c", "p.hfs"}).statut, 0) << "nothing to do";
   for (const std::vector<std::string> &mots : {std::vector<std::string>{"-DC", "p.hfs", "x"},
                                                {"-DH", "p.hfs"},
-                                               {"-H", "p.hfs", "x.iso"},
-                                               {"-R", "p.vnpr"},
-                                               {"-RJ", "p.vnpr", "x.log"},
-                                               {"-CH", "p.vnpr"}})
+                                               {"-H", "p.hfs", "x.iso"}})
     echoue(mots, 1, "not available");
   echoue({"-X", "p.vnpr"}, 2, "-X");
   echoue({"-CZ", "p.vnpr"}, 2, "-CZ");

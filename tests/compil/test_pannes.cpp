@@ -219,25 +219,6 @@ TEST_F(Pannes, une_vue_vide_donne_une_image_pure) {
   }
 }
 
-TEST_F(Pannes, la_meme_date_donne_les_memes_octets) {
-  ArbreSource source(bac + "src");
-  bati(source);
-  source.conteneur("sous/mac.bin", outils::Forme::macbinary,
-                   {"Mac", "TEXT", "ttxt", 0, 9, 9, "data", "rsrc"});
-  ::setenv("SOURCE_DATE_EPOCH", "1700000000", 1);
-  for (const Cible &c : kCibles) {
-    std::string images[2];
-    for (std::string &image : images) {
-      FichierProjet projet = projet_de(bac + "src", c.hfsplus);
-      ASSERT_EQ(compile(projet, bac + "o.iso", c.genre).resultat, kCompilReussie);
-      const auto octets = outils::lit_fichier(bac + "o.iso");
-      image.assign(octets.begin(), octets.end());
-    }
-    EXPECT_TRUE(images[0] == images[1]) << static_cast<int>(c.genre) * 2 + c.hfsplus;
-  }
-  ::unsetenv("SOURCE_DATE_EPOCH");
-}
-
 // In a hybrid disc with classic HFS, an AppleSingle file outside the ISO view keeps its container bytes.
 TEST_F(Pannes, applesingle_hors_de_la_vue_iso) {
   outils::FichierMac f;

@@ -327,6 +327,57 @@ TEST_F(NomsDisque, un_nom_deja_pris_recoit_un_numero) {
   EXPECT_EQ(noms.dossier(virtuel, donnees("README")), "README~1");
 }
 
+// The two records of a file of an ISO+ project: the source name, cut at 12, ahead of the short one.
+TEST_F(NomsDisque, paires_de_fiches) {
+  struct Cas {
+    const char *quoi, *source, *court;
+    Codage codage;
+    std::uint32_t rsrc;
+    const char *iso_rsrc, *iso_data, *joliet;
+  };
+  NomsIso noms;
+  NomsJolietApple noms_joliet;
+  for (const Cas &c : {
+           Cas{"plain", "a plain file.txt", "APLAIN~1.TXT", Codage::aucun, 0, "", "A PLAIN FILE;1", "iso;1"},
+           Cas{"8.3", "double.txt", "DOUBLE.TXT", Codage::apple, 1, "DOUBLE.TXT;1", "DOUBLE.TXT;1",
+               "double.txt;1"},
+           Cas{"long", "double and longer", "DOUBLE~1", Codage::apple, 1, "DOUBLE AND L;1", "DOUBLE~1;1",
+               "double and longer;1"},
+           Cas{"no fork", "simple and longer", "SIMPLE~1", Codage::apple, 0, "", "SIMPLE~1;1",
+               "simple and longer;1"},
+           Cas{"its own name", "coded.bin", "CODED.BIN", Codage::macbinary, 1, "CODED.BIN;1", "CODED.BIN;1",
+               "Né__Mac;1"},
+           Cas{"that name again", "coded2.bin", "CODED2.BIN", Codage::binhex, 1, "CODED2.BIN;1",
+               "CODED2.BIN;1", "Né__Mac~1;1"},
+           Cas{"taken, as a pair", "Double.TXT", "DOUBLE.TXT", Codage::apple, 1, "DOUBLE~1.TXT;1",
+               "DOUBLE~1.TXT;1", "Double.TXT;1"},
+           Cas{"taken at 12", "a plain filet", "APLAIN~2", Codage::aucun, 0, "", "A PLAIN FI~1;1", "iso~1;1"},
+       }) {
+    SCOPED_TRACE(c.quoi);
+    RubriqueProjet r = item(1, -1, c.source);
+    r.codage(c.codage);
+    r.lg_rsrc = c.rsrc;
+    ecrit_champ_coupe(r.nom_court, c.court, r.nom_court.size());
+    ecrit_champ_coupe(r.nom_iso, "iso");
+    ecrit_champ_coupe(r.nom_hfs, "N\x8E:/Mac");
+    const auto d = donnees(c.source, c.court);
+    const NomsIso::Paire paire = noms.fichier_apple(r, d);
+    EXPECT_EQ(paire.ressource, c.iso_rsrc);
+    EXPECT_EQ(paire.data, c.iso_data);
+    const std::string joliet = noms_joliet.fichier(r, d, false);
+    const std::vector<std::uint8_t> octets(joliet.begin(), joliet.end());
+    EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.joliet);
+    // What was foreseen holds but for the numbers of names met again.
+    const LongueursApple prevues = longueurs_noms_apple(r);
+    EXPECT_EQ(prevues.ressource_iso == 0, paire.ressource.empty());
+    EXPECT_LE(paire.data.size(), prevues.data.iso + 2);
+    EXPECT_LE(joliet.size(), prevues.data.joliet + 4);
+  }
+  RubriqueProjet flux = item(1, -9, "flux");
+  flux.codage(Codage::ntfs);
+  EXPECT_EQ(longueurs_noms_apple(flux).data.iso, 0U);
+}
+
 TEST_F(NomsDisque, noms_joliet_et_longueurs_prevues) {
   const std::string long62(62, 'x');
   struct Cas {

@@ -64,17 +64,18 @@ class Atelier : public Bac {
     Bac::TearDown();
   }
 
-  [[nodiscard]] FichierProjet projet_vide(bool hfsplus = false) {
+  [[nodiscard]] FichierProjet projet_vide(bool hfsplus = false, ModeProjet mode = ModeProjet::hybride) {
     auto &options = etat<OptionsProgramme>().vn_options;
     options = hfsplus ? options | kVnOptionHfsplus : options & ~kVnOptionHfsplus;
-    auto projet = FichierProjet::cree(bac + "p" + std::to_string(++numero_) + ".vnpr", ModeProjet::hybride);
+    const char *suite = mode == ModeProjet::isop ? ".vnso" : ".vnpr";
+    auto projet = FichierProjet::cree(bac + "p" + std::to_string(++numero_) + suite, mode);
     EXPECT_TRUE(projet.has_value());
     return std::move(*projet);
   }
   /// A project with the content of a folder of the disk, in the given view.
   [[nodiscard]] FichierProjet projet_de(const std::string &dossier, bool hfsplus = false,
-                                        int vue = kVueRacine) {
-    FichierProjet projet = projet_vide(hfsplus);
+                                        int vue = kVueRacine, ModeProjet mode = ModeProjet::hybride) {
+    FichierProjet projet = projet_vide(hfsplus, mode);
     projet.vue_courante(vue);
     const BilanInclusion bilan = inclusion_chemin_utf8(projet, dossier + "/*.*", kRacine);
     EXPECT_TRUE(bilan.abouti() && bilan.echecs == 0) << messages();

@@ -20,6 +20,7 @@ constexpr std::int64_t kEcart1904 = 2'082'844'800;  ///< seconds from 1904 to 19
 /// What a kind of image holds.
 struct Cotes {
   bool iso = true, mac = true, hfsplus = false;
+  bool apple = false;  ///< the ISO side has Apple's fields and pairs of forks
 };
 
 /// Everything the independent readers find in an image.
@@ -65,8 +66,8 @@ inline ImageLue lit_image(const std::string &chemin, Cotes cotes) {
   std::vector<Plage> plages;
   std::unordered_map<std::uint64_t, std::uint64_t> fichiers_iso;  // start of the data, end of its sectors
   if (cotes.iso) {
-    image.iso = lit_iso(image.vue, false);
-    image.joliet = lit_iso(image.vue, true);
+    image.iso = lit_iso(image.vue, false, cotes.apple);
+    image.joliet = lit_iso(image.vue, true, cotes.apple);
     for (const ArbreIso *arbre : {&image.iso, &image.joliet}) {
       recueille(arbre->fautes);
       plages.insert(plages.end(), arbre->plages.begin(), arbre->plages.end());

@@ -17,9 +17,11 @@ struct EntreeIso {
   std::uint32_t extent = 0, taille = 0;
   std::uint8_t drapeaux = 0;
   std::array<std::uint8_t, 7> date{};
-  std::size_t pere = 0;  ///< rank of the directory that holds it
+  std::size_t pere = 0;        ///< rank of the directory that holds it
+  std::string type, createur;  ///< of the Apple system-use field
 
   [[nodiscard]] bool cache() const { return (drapeaux & 1) != 0; }
+  [[nodiscard]] bool associe() const { return (drapeaux & 4) != 0; }
   [[nodiscard]] std::string nom() const { return chemin.substr(chemin.rfind('/') + 1); }
 };
 
@@ -43,7 +45,8 @@ struct ArbreIso {
 /// Reads one tree and checks what the standard asks of it. Bounded by the size of the image.
 class LecteurIso {
  public:
-  LecteurIso(Octets image, bool joliet) : image_(image) { arbre_.joliet = joliet; }
+  /// `apple`: each file has Apple's system-use field, and forks may lie in pairs of records.
+  LecteurIso(Octets image, bool joliet, bool apple) : image_(image), apple_(apple) { arbre_.joliet = joliet; }
 
   ArbreIso lit() {
     const std::uint64_t p = descripteur();
@@ -169,7 +172,9 @@ class LecteurIso {
     e.pere = rang;
     // A pad byte behind a name of even length (ECMA-119 9.1.12); the Joliet tree here goes without.
     const std::uint64_t suite = !arbre_.joliet && lg_nom % 2 == 0 ? 1 : 0;
-    exige(longueur == 33 + lg_nom + suite, ou + ": length of a record");
+    const bool signe = apple_ && numero >= 2 && !e.dossier;
+    exige(longueur == 33 + lg_nom + suite + (signe ? 14 : 0), ou + ": length of a record");
+    if (signe) lit_apple(p + 33 + lg_nom + suite, e, ou);
     exige(suite == 0 || image_.u8(p + 33 + lg_nom) == 0, ou + ": pad byte");
     if (numero < 2) {
       const EntreeIso &qui = numero == 0 ? ici : arbre_.entrees[ici.pere];
@@ -179,17 +184,30 @@ class LecteurIso {
       return;
     }
     const std::string nom = arbre_.joliet ? utf16be_vers_utf8(image_.partie(p + 33, lg_nom)) : brut;
-    exige(noms.insert(nom).second, ou + ": two records named " + nom);
+    exige(noms.insert(e.associe() ? nom + "/rsrc" : nom).second, ou + ": two records named " + nom);
+    exige(!e.associe() || (signe && e.taille != 0), ou + ": an associated file " + nom);
     exige(nom.find('/') == std::string::npos, ou + ": a name with a separator");
     const bool version = nom.size() > 2 && nom.ends_with(";1");
     exige(version != e.dossier, ou + ": version of " + nom);
-    if (!arbre_.joliet) exige(nom_83(e.dossier ? nom : nom.substr(0, nom.size() - 2)), ou + ": name " + nom);
+    if (apple_ && !arbre_.joliet && !e.dossier) {
+      exige(nom.size() <= 12 + 2, ou + ": name " + nom);
+    } else if (!arbre_.joliet)
+      exige(nom_83(e.dossier ? nom : nom.substr(0, nom.size() - 2)), ou + ": name " + nom);
     e.chemin = ici.chemin.empty() ? nom : ici.chemin + "/" + nom;
     if (!e.dossier) {
       exige((e.extent == 0) == (e.taille == 0), ou + ": extent of " + nom);
       exige(image_.contient(e.extent * kSecteurLu, e.taille), ou + ": " + nom + " leaves the image");
     }
     arbre_.entrees.push_back(std::move(e));
+  }
+
+  // Apple's field for a file of a Macintosh disk: signature, length, version, type, creator, Finder flags.
+  void lit_apple(std::uint64_t p, EntreeIso &e, const std::string &ou) {
+    exige(image_.texte(p, 2) == "AA" && image_.u8(p + 2) == 14 && image_.u8(p + 3) == 2,
+          ou + ": Apple field of a record");
+    e.type = image_.texte(p + 4, 4);
+    e.createur = image_.texte(p + 8, 4);
+    exige(image_.rempli(p + 12, 2), ou + ": Finder flags of a record");
   }
 
   // Eight characters, one dot, three: what a PC without long names can open.
@@ -238,12 +256,13 @@ class LecteurIso {
   }
 
   Octets image_;
+  bool apple_;
   ArbreIso arbre_;
   std::set<std::uint32_t> vus_;
 };
 
-inline ArbreIso lit_iso(Octets image, bool joliet) {
-  return LecteurIso(image, joliet).lit();
+inline ArbreIso lit_iso(Octets image, bool joliet, bool apple = false) {
+  return LecteurIso(image, joliet, apple).lit();
 }
 
 }  // namespace varnion::outils

@@ -49,12 +49,12 @@ std::optional<FichierProjet> projet_ou_neuf(const std::string &chemin) {
 }
 
 int compile(TacheLettre &tache) {
-  if (tache.commande.option == 'H') return pas_encore(tache);
   auto projet = ouvre_projet(tache.chemin);
   if (!projet) return kEchec;
   if (projet->mode() == ModeProjet::isop && tache.commande.option != '\0') return sans_effet(tache);
   DemandeCompilation demande;
-  demande.genre = tache.commande.option == 'I' ? GenreDemande::iso : GenreDemande::hybride;
+  if (tache.commande.option != '\0')
+    demande.genre = tache.commande.option == 'I' ? GenreDemande::iso : GenreDemande::mac;
   const std::string extension = extension_image(*projet, demande.genre);
   demande.cible = chemin_extension(tache.chemin, extension == "iso" ? kExtensionImage : extension);
   return compile_vers(*projet, demande, tache.contexte.console, tache.contexte.sortie);

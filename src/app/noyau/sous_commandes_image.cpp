@@ -13,6 +13,7 @@ namespace varnion {
 
 namespace {
 
+constexpr int kVueUnique = 6557;
 constexpr int kCibleDansDossier = 6559;
 constexpr int kTemporaireImpossible = 6564;
 constexpr std::size_t kCheminMessage = 200;
@@ -94,6 +95,10 @@ int commande_compile(ContexteCli &contexte) {
   if (!chemin || !genre_projet(*chemin)) return kEchec;
   auto projet = ouvre_projet(*chemin);
   if (!projet) return kEchec;
+  if (projet->mode() == ModeProjet::isop && genre_demande(arguments) == GenreDemande::mac) {
+    operations().afficher_erreur(charger_chaine(kVueUnique));
+    return kEchec;
+  }
   const std::string extension = extension_image(*projet, genre_demande(arguments));
   const auto cible = cible_demandee(arguments, chemin_extension(*chemin, extension));
   if (!cible) return kEchec;

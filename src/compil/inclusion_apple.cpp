@@ -1,0 +1,124 @@
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "compil/execution.hpp"
+#include "fichiers/applesimple.hpp"
+#include "fichiers/macbinaire.hpp"
+#include "IO/operations.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kFluxEcarte = 6310;                   // path
+constexpr int kFluxEcarteJournal = 6312;            // path
+constexpr std::int64_t kEpoqueMac = 2'082'844'800;  ///< seconds from 1904 to 1970
+
+/// Apple's system-use field for a file of a Macintosh disk.
+struct SuiteApple {
+  std::array<char, 2> marque{'A', 'A'};           // 0
+  std::uint8_t longueur = kSuiteApple;            // 2
+  std::uint8_t version = 2;                       // 3
+  std::array<char, 8> signature{};                // 4  type, creator
+  std::array<std::uint8_t, 2> drapeaux_finder{};  // 12 left at zero
+};
+static_assert(sizeof(SuiteApple) == kSuiteApple);
+
+/// Date of a file that has a Macintosh form, from the seconds since 1904 (local time) that the project keeps.
+/// ECMA-119 9.1.5 counts the years from 1900, so that 2014 is 114; here the year is taken modulo 100, 2014 is
+/// 14, and a reader shows 1914. Kept.
+DateRepertoire date_annee_modulo_100(std::uint32_t secondes_1904) {
+  DateRepertoire date = date_repertoire(std::int64_t{secondes_1904} - kEpoqueMac);
+  date[0] =
+      static_cast<std::uint8_t>(plateforme::date_utc(std::int64_t{secondes_1904} - kEpoqueMac).annee % 100);
+  return date;
+}
+
+std::span<const std::uint8_t> octets(const std::string &nom) {
+  return {reinterpret_cast<const std::uint8_t *>(nom.data()), nom.size()};
+}
+
+}  // namespace
+
+bool Execution::place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
+                            const DateRepertoire &date, RepertoiresOuverts &ouverts) {
+  const RubriqueProjet &r = source.rubrique;
+  SuiteApple suite;
+  suite.signature = r.signature;
+  const NomsIso::Paire noms = ouverts.noms.fichier_apple(r, source.donnees);
+  const std::string joliet = ouverts.noms_joliet.fichier(r, source.donnees, ctx_.projet->hfsplus());
+  std::uint64_t secteur = debut_donnees_ + bloc_courant_;
+  const auto fiche = [&](const OrigineFourche &fourche, std::uint8_t drapeaux, const std::string &nom) {
+    FicheRepertoire f;
+    f.extent = fourche.longueur == 0 ? 0 : static_cast<std::uint32_t>(secteur);
+    f.taille = static_cast<std::uint32_t>(fourche.longueur);
+    f.date = date;
+    f.drapeaux = static_cast<std::uint8_t>(drapeaux | (r.cache_iso() != 0 ? kDrapeauCache : 0));
+    ouverts.iso->ajoute(f, octets(nom), octets_de(suite));
+    ouverts.joliet->ajoute(f, octets(joliet), octets_de(suite));
+    secteur += quotient_haut<std::uint64_t>(fourche.longueur, kSecteurIso);
+  };
+  // A reader expects an associated file right ahead of the file it belongs to.
+  if (!noms.ressource.empty()) fiche(rsrc, kDrapeauAssocie, noms.ressource);
+  fiche(data, 0, noms.data);
+  Fourche ecrite;
+  return copie_fourche(rsrc.fichier, rsrc.position, rsrc.longueur, source, ecrite) &&
+         copie_fourche(data.fichier, data.position, data.longueur, source, ecrite);
+}
+
+bool Execution::iso_plain(const Source &source, RepertoiresOuverts &ouverts) {
+  const Fichier aucun;
+  return place_paire(source, {aucun}, {source.fichier, 0, source.taille},
+                     date_repertoire(source.donnees.modification), ouverts);
+}
+
+bool Execution::iso_double(const Source &source, RepertoiresOuverts &ouverts) {
+  const RubriqueProjet &r = source.rubrique;
+  const Fichier compagnon = ouvre_compagnon(source.chemin);
+  const PlageFourche plage =
+      compagnon.ouvert() ? plage_verifiee(compagnon, kMagieAppleDouble, kEntreeRessource) : PlageFourche{};
+  return place_paire(source, {compagnon, plage.position, r.lg_rsrc}, {source.fichier, 0, source.taille},
+                     date_annee_modulo_100(r.date_modif), ouverts);
+}
+
+bool Execution::iso_single(const Source &source, RepertoiresOuverts &ouverts) {
+  const RubriqueProjet &r = source.rubrique;
+  const PlageFourche data = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeData);
+  const PlageFourche rsrc = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeRessource);
+  return place_paire(source, {source.fichier, rsrc.position, r.lg_rsrc},
+                     {source.fichier, data.position, r.lg_data}, date_annee_modulo_100(r.date_modif),
+                     ouverts);
+}
+
+bool Execution::iso_macbinary(const Source &source, RepertoiresOuverts &ouverts) {
+  const RubriqueProjet &r = source.rubrique;
+  Fichier decode;
+  const bool binhex = r.codage() == Codage::binhex;
+  if (binhex && !decode_source(source, decode)) return false;
+  const Fichier &macbinaire = binhex ? decode : source.fichier;
+  return place_paire(source, {macbinaire, position_ressource(r.lg_data), r.lg_rsrc},
+                     {macbinaire, sizeof(TeteMacBinaire), r.lg_data}, date_annee_modulo_100(r.date_modif),
+                     ouverts);
+}
+
+bool Execution::inclusion_apple(const Source &source, RepertoiresOuverts &ouverts) {
+  switch (forme_apple(source.rubrique)) {
+    case FormeApple::simple:
+      break;
+    case FormeApple::appledouble:
+      return iso_double(source, ouverts);
+    case FormeApple::applesingle:
+      return iso_single(source, ouverts);
+    case FormeApple::macbinaire:
+      return iso_macbinary(source, ouverts);
+    case FormeApple::absente:
+      operations().journal(GenreJournal::information, message(kFluxEcarteJournal, {source.chemin}));
+      remarque(kFluxEcarte, source.chemin);
+      return true;
+  }
+  return iso_plain(source, ouverts);
+}
+
+}  // namespace varnion
