@@ -353,10 +353,11 @@ TEST_F(LigneCommande, LettersTellWhatTheyCannotDo) {
   projet();
   fichier("p.hfs", "no image");
   EXPECT_EQ(lance({"/c", "p.hfs"}).statut, 0) << "nothing to do";
-  for (const std::vector<std::string> &mots : {std::vector<std::string>{"-DC", "p.hfs", "x"},
-                                               {"-DH", "p.hfs"},
+  for (const std::vector<std::string> &mots : {std::vector<std::string>{"-DH", "p.hfs"},
                                                {"-H", "p.hfs", "x.iso"}})
     echoue(mots, 1, "not available");
+  echoue({"-DC", "p.hfs", "x"}, 1, "no compressed disk image");
+  echoue({"-DC", "p.hfs"}, 2, "-DC IMAGE TARGET");
   echoue({"-X", "p.vnpr"}, 2, "-X");
   echoue({"-CZ", "p.vnpr"}, 2, "-CZ");
   echoue({"-I", "p.vnpr"}, 2, "-I[H|I]");

@@ -1,6 +1,7 @@
 #include "app/noyau/lettres.hpp"
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/actions_unpack.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
@@ -101,8 +102,16 @@ int label(TacheLettre &tache) {
   return statut(enregistre_projet(*projet) && fait);
 }
 
+// With C, a compressed image to the value path.
+int image_defaite(TacheLettre &tache) {
+  if (tache.commande.option != 'C') return pas_encore(tache);
+  if (tache.valeur.empty()) return kUsage;
+  const auto cible = chemin_argument(tache.valeur);
+  return cible ? decompresse_vers(tache.contexte, tache.chemin, *cible, false) : kEchec;
+}
+
 constexpr FicheLettre kFiches[] = {
-    {'C', "-HI", 1, compile, 6601, 6651},         {'D', "CH", 1, pas_encore, 6602, 6652},
+    {'C', "-HI", 1, compile, 6601, 6651},         {'D', "CH", 1, image_defaite, 6602, 6652},
     {'F', kOptionsVue, 2, dossier, 6603, 6653},   {'H', "-", 2, pas_encore, 6604, 6654},
     {'I', kOptionsVue, 2, inclusion, 6605, 6655}, {'L', kOptionsVue, 2, label, 6606, 6656},
     {'R', "-J", 1, pas_encore, 6607, 6657},
@@ -138,7 +147,7 @@ int execute_lettre(ContexteCli &contexte, CommandeLettre commande) {
   if (!chemin) return kEchec;
   tache.chemin = *chemin;
   const auto mode = mode_de_document(tache.chemin);
-  if (mode == kModePartition) return sans_effet(tache);
+  if (mode == kModePartition && fiche->execute != image_defaite) return sans_effet(tache);
   return fiche->execute(tache);
 }
 

@@ -40,6 +40,7 @@ constexpr OptionCli kMaster[] = {{"output", 'o', 6733, ""},      {"label", '\0',
                                  {"hfsplus", '\0', 6700},        {"hfs", '\0', 6701},
                                  {"kind", '\0', 6731, kNatures}, {"no-postgap", '\0', 6732},
                                  {"signatures", '\0', 6704, ""}, {"force", 'f', 6702}};
+constexpr OptionCli kUnpack[] = {{"usual", '\0', 6703}, {"force", 'f', 6702}};
 
 constexpr SousCommande kCommandes[] = {
     {"project", "new", 1, 1, kNew, commande_projet_new, 6610, 6660},
@@ -53,6 +54,7 @@ constexpr SousCommande kCommandes[] = {
     {"project", "set", 2, kSansFin, kSet, commande_projet_set, 6618, 6668},
     {"", "compile", 1, 1, kCompile, commande_compile, 6619, 6669},
     {"", "master", 1, kSansFin, kMaster, commande_master, 6620, 6670},
+    {"", "unpack", 2, 2, kUnpack, commande_unpack, 6705, 6706},
 };
 
 }  // namespace

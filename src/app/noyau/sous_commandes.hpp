@@ -37,6 +37,7 @@ struct SousCommande {
 [[nodiscard]] int commande_projet_set(ContexteCli &contexte);
 [[nodiscard]] int commande_compile(ContexteCli &contexte);
 [[nodiscard]] int commande_master(ContexteCli &contexte);
+[[nodiscard]] int commande_unpack(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);
