@@ -189,7 +189,7 @@ bool Execution::ferme_iso(std::uint64_t fin_donnees) {
   SecteurDescripteur joliet = descripteur_joliet(primaire, entete, iso_, ctx_.label_iso);
   termine_descripteur(primaire, racine_iso_taille_, taille_iso, taille_volume);
   termine_descripteur(joliet, racine_joliet_taille_, taille_joliet, taille_volume);
-  const bool ecrit = sortie_.positionne(kSecteurPrimaire * kSecteurIso) && sortie_.ecrit(primaire) &&
+  const bool ecrit = sortie_.positionne(std::uint64_t{kSecteurPrimaire} * kSecteurIso) && sortie_.ecrit(primaire) &&
                      sortie_.ecrit(joliet) && sortie_.ecrit(descripteur_fin()) && sortie_.vide();
   supprime_temporaires();
   return ecrit || echoue(kCompilEchec);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -112,6 +113,12 @@ constexpr std::uint32_t kOptionSansConfirmation = 0x20000;
 /// The same, and the counts of `pere` follow.
 [[nodiscard]] Suppression suppression_element(FichierProjet &projet, std::uint32_t numero,
                                               std::uint32_t pere);
+/// Removes the items at these ranks, folders with all below them, in one pass, and lowers the counts of the
+/// folders that stay. No question is asked, and the running estimate is the caller's. False on an error, with
+/// `errno` set and the project perhaps changed.
+[[nodiscard]] bool suppression_rangs(FichierProjet &projet, std::span<const std::uint64_t> rangs);
+/// Asks 1163 for a folder with content, as `suppression_rubrique` does; true when it may go.
+[[nodiscard]] bool confirme_suppression(const FichierProjet &projet, const RubriqueProjet &dossier);
 /// Removes all that lies below a folder, in one pass. False on an error; the user was told.
 [[nodiscard]] bool suppression_sous_arbre(FichierProjet &projet, std::uint32_t numero);
 

@@ -60,25 +60,36 @@ std::optional<Cible> decoupe(std::string chemin) {
   return cible;
 }
 
+// Counts and icons of the folders that received something. Many are found in one pass.
+bool complete_cibles(FichierProjet &projet, const std::vector<CibleInclusion> &cibles) {
+  std::optional<IndexNumeros> numeros;
+  if (cibles.size() > 2) numeros.emplace(projet);
+  for (const CibleInclusion &cible : cibles) {
+    if (cible.dossiers == 0 && cible.fichiers == 0 && !cible.icone) continue;
+    RubriqueProjet rubrique;
+    const auto rang = numeros ? numeros->rang(cible.numero) : projet.cherche_numero(cible.numero, rubrique);
+    if (!rang || !projet.lit(*rang, rubrique)) return false;
+    // In the head both counts lie at the same place as in an item.
+    rubrique.lg_data = static_cast<std::uint32_t>(rubrique.lg_data + cible.dossiers);
+    rubrique.lg_rsrc = static_cast<std::uint32_t>(rubrique.lg_rsrc + cible.fichiers);
+    if (cible.icone) rubrique.icone_perso(true);
+    if (!projet.ecrit(*rang, rubrique)) return false;
+  }
+  return true;
+}
+
 // What the head, the target's record and the table of folders learn of a scan whose records are in the
 // project.
 bool met_a_jour(FichierProjet &projet, const ParcoursInclusion &parcours) {
-  const BilanInclusion &bilan = parcours.bilan();
   for (const auto &[numero, pere] : parcours.dossiers()) projet.note_dossier(numero, pere);
   parcours.releve_compteurs(projet);
   projet.estimation(projet.estimation() + parcours.secteurs());
-  bool juste = projet.ajoute_comptes(bilan.dossier, static_cast<std::int64_t>(bilan.dossiers_niveau),
-                                     static_cast<std::int64_t>(bilan.fichiers_niveau));
+  bool juste = complete_cibles(projet, parcours.cibles());
   EnteteProjet entete;
   if (parcours.icone_volume()) {
     juste = projet.lit_entete(entete) && juste;
     entete.icone_volume(true);
     juste = juste && projet.ecrit_entete(entete);
-  }
-  if (RubriqueProjet rubrique; parcours.icone_cible()) {
-    const auto rang = projet.cherche_numero(bilan.dossier, rubrique);
-    rubrique.icone_perso(true);
-    juste = rang && projet.ecrit(*rang, rubrique) && juste;
   }
   return projet.ecriture_compteurs() && juste;
 }
@@ -93,7 +104,9 @@ void conclut(FichierProjet &projet, ParcoursInclusion &parcours) {
     operations().afficher_erreur(message(kMessageTemporaire, {plateforme::texte_erreur(lots.erreur())}));
   }
   if (bilan.echoue) return;
-  const ResultatFusion resultat = fusionne_lots_projet(projet, bilan.dossier, lots);
+  std::vector<std::uint32_t> cibles;
+  for (const CibleInclusion &cible : parcours.cibles()) cibles.push_back(cible.numero);
+  const ResultatFusion resultat = fusionne_lots_projet(projet, cibles, lots);
   if (resultat != ResultatFusion::faite) {
     const int id = resultat == ResultatFusion::abimee ? kMessageAbime : kMessageProjet;
     operations().afficher_erreur(message(id, {court(projet.chemin()), plateforme::texte_erreur(errno)}));
@@ -177,6 +190,23 @@ BilanInclusion inclusion_arbre(FichierProjet &projet, std::string_view motif, st
     chemin = options.dossier_defaut + "/" + chemin;
   return mene(projet, dossier, options,
               [&](ParcoursInclusion &parcours) { inclut_chemin(parcours, chemin, false); });
+}
+
+BilanInclusion inclusion_demandes(FichierProjet &projet, std::span<const DemandeInclusion> demandes,
+                                  const OptionsInclusion &options) {
+  if (demandes.empty()) return {};
+  return mene(projet, demandes.front().dossier, options, [&](ParcoursInclusion &parcours) {
+    std::optional<std::uint32_t> cible;
+    for (const DemandeInclusion &demande : demandes) {
+      if (!parcours.en_cours()) break;
+      if (cible != demande.dossier) parcours.change_cible(demande.dossier, demande.vue);
+      cible = demande.dossier;
+      if (demande.prete)
+        parcours.ajoute_rubrique(*demande.prete);
+      else
+        inclut_chemin(parcours, demande.motif, false);
+    }
+  });
 }
 
 BilanInclusion inclusion_chemins(FichierProjet &projet, std::span<const std::string> chemins,

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -59,6 +60,19 @@ BilanInclusion inclusion_chemin(FichierProjet &projet, std::string_view chemin, 
 /// The same for one path as the command line has it, in UTF-8.
 BilanInclusion inclusion_chemin_utf8(FichierProjet &projet, std::string_view utf8, std::uint32_t dossier,
                                      const OptionsInclusion &options = {});
+
+/// One of several inclusions that make one operation.
+struct DemandeInclusion {
+  std::uint32_t dossier = kRacine;  ///< a folder that the project has
+  int vue = kVueRacine;             ///< its view code
+  std::string motif;                ///< as for `inclusion_arbre`
+  /// A finished record of a file, in the place of a path: it takes the next number and nothing else of it
+  /// changes.
+  std::optional<RubriqueProjet> prete = {};
+};
+/// The same for any number of folders, with one scan and one merge. Requests of one folder lie side by side.
+BilanInclusion inclusion_demandes(FichierProjet &projet, std::span<const DemandeInclusion> demandes,
+                                  const OptionsInclusion &options = {});
 
 /// The order in which the names of a folder are scanned, as ranks into `noms`: without regard to case, equal
 /// names by their bytes. A list longer than a run is sorted run by run, and the runs are merged by a plain

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "IO/plateforme.hpp"
@@ -13,12 +15,12 @@ namespace {
 
 class Fusion {
  public:
-  Fusion(FichierProjet &projet, std::uint32_t cible, const LotsRubriques &lots)
+  Fusion(FichierProjet &projet, std::span<const std::uint32_t> cibles, const LotsRubriques &lots)
       : projet_(projet),
-        cible_(cible),
+        cibles_(cibles.begin(), cibles.end()),
         lots_(lots),
-        debut_(projet.premier_enfant(cible)),
-        fin_(projet.nb_rubriques() + 1) {}
+        debut_(projet.nb_rubriques() + 1),
+        fin_(debut_) {}
 
   ResultatFusion applique() {
     if (lots_.nombre() == 0) return ResultatFusion::faite;
@@ -34,46 +36,55 @@ class Fusion {
   }
 
  private:
+  /// The new records of one target, as ranks in the order of their stream.
+  struct Flux {
+    std::vector<std::uint64_t> ordre;
+    std::size_t lots = 0;
+  };
+
   [[nodiscard]] std::uint64_t anciens() const { return fin_ - debut_; }
 
-  // The ranks of the target's new records in the order of their stream, and the lots of the new folders in
-  // ascending order of folder. Several lots of the target come from several paths of one operation, each an
-  // insertion of its own: together they make one sorted stream.
+  // The streams of the targets in ascending order of folder, and the lots of the new folders likewise.
+  // Several lots of one target come from several paths of one operation, each an insertion of its own:
+  // together they make one sorted stream.
   bool classe_lots() {
-    std::size_t lots_cible = 0;
     for (const LotRubriques &lot : lots_.lots()) {
-      if (lot.pere != cible_) {
+      if (!cibles_.contains(lot.pere)) {
         nouveaux_.push_back(lot);
         continue;
       }
-      ++lots_cible;
-      for (std::uint64_t i = 0; i < lot.nombre; ++i) ordre_.push_back(lot.debut + i);
+      Flux &flux = flux_[lot.pere];
+      ++flux.lots;
+      venues_ += lot.nombre;
+      for (std::uint64_t i = 0; i < lot.nombre; ++i) flux.ordre.push_back(lot.debut + i);
     }
+    if (!flux_.empty()) debut_ = projet_.premier_enfant(flux_.begin()->first);
     std::stable_sort(nouveaux_.begin(), nouveaux_.end(),
                      [](const LotRubriques &a, const LotRubriques &b) { return a.pere < b.pere; });
-    return lots_cible < 2 || trie_ordre();
+    return std::all_of(flux_.begin(), flux_.end(),
+                       [this](auto &flux) { return flux.second.lots < 2 || trie(flux.second.ordre); });
   }
 
-  bool trie_ordre() {
+  bool trie(std::vector<std::uint64_t> &ordre) const {
     struct Cle {
       std::string nom;
       std::uint64_t rang;
     };
     std::vector<Cle> cles;
     LecteurBlocs lecteur(lots_.fichier());
-    for (const std::uint64_t rang : ordre_) {
+    for (const std::uint64_t rang : ordre) {
       const RubriqueProjet *rubrique = lecteur.lit(rang);
       if (rubrique == nullptr) return echec_lecture();
       cles.push_back({lit_champ(rubrique->nom_iso), rang});
     }
     std::stable_sort(cles.begin(), cles.end(),
                      [](const Cle &a, const Cle &b) { return compare_nom_iso(a.nom, b.nom) < 0; });
-    std::transform(cles.begin(), cles.end(), ordre_.begin(), [](const Cle &cle) { return cle.rang; });
+    std::transform(cles.begin(), cles.end(), ordre.begin(), [](const Cle &cle) { return cle.rang; });
     return true;
   }
 
-  // The file's part from the target's run on, as it will be, in a temporary file; and as it is, to go back
-  // to. Of the old and the new stream a new record goes first when its `nom_iso` is lower.
+  // The file's part from the first target's run on, as it will be, in a temporary file; and as it is, to go
+  // back to. Of the old and the new stream a new record goes first when its `nom_iso` is lower.
   bool prepare_suite() {
     suite_ = plateforme::fichier_anonyme();
     avant_ = plateforme::fichier_anonyme();
@@ -82,22 +93,21 @@ class Fusion {
     LecteurBlocs vieux(avant_);
     LecteurBlocs neufs(lots_.fichier());
     EcrivainBlocs sortie(suite_, 0);
+    auto flux = flux_.begin();
     std::size_t n = 0;
-    for (std::uint64_t v = 0; v < anciens(); ++v) {
-      const RubriqueProjet *vieille = vieux.lit(v);
-      if (vieille == nullptr) return echec_lecture();
-      for (; n < ordre_.size(); ++n) {
-        const RubriqueProjet *neuve = neufs.lit(ordre_[n]);
+    for (std::uint64_t v = 0; v <= anciens(); ++v) {
+      const RubriqueProjet *vieille = v < anciens() ? vieux.lit(v) : nullptr;
+      if (v < anciens() && vieille == nullptr) return echec_lecture();
+      while (flux != flux_.end() && (vieille == nullptr || flux->first <= vieille->pere)) {
+        const RubriqueProjet *neuve = neufs.lit(flux->second.ordre[n]);
         if (neuve == nullptr) return echec_lecture();
-        if (vieille->pere == cible_ && !avant(*neuve, *vieille)) break;
+        if (vieille != nullptr && flux->first == vieille->pere && !avant(*neuve, *vieille)) break;
         sortie.ecrit(*neuve);
+        if (++n < flux->second.ordre.size()) continue;
+        ++flux;
+        n = 0;
       }
-      sortie.ecrit(*vieille);
-    }
-    for (; n < ordre_.size(); ++n) {
-      const RubriqueProjet *neuve = neufs.lit(ordre_[n]);
-      if (neuve == nullptr) return echec_lecture();
-      sortie.ecrit(*neuve);
+      if (vieille != nullptr) sortie.ecrit(*vieille);
     }
     return sortie.termine();
   }
@@ -108,8 +118,8 @@ class Fusion {
 
   bool ajoute_a_la_fin() {
     Fichier &projet = projet_.fichier();
-    if (!copie(suite_, anciens(), projet, fin_, ordre_.size())) return false;
-    EcrivainBlocs sortie(projet, fin_ + ordre_.size());
+    if (!copie(suite_, anciens(), projet, fin_, venues_)) return false;
+    EcrivainBlocs sortie(projet, fin_ + venues_);
     LecteurBlocs neufs(lots_.fichier());
     for (const LotRubriques &lot : nouveaux_) {
       for (std::uint64_t i = 0; i < lot.nombre; ++i) {
@@ -147,19 +157,21 @@ class Fusion {
   }
 
   FichierProjet &projet_;
-  std::uint32_t cible_;
+  std::unordered_set<std::uint32_t> cibles_;
   const LotsRubriques &lots_;
-  std::uint64_t debut_, fin_;  // ranks: the target's run, the end of the file
-  std::vector<std::uint64_t> ordre_;
+  std::uint64_t debut_, fin_;  // ranks: the first target's run, the end of the file
+  std::map<std::uint32_t, Flux> flux_;
+  std::uint64_t venues_ = 0;  // records of all targets
   std::vector<LotRubriques> nouveaux_;
   Fichier suite_, avant_;
 };
 
 }  // namespace
 
-ResultatFusion fusionne_lots_projet(FichierProjet &projet, std::uint32_t cible, const LotsRubriques &lots) {
+ResultatFusion fusionne_lots_projet(FichierProjet &projet, std::span<const std::uint32_t> cibles,
+                                    const LotsRubriques &lots) {
   errno = 0;
-  return Fusion(projet, cible, lots).applique();
+  return Fusion(projet, cibles, lots).applique();
 }
 
 }  // namespace varnion

@@ -35,7 +35,8 @@ bool LotsRubriques::ouvre() {
 std::uint64_t LotsRubriques::ajoute(const RubriqueProjet &rubrique) {
   const std::uint64_t rang = nombre();
   const bool separe = std::exchange(separe_, false);
-  if (separe || lots_.empty() || lots_.back().pere != rubrique.pere) lots_.push_back({rubrique.pere, rang, 0});
+  if (separe || lots_.empty() || lots_.back().pere != rubrique.pere)
+    lots_.push_back({rubrique.pere, rang, 0});
   ++lots_.back().nombre;
   tampon_.push_back(rubrique);
   if (tampon_.size() == kParTampon) vide_tampon();

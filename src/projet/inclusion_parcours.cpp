@@ -61,7 +61,39 @@ ParcoursInclusion::ParcoursInclusion(FichierProjet &projet, std::uint32_t dossie
       dernier_dossier_(projet.dernier_dossier()),
       dernier_fichier_(projet.dernier_fichier()) {
   bilan_.dossier = dossier;
+  cibles_.push_back({dossier});
   if (dossier == kRacine && vue_cible_ == kVueRacine) vue_cible_ = projet.vue_courante();
+}
+
+void ParcoursInclusion::change_cible(std::uint32_t dossier, int vue) {
+  bilan_.dossier = dossier;
+  cibles_.push_back({dossier});
+  presents_ = NomsPresents(projet_, dossier);
+  venus_.clear();
+  vue_cible_ = dossier == kRacine && vue == kVueRacine ? projet_.vue_courante() : vue;
+  remonte_ = true;
+}
+
+void ParcoursInclusion::ajoute_rubrique(RubriqueProjet rubrique) {
+  if (!commence() || arret() || !numeros_restent(dernier_fichier_)) return;
+  rubrique.pere = bilan_.dossier;
+  rubrique.numero = 0U - ++dernier_fichier_;
+  secteurs_ += secteurs_rubrique(rubrique);
+  lots_.separe();
+  lots_.ajoute(rubrique);
+  presents_.ajoute(rubrique);
+  ++bilan_.fichiers;
+  ++bilan_.fichiers_niveau;
+  ++cibles_.back().fichiers;
+  operations().journal(GenreJournal::information, message(1090, {chemin_source(rubrique)}));
+}
+
+// False, after a message, when no number is left behind the last one given: the scan has failed then.
+bool ParcoursInclusion::numeros_restent(std::uint32_t dernier) {
+  if (dernier != kNumeroMax) return true;
+  bilan_.echoue = true;
+  operations().afficher_erreur(charger_chaine(kMessageNumeros));
+  return false;
 }
 
 int ParcoursInclusion::deja_present(std::string_view nom, std::string_view chemin) const {
@@ -143,6 +175,8 @@ void ParcoursInclusion::reprend_comptes(const Niveau &niveau) {
   if (!niveau.place) {
     bilan_.dossiers_niveau += niveau.dossiers;
     bilan_.fichiers_niveau += niveau.fichiers;
+    cibles_.back().dossiers += niveau.dossiers;
+    cibles_.back().fichiers += niveau.fichiers;
   } else if (niveau.dossiers != 0 || niveau.fichiers != 0) {
     lots_.pose_comptes(*niveau.place, niveau.dossiers, niveau.fichiers);
     RubriqueProjet comptes;
@@ -235,10 +269,7 @@ void ParcoursInclusion::dossier(Niveau &niveau, const DonneesRecherche &entree, 
   auto interieur =
       chemin.size() + 1 < kPlace ? chemin + "/" : plateforme::chemin_utilisable(chemin + "/", kPlace);
   if (!interieur) return signale(message(kMessageNomImpossible, {court(chemin)}));
-  if (dernier_dossier_ == kNumeroMax) {
-    bilan_.echoue = true;
-    return operations().afficher_erreur(charger_chaine(kMessageNumeros));
-  }
+  if (!numeros_restent(dernier_dossier_)) return;
   RubriqueProjet rubrique = rubrique_neuve(niveau, entree, nom);
   rubrique.lg_source = 0U;
   rubrique.numero = ++dernier_dossier_;
@@ -261,10 +292,7 @@ void ParcoursInclusion::dossier(Niveau &niveau, const DonneesRecherche &entree, 
 void ParcoursInclusion::fichier(Niveau &niveau, const DonneesRecherche &entree, const std::string &nom,
                                 const std::string &chemin, const Compagnons *compagnons) {
   if (entree.taille > kTailleMax) return signale(message(kMessageTropGros, {court(chemin)}));
-  if (dernier_fichier_ == kNumeroMax) {
-    bilan_.echoue = true;
-    return operations().afficher_erreur(charger_chaine(kMessageNumeros));
-  }
+  if (!numeros_restent(dernier_fichier_)) return;
   RubriqueProjet rubrique = rubrique_neuve(niveau, entree, nom);
   rubrique.numero = 0U - ++dernier_fichier_;
   const Fichier source = acces_.ouvre(chemin);
@@ -317,7 +345,7 @@ void ParcoursInclusion::icone(Niveau &niveau, RubriqueProjet rubrique) {
   } else if (niveau.place) {
     lots_.pose_icone(*niveau.place);
   } else {
-    icone_cible_ = true;
+    cibles_.back().icone = true;
   }
 }
 
@@ -325,6 +353,13 @@ void ParcoursInclusion::icone(Niveau &niveau, RubriqueProjet rubrique) {
 // is the folder that lists it; where it is not, all ancestors are compared.
 bool ParcoursInclusion::boucle(const std::string &chemin, std::size_t profondeur) const {
   if (plateforme::meme_fichier(chemin + "/..", ancetres_[profondeur])) return false;
+  if (remonte_) {
+    for (std::string haut = ancetres_[0]; haut.find_last_not_of('/') != std::string::npos;) {
+      haut.resize(haut.find_last_not_of('/') + 1);
+      haut.resize(haut.rfind('/') == std::string::npos ? 0 : haut.rfind('/') + 1);
+      if (plateforme::meme_fichier(chemin, haut)) return true;
+    }
+  }
   return std::any_of(
       ancetres_.begin(), ancetres_.begin() + static_cast<std::ptrdiff_t>(profondeur) + 1,
       [&chemin](const std::string &ancetre) { return plateforme::meme_fichier(chemin, ancetre); });

@@ -16,6 +16,13 @@
 
 namespace varnion {
 
+/// What one folder of the project received from a scan.
+struct CibleInclusion {
+  std::uint32_t numero = 0;
+  std::uint64_t dossiers = 0, fichiers = 0;  ///< added directly to it
+  bool icone = false;                        ///< it takes a custom icon
+};
+
 /// One scan: walks the disk depth first, level by level, and gathers the records in temporary files. All
 /// items of a folder are numbered before those of its first subfolder. The project is only read; what is to
 /// be done to it at the end is told by the accessors.
@@ -24,6 +31,10 @@ class ParcoursInclusion {
   ParcoursInclusion(FichierProjet &projet, std::uint32_t dossier, const OptionsInclusion &options,
                     ReponsesVues &reponses);
 
+  /// The items that follow go into another folder of the project, `vue` being its view code.
+  void change_cible(std::uint32_t dossier, int vue);
+  /// Puts a finished record of a file into the target, under the next number.
+  void ajoute_rubrique(RubriqueProjet rubrique);
   /// Scans one entry of the disk folder `dossier_disque` (ending in "/") into the target, with all below it.
   void ajoute_element(const std::string &dossier_disque, const plateforme::DonneesRecherche &entree);
   /// Scans the content of a disk folder into the target.
@@ -41,7 +52,8 @@ class ParcoursInclusion {
   [[nodiscard]] const BilanInclusion &bilan() const { return bilan_; }
   [[nodiscard]] LotsRubriques &lots() { return lots_; }
   [[nodiscard]] bool icone_volume() const { return icone_volume_; }
-  [[nodiscard]] bool icone_cible() const { return icone_cible_; }
+  /// The targets, each time that one was taken up.
+  [[nodiscard]] const std::vector<CibleInclusion> &cibles() const { return cibles_; }
   /// Sectors that the new items add to the estimate.
   [[nodiscard]] std::uint64_t secteurs() const { return secteurs_; }
   /// The new folders: number and folder that holds it.
@@ -66,6 +78,7 @@ class ParcoursInclusion {
 
   bool commence();
   bool arret();
+  [[nodiscard]] bool numeros_restent(std::uint32_t dernier);
   void descend();
   void scanne(Niveau &niveau);
   void element(Niveau &niveau, const plateforme::DonneesRecherche &entree, const std::string &nom,
@@ -97,10 +110,12 @@ class ParcoursInclusion {
   std::vector<std::string> ancetres_;  // disk folders on the way to the level at hand
   BilanInclusion bilan_;
   int vue_cible_ = kVueRacine;
+  std::vector<CibleInclusion> cibles_;
+  bool remonte_ = false;  ///< a link is compared with the folders above the target's too
   std::uint32_t dernier_dossier_, dernier_fichier_;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> dossiers_;
   std::uint64_t secteurs_ = 0;
-  bool icone_volume_ = false, icone_cible_ = false;
+  bool icone_volume_ = false;
 };
 
 /// The name under which an entry is kept: its long name, or the short one where the long name has characters

@@ -51,7 +51,13 @@ bool retire_sous_arbre(FichierProjet &projet, std::uint32_t sommet, std::uint64_
   return projet.retire_si(depart, condamnee).has_value() || echec_ecriture_projet(projet.chemin());
 }
 
-bool confirme_dossier(const FichierProjet &projet, const RubriqueProjet &dossier) {
+}  // namespace
+
+ReponsesProjet &reponses_projet() {
+  return etat<ReponsesProjet>();
+}
+
+bool confirme_suppression(const FichierProjet &projet, const RubriqueProjet &dossier) {
   if (std::uint64_t{dossier.lg_data} + dossier.lg_rsrc == 0) return true;
   if ((etat<OptionsProgramme>().options & kOptionSansConfirmation) != 0) return true;
   int &reponse = reponses_projet().dossier_plein;
@@ -60,12 +66,6 @@ bool confirme_dossier(const FichierProjet &projet, const RubriqueProjet &dossier
   const int dite = operations().demander_tous(message(1163, {nom}));
   if (dite == -1 || dite == 2) reponse = dite;
   return dite > 0;
-}
-
-}  // namespace
-
-ReponsesProjet &reponses_projet() {
-  return etat<ReponsesProjet>();
 }
 
 Suppression suppression_rubrique(FichierProjet &projet, std::uint32_t numero, std::uint32_t pere) {
@@ -79,7 +79,7 @@ Suppression suppression_rubrique(FichierProjet &projet, std::uint32_t numero, st
     echec_ecriture_projet(projet.chemin());
     return Suppression::echec;
   }
-  if (!confirme_dossier(projet, rubrique)) return Suppression::refusee;
+  if (!confirme_suppression(projet, rubrique)) return Suppression::refusee;
   return retire_sous_arbre(projet, numero, *rang) ? Suppression::dossier : Suppression::echec;
 }
 
