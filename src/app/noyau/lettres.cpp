@@ -1,6 +1,7 @@
 #include "app/noyau/lettres.hpp"
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/sous_commandes.hpp"
 #include "app/noyau/actions_unpack.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
@@ -102,9 +103,13 @@ int label(TacheLettre &tache) {
   return statut(enregistre_projet(*projet) && fait);
 }
 
-// With C, a compressed image to the value path.
+int hybride(TacheLettre &tache) {
+  return commande_hybrid(tache.contexte);
+}
+
+// With C, a compressed image to the value path; with H, a hybrid image parted.
 int image_defaite(TacheLettre &tache) {
-  if (tache.commande.option != 'C') return pas_encore(tache);
+  if (tache.commande.option == 'H') return commande_dehybrid(tache.contexte);
   if (tache.valeur.empty()) return kUsage;
   const auto cible = chemin_argument(tache.valeur);
   return cible ? decompresse_vers(tache.contexte, tache.chemin, *cible, false) : kEchec;
@@ -112,7 +117,7 @@ int image_defaite(TacheLettre &tache) {
 
 constexpr FicheLettre kFiches[] = {
     {'C', "-HI", 1, compile, 6601, 6651},         {'D', "CH", 1, image_defaite, 6602, 6652},
-    {'F', kOptionsVue, 2, dossier, 6603, 6653},   {'H', "-", 2, pas_encore, 6604, 6654},
+    {'F', kOptionsVue, 2, dossier, 6603, 6653},   {'H', "-", 2, hybride, 6604, 6654},
     {'I', kOptionsVue, 2, inclusion, 6605, 6655}, {'L', kOptionsVue, 2, label, 6606, 6656},
     {'R', "-J", 1, pas_encore, 6607, 6657},
 };
@@ -143,6 +148,9 @@ int execute_lettre(ContexteCli &contexte, CommandeLettre commande) {
   if (fiche == nullptr || positions.size() < fiche->arguments || positions.size() > 2) return kUsage;
   TacheLettre tache{contexte, commande, {}, positions.size() > 1 ? positions[1] : std::string()};
   if (fiche->execute == pas_encore) return pas_encore(tache);
+  // These two work on images of any name.
+  if (fiche->execute == hybride || (fiche->execute == image_defaite && commande.option == 'H'))
+    return fiche->execute(tache);
   const auto chemin = chemin_argument(positions[0]);
   if (!chemin) return kEchec;
   tache.chemin = *chemin;

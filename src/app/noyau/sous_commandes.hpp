@@ -38,6 +38,10 @@ struct SousCommande {
 [[nodiscard]] int commande_compile(ContexteCli &contexte);
 [[nodiscard]] int commande_master(ContexteCli &contexte);
 [[nodiscard]] int commande_unpack(ContexteCli &contexte);
+[[nodiscard]] int commande_hybrid(ContexteCli &contexte);
+[[nodiscard]] int commande_dehybrid(ContexteCli &contexte);
+[[nodiscard]] int commande_track_raw(ContexteCli &contexte);
+[[nodiscard]] int commande_track_video(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);
