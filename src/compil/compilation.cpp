@@ -10,6 +10,7 @@
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "projet/arborescence.hpp"
+#include "projet/reconstruction.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -31,7 +32,7 @@ constexpr int kCibleEstProjet = 6323;  // path
 constexpr int kPassageHfsplus = 6324;  // classic HFS cannot hold the project
 constexpr int kRepriseJournal = 6325;  // journal
 constexpr int kRepriseVaine = 6327;
-constexpr int kSansReconstruction = 6328;
+constexpr int kReconstruction = 1339;
 constexpr int kVueDemandeeVide = 6331;
 constexpr int kExtensionIso = 1370;
 constexpr int kExtensionMac = 1411;
@@ -58,6 +59,7 @@ class Compilation {
   bool choisit_taille_bloc();
   bool passe_en_hfsplus();
   bool nomme();
+  bool reconstruit();
   bool compte();
   bool annonce();
   bool ouvre_cible();
@@ -212,9 +214,18 @@ bool Compilation::compte() {
   return true;
 }
 
+// Brings the project up to date with the disk first, where its head asks for it.
+bool Compilation::reconstruit() {
+  ctx_.reconstruire = entete_.reconstruire();
+  if (!ctx_.reconstruire) return true;
+  operations().afficher_etat_seul(charger_chaine(kReconstruction));
+  if (reconstruction_projet(projet_).abouti) return projet_.lit_entete(entete_) || erreur_cible(errno);
+  if (operations().arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
+  return false;
+}
+
 // What the disc will be, for the progress display.
 bool Compilation::annonce() {
-  if (entete_.reconstruire()) operations().afficher_avis(charger_chaine(kSansReconstruction));
   const std::uint64_t secteurs = ctx_.secteurs + (demande_.postgap ? kSecteursPostgap : 0);
   const std::string taille = std::to_string(quotient_haut<std::uint64_t>(secteurs, 512)) + " MB";
   return suivi_.trace("==>Calling the compiler./Appel du compilateur.") &&
@@ -265,7 +276,8 @@ bool Compilation::termine(int resultat) {
 BilanCompilation Compilation::lance() {
   BilanCompilation bilan;
   operations().afficher_etat(charger_chaine(kCalculEnCours), charger_chaine(kPatience));
-  const bool pret = choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && compte();
+  const bool pret =
+      choisit_nature() && verifie_cible() && choisit_taille_bloc() && nomme() && reconstruit() && compte();
   operations().afficher_etat({}, {});
   bilan.nature = ctx_.nature;
   if (!pret || !annonce() || !ouvre_cible()) return bilan;

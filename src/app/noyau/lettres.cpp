@@ -1,8 +1,9 @@
 #include "app/noyau/lettres.hpp"
 
 #include "app/noyau/actions_projet.hpp"
-#include "app/noyau/sous_commandes.hpp"
+#include "app/noyau/actions_refresh.hpp"
 #include "app/noyau/actions_unpack.hpp"
+#include "app/noyau/sous_commandes.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
@@ -12,7 +13,6 @@ namespace varnion {
 namespace {
 
 constexpr int kAjouts = 6550;
-constexpr int kPasEncore = 6560;
 constexpr int kSansEffet = 6561;
 constexpr std::size_t kCheminMessage = 50;
 constexpr std::string_view kExtensionImage = "ISO";
@@ -38,11 +38,6 @@ int sans_effet(TacheLettre &tache) {
   operations().afficher_avis(
       message(kSansEffet, {montre(tache.commande), tronque_chemin(tache.chemin, kCheminMessage)}));
   return kFait;
-}
-
-int pas_encore(TacheLettre &tache) {
-  operations().afficher_erreur(message(kPasEncore, {montre(tache.commande)}));
-  return kEchec;
 }
 
 // The project of a path, made when there is none.
@@ -107,6 +102,16 @@ int hybride(TacheLettre &tache) {
   return commande_hybrid(tache.contexte);
 }
 
+int reconstruction(TacheLettre &tache) {
+  std::optional<std::string> journal;
+  if (tache.commande.option == 'J') {
+    if (tache.valeur.empty()) return kUsage;
+    journal = chemin_argument(tache.valeur);
+    if (!journal) return kEchec;
+  }
+  return reconstruit_projet(tache.contexte, tache.chemin, journal);
+}
+
 // With C, a compressed image to the value path; with H, a hybrid image parted.
 int image_defaite(TacheLettre &tache) {
   if (tache.commande.option == 'H') return commande_dehybrid(tache.contexte);
@@ -119,7 +124,7 @@ constexpr FicheLettre kFiches[] = {
     {'C', "-HI", 1, compile, 6601, 6651},         {'D', "CH", 1, image_defaite, 6602, 6652},
     {'F', kOptionsVue, 2, dossier, 6603, 6653},   {'H', "-", 2, hybride, 6604, 6654},
     {'I', kOptionsVue, 2, inclusion, 6605, 6655}, {'L', kOptionsVue, 2, label, 6606, 6656},
-    {'R', "-J", 1, pas_encore, 6607, 6657},
+    {'R', "-J", 1, reconstruction, 6607, 6657},
 };
 
 constexpr OptionCli kOptions[] = {{"signatures", '\0', 6704, ""}};
@@ -147,7 +152,6 @@ int execute_lettre(ContexteCli &contexte, CommandeLettre commande) {
   const auto &positions = contexte.arguments.positions;
   if (fiche == nullptr || positions.size() < fiche->arguments || positions.size() > 2) return kUsage;
   TacheLettre tache{contexte, commande, {}, positions.size() > 1 ? positions[1] : std::string()};
-  if (fiche->execute == pas_encore) return pas_encore(tache);
   // These two work on images of any name.
   if (fiche->execute == hybride || (fiche->execute == image_defaite && commande.option == 'H'))
     return fiche->execute(tache);

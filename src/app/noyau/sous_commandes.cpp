@@ -32,6 +32,9 @@ constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
                               {"hidden-ext", '\0', 6726, kOuiNon},
                               {"custom-icon", '\0', 6727, kOuiNon},
                               {"recursive", 'R', 6728}};
+constexpr OptionCli kRefresh[] = {{"accept", '\0', 6766, "all|deletions|additions|modifications"},
+                                  {"additions", '\0', 6767}};
+constexpr OptionCli kRebuild[] = {{"log", '\0', 6768, ""}};
 constexpr OptionCli kCompile[] = {{"output", 'o', 6730, ""},
                                   {"kind", '\0', 6731, kNatures},
                                   {"no-postgap", '\0', 6732},
@@ -53,6 +56,9 @@ constexpr SousCommande kCommandes[] = {
     {"project", "rm", 2, kSansFin, kRm, commande_projet_rm, 6616, 6666},
     {"project", "rename", 3, 3, kRename, commande_projet_rename, 6617, 6667},
     {"project", "set", 2, kSansFin, kSet, commande_projet_set, 6618, 6668},
+    {"project", "refresh", 1, 1, kRefresh, commande_projet_refresh, 6760, 6763},
+    {"project", "rebuild", 1, 1, kRebuild, commande_projet_rebuild, 6761, 6764},
+    {"project", "move-path", 3, 3, {}, commande_projet_move_path, 6762, 6765},
     {"", "compile", 1, 1, kCompile, commande_compile, 6619, 6669},
     {"", "master", 1, kSansFin, kMaster, commande_master, 6620, 6670},
     {"", "unpack", 2, 2, kUnpack, commande_unpack, 6705, 6706},

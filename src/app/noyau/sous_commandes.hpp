@@ -35,6 +35,9 @@ struct SousCommande {
 [[nodiscard]] int commande_projet_rm(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_rename(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_set(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_refresh(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_rebuild(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_move_path(ContexteCli &contexte);
 [[nodiscard]] int commande_compile(ContexteCli &contexte);
 [[nodiscard]] int commande_master(ContexteCli &contexte);
 [[nodiscard]] int commande_unpack(ContexteCli &contexte);
