@@ -20,10 +20,12 @@ namespace {
 
 constexpr std::uint8_t kCompareBinaire = 0xBC;
 
-// Reads a node into the tree's buffer; false when the file has no such place.
+// Reads a node into the tree's buffer; false when the file has no such place. What a shortened image lacks
+// reads as zeros, which no walk takes for a node; the node read before must not pass for this one.
 bool lit_noeud_disque(DescripteurArbre &arbre, std::uint32_t noeud) {
   const std::uint64_t position = position_noeud(arbre, noeud);
   if (position == kSansPosition) return false;
+  std::fill_n(arbre.tampon, arbre.taille_noeud, std::uint8_t{0});
   lit_secteurs(arbre.tampon, position, arbre.taille_noeud / kTailleSecteur);
   return true;
 }
