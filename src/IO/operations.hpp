@@ -28,6 +28,13 @@ struct Operations {
   /// number of characters. True and the name in `nom`, or false when the user gives up.
   [[nodiscard]] virtual bool demander_nom(std::string_view legende, std::string &nom, std::size_t limite) = 0;
 
+  /// A message with the box "Remember my answer and don't ask again": true when the user ticked it. Shown as
+  /// a notice, and never ticked, where there is no such form.
+  [[nodiscard]] virtual bool annoncer_retenir(std::string_view texte) {
+    afficher_avis(texte);
+    return false;
+  }
+
   /// Status line: both texts joined by one blank; both empty clears it.
   virtual void afficher_etat(std::string_view texte, std::string_view second) = 0;
   virtual void afficher_etat_seul(std::string_view texte) = 0;

@@ -172,6 +172,11 @@ int Console::demander_tous(std::string_view texte) {
   return 0;
 }
 
+bool Console::annoncer_retenir(std::string_view texte) {
+  if (options.interroge) afficher_avis(texte);
+  return !options.interroge;
+}
+
 bool Console::demander_nom(std::string_view legende, std::string &nom, std::size_t limite) {
   const std::string propose = coupe_nom(nom, limite);
   if (!options.interroge) {

@@ -35,6 +35,8 @@ class Console final : public Operations {
   int demander_tous(std::string_view texte) override;
   /// Without `interroge`: the name cut by `coupe_nom`. An empty line takes that proposal too.
   bool demander_nom(std::string_view legende, std::string &nom, std::size_t limite) override;
+  /// Without `interroge`: ticked and not shown; what is left out is counted by the caller.
+  bool annoncer_retenir(std::string_view texte) override;
   void afficher_etat(std::string_view texte, std::string_view second) override;
   void afficher_etat_seul(std::string_view texte) override;
   void progression_debut(std::uint64_t /*pas*/) override {}
