@@ -1,6 +1,9 @@
 #include "fichiers/applesimple.hpp"
 
 #include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
 
 #include "IO/plateforme.hpp"
 
@@ -123,6 +126,78 @@ std::optional<std::string> signature_apple(std::string_view nom) {
   const Fichier fichier = plateforme::ouvre(nom, Ouverture::lecture);
   if (!fichier.ouvert()) return std::nullopt;
   return signature_apple(Debut(fichier).vue_lue());
+}
+
+namespace {
+
+constexpr std::uint32_t kVersionApple = 0x00020000;
+
+/// Entry 8. RFC 1740 counts its dates from the year 2000 in UTC; here they stand as the catalog holds them,
+/// in seconds since 1904. Nothing here reads them back.
+struct DatesApple {
+  be32 creation;      // 0
+  be32 modification;  // 4
+  be32 acces;         // 8   the constant "unknown" for a file of HFS
+  be32 sauvegarde;    // 12
+};
+
+DatesApple dates_apple(const DatesMac &dates) {
+  return {dates.creation, dates.modification, dates.acces, dates.sauvegarde};
+}
+
+/// Head and table in front of entries of these lengths, which follow in their order.
+std::vector<std::uint8_t> tete_apple(std::uint32_t magie,
+                                     std::span<const std::pair<std::uint32_t, std::uint64_t>> entrees) {
+  TeteApple tete;
+  tete.magie = magie;
+  tete.version = kVersionApple;
+  tete.nb_entrees = static_cast<std::uint16_t>(entrees.size());
+  const auto octets_tete = octets_de(tete);
+  std::vector<std::uint8_t> octets(octets_tete.begin(), octets_tete.end());
+  std::uint64_t position = sizeof(TeteApple) + entrees.size() * sizeof(EntreeApple);
+  for (const auto &[id, longueur] : entrees) {
+    const EntreeApple entree{id, static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(longueur)};
+    const auto octets_entree = octets_de(entree);
+    octets.insert(octets.end(), octets_entree.begin(), octets_entree.end());
+    position += longueur;
+  }
+  return octets;
+}
+
+// Both forms, which differ by the magic and the data fork at the end. What the 32 bits of the table do not
+// hold is refused, for its reader would find another file.
+ResultatEcriture ecrit_apple(const Fichier &cible, const ElementFichier &element, bool simple) {
+  const std::array<std::pair<std::uint32_t, std::uint64_t>, 4> entrees{{
+      {kEntreeDates, sizeof(DatesApple)},
+      {kEntreeFinder, element.info_finder.size()},
+      {kEntreeRessource, element.rsrc.longueur},
+      {kEntreeData, element.data.longueur},
+  }};
+  const std::size_t nombre = simple ? 4 : 3;
+  const auto tete =
+      tete_apple(simple ? kMagieAppleSingle : kMagieAppleDouble, std::span(entrees).first(nombre));
+  const std::uint64_t place = std::numeric_limits<std::uint32_t>::max() - tete.size() - sizeof(DatesApple) -
+                              element.info_finder.size();
+  if (element.rsrc.longueur > place) return ResultatEcriture::trop_grand;
+  if (simple && element.data.longueur > std::numeric_limits<std::uint32_t>::max())
+    return ResultatEcriture::trop_grand;
+  SortieConteneur sortie(cible);
+  sortie.ecrit(tete);
+  sortie.ecrit(octets_de(dates_apple(element.dates)));
+  sortie.ecrit(element.info_finder);
+  sortie.verse(element.rsrc);
+  if (simple) sortie.verse(element.data);
+  return sortie.resultat();
+}
+
+}  // namespace
+
+ResultatEcriture ecrit_applesingle(const Fichier &cible, const ElementFichier &element) {
+  return ecrit_apple(cible, element, true);
+}
+
+ResultatEcriture ecrit_appledouble(const Fichier &cible, const ElementFichier &element) {
+  return ecrit_apple(cible, element, false);
 }
 
 }  // namespace varnion

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "fichiers/ecriture.hpp"
+#include "fichiers/element.hpp"
 #include "fichiers/plage.hpp"
 #include "IO/fichier.hpp"
 #include "IO/octets.hpp"
@@ -85,5 +87,11 @@ struct FourchesApple {
 [[nodiscard]] std::optional<std::string> signature_apple(std::span<const std::uint8_t> debut);
 /// The same on the file named `nom`.
 [[nodiscard]] std::optional<std::string> signature_apple(std::string_view nom);
+
+/// Writes the file as AppleSingle to `cible`, an empty file open for writing: dates, Finder info, resource
+/// fork, data fork. There is no entry for the name.
+[[nodiscard]] ResultatEcriture ecrit_applesingle(const Fichier &cible, const ElementFichier &element);
+/// Writes the companion of the file, all but its data fork, to `cible`, an empty file open for writing.
+[[nodiscard]] ResultatEcriture ecrit_appledouble(const Fichier &cible, const ElementFichier &element);
 
 }  // namespace varnion

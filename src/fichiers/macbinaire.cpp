@@ -1,6 +1,9 @@
 #include "fichiers/macbinaire.hpp"
 
 #include <algorithm>
+#include <limits>
+
+#include "noms/texte.hpp"
 
 namespace varnion {
 
@@ -79,6 +82,37 @@ PlageFourche plage_data_macbinaire(const TeteMacBinaire &tete, std::uint64_t lg_
 
 PlageFourche plage_rsrc_macbinaire(const TeteMacBinaire &tete, std::uint64_t lg_fichier) {
   return plage_bornee(position_ressource(tete.lg_data), tete.lg_rsrc, lg_fichier);
+}
+
+TeteMacBinaire tete_macbinaire(const ElementFichier &element) {
+  TeteMacBinaire tete;
+  std::string_view nom = sans_blancs_debut(element.nom);
+  if (nom.empty()) nom = element.nom;  // a head without a name is none
+  nom = nom.substr(0, std::min(nom.find('\0'), kNomMacBinaireMax));
+  tete.lg_nom = static_cast<std::uint8_t>(nom.size());
+  std::copy(nom.begin(), nom.end(), tete.nom.begin());
+  const auto info = std::span(element.info_finder);
+  std::copy_n(info.begin(), tete.signature.size(), tete.signature.begin());
+  tete.drapeaux = *vue<be16>(info, 8);
+  tete.vertical = *vue<be16>(info, 10);
+  tete.horizontal = *vue<be16>(info, 12);
+  tete.lg_data = static_cast<std::uint32_t>(element.data.longueur);
+  tete.lg_rsrc = static_cast<std::uint32_t>(element.rsrc.longueur);
+  tete.date_creation = element.date_locale(element.dates.creation);
+  tete.date_modif = element.date_locale(element.dates.modification);
+  return tete;
+}
+
+// The low 32 bits of a longer fork would make a container that has lost the rest: it is refused instead.
+ResultatEcriture ecrit_macbinaire(const Fichier &cible, const ElementFichier &element) {
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
+  if (element.data.longueur > kMax || element.rsrc.longueur > kMax) return ResultatEcriture::trop_grand;
+  SortieConteneur sortie(cible);
+  sortie.ecrit(octets_de(tete_macbinaire(element)));
+  sortie.verse(element.data);
+  sortie.avance(arrondi<std::uint64_t>(sortie.position(), kPasMacBinaire) - sortie.position());
+  sortie.verse(element.rsrc);
+  return sortie.resultat();
 }
 
 }  // namespace varnion

@@ -7,6 +7,8 @@
 #include <span>
 #include <string>
 
+#include "fichiers/ecriture.hpp"
+#include "fichiers/element.hpp"
 #include "fichiers/plage.hpp"
 #include "IO/fichier.hpp"
 #include "IO/octets.hpp"
@@ -62,5 +64,11 @@ static_assert(offsetof(TeteMacBinaire, lg_data) == 83 && offsetof(TeteMacBinaire
 /// Both forks, clamped to a file of `lg_fichier` bytes.
 [[nodiscard]] PlageFourche plage_data_macbinaire(const TeteMacBinaire &tete, std::uint64_t lg_fichier);
 [[nodiscard]] PlageFourche plage_rsrc_macbinaire(const TeteMacBinaire &tete, std::uint64_t lg_fichier);
+
+/// The head of a file, dates in local time. Of a name the first 63 bytes behind its leading blanks.
+[[nodiscard]] TeteMacBinaire tete_macbinaire(const ElementFichier &element);
+/// Writes the file as MacBinary to `cible`, an empty file open for writing. A file with an empty resource
+/// fork ends at its last byte, and so does the resource fork: the published format fills both to 128 bytes.
+[[nodiscard]] ResultatEcriture ecrit_macbinaire(const Fichier &cible, const ElementFichier &element);
 
 }  // namespace varnion
