@@ -60,7 +60,7 @@ void prend_apple(const FichierPartage &fichier, Conteneur &conteneur) {
   const std::int64_t lus = fichier->lire_a(octets, 0);
   const auto debut =
       std::span<const std::uint8_t>(octets).first(static_cast<std::size_t>(std::max<std::int64_t>(lus, 0)));
-  const auto fourche = [&](std::uint32_t id, FourcheMac &cible) {
+  const auto fourche = [&](std::uint32_t id, FluxFourche &cible) {
     const auto entree = cherche_entree_apple(debut, id);
     if (!entree) return;
     cible = fourche_de_fichier(fichier, plage_bornee(entree->position, entree->longueur, taille(*fichier)));

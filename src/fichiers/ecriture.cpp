@@ -50,7 +50,7 @@ void SortieConteneur::ecrit(std::span<const std::uint8_t> octets) {
   position_ += octets.size();
 }
 
-void SortieConteneur::verse(const FourcheMac &fourche) {
+void SortieConteneur::verse(const FluxFourche &fourche) {
   if (resultat_ != ResultatEcriture::fait || fourche.longueur == 0) return;
   const std::uint64_t fin = position_ + fourche.longueur;
   const bool rendue = fourche.coule && fourche.coule([&](std::span<const std::uint8_t> octets) {
@@ -92,7 +92,7 @@ void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin, int 
     operations().afficher_erreur(message(kTropGrand, {court}));
 }
 
-ResultatEcriture ecrit_fourche(const Fichier &cible, const FourcheMac &fourche) {
+ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche) {
   SortieConteneur sortie(cible);
   sortie.verse(fourche);
   return sortie.resultat();

@@ -27,7 +27,7 @@ class SortieConteneur {
 
   void ecrit(std::span<const std::uint8_t> octets);
   /// The whole fork.
-  void verse(const FourcheMac &fourche);
+  void verse(const FluxFourche &fourche);
   /// Moves on without writing: zeros where something follows, nothing at the end of the file.
   void avance(std::uint64_t octets) { position_ += octets; }
 
@@ -64,7 +64,7 @@ class CibleFichier {
 void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin, int erreur);
 
 /// The forks alone.
-[[nodiscard]] ResultatEcriture ecrit_fourche(const Fichier &cible, const FourcheMac &fourche);
+[[nodiscard]] ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche);
 
 /// Writes the file under `chemin`, made anew, in the form that `mode` (see `mode_copie.hpp`) asks for, its
 /// companion with it. A failure is told to the user and leaves neither file. True when all was written.

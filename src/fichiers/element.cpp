@@ -17,7 +17,7 @@ std::uint32_t ElementFichier::date_locale(std::uint32_t date) const {
   return date == 0 ? 0 : date + static_cast<std::uint32_t>(decalage);
 }
 
-FourcheMac fourche_de_fichier(std::shared_ptr<const Fichier> fichier, PlageFourche plage) {
+FluxFourche fourche_de_fichier(std::shared_ptr<const Fichier> fichier, PlageFourche plage) {
   auto coule = [fichier = std::move(fichier), plage](const Puits &puits) {
     std::vector<std::uint8_t> bloc(
         static_cast<std::size_t>(std::min<std::uint64_t>(plage.longueur, kBlocFourche)));
@@ -37,7 +37,7 @@ FourcheMac fourche_de_fichier(std::shared_ptr<const Fichier> fichier, PlageFourc
   return {plage.longueur, std::move(coule)};
 }
 
-FourcheMac fourche_de_texte(std::string octets) {
+FluxFourche fourche_de_texte(std::string octets) {
   const std::uint64_t longueur = octets.size();
   return {longueur, [octets = std::move(octets)](const Puits &puits) {
             return octets.empty() ||
@@ -45,7 +45,7 @@ FourcheMac fourche_de_texte(std::string octets) {
           }};
 }
 
-Fichier fourche_en_fichier(const FourcheMac &fourche) {
+Fichier fourche_en_fichier(const FluxFourche &fourche) {
   Fichier copie = plateforme::fichier_anonyme();
   if (!copie.ouvert() || fourche.longueur == 0) return copie;
   std::uint64_t position = 0;

@@ -26,7 +26,7 @@ constexpr std::uint32_t kDateInconnue = 0x80000000;         ///< "unknown" in a 
 using Puits = std::function<bool(std::span<const std::uint8_t>)>;
 
 /// One fork of a Macintosh file.
-struct FourcheMac {
+struct FluxFourche {
   std::uint64_t longueur = 0;
   /// Gives the whole fork, in order and in large pieces; false when a read fails or the sink refuses. May be
   /// empty where the fork is.
@@ -49,7 +49,7 @@ struct ElementFichier {
   DatesMac dates;
   /// What brings the dates to local time: the time offset of an HFS+ volume, whose dates are UTC; 0 on HFS.
   std::int32_t decalage = 0;
-  FourcheMac data, rsrc;
+  FluxFourche data, rsrc;
 
   [[nodiscard]] std::string type() const { return {info_finder.begin(), info_finder.begin() + 4}; }
   [[nodiscard]] std::string createur() const { return {info_finder.begin() + 4, info_finder.begin() + 8}; }
@@ -59,12 +59,12 @@ struct ElementFichier {
 };
 
 /// A range of an open file as a fork; the file stays open as long as the fork is held.
-[[nodiscard]] FourcheMac fourche_de_fichier(std::shared_ptr<const Fichier> fichier, PlageFourche plage);
+[[nodiscard]] FluxFourche fourche_de_fichier(std::shared_ptr<const Fichier> fichier, PlageFourche plage);
 /// Bytes in memory as a fork.
-[[nodiscard]] FourcheMac fourche_de_texte(std::string octets);
+[[nodiscard]] FluxFourche fourche_de_texte(std::string octets);
 /// A fork as an unnamed temporary file, for readers that seek; closed when it cannot be read or written
 /// whole.
-[[nodiscard]] Fichier fourche_en_fichier(const FourcheMac &fourche);
+[[nodiscard]] Fichier fourche_en_fichier(const FluxFourche &fourche);
 
 enum class GenreConteneur { fichier, macbinaire, binhex, applesingle, appledouble, sfm };
 

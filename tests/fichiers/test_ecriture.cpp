@@ -32,7 +32,7 @@ ElementFichier element(std::string data, std::string rsrc) {
   return e;
 }
 
-std::string verse(const FourcheMac &fourche) {
+std::string verse(const FluxFourche &fourche) {
   std::string tout;
   if (fourche.coule) {
     EXPECT_TRUE(fourche.coule([&](std::span<const std::uint8_t> o) {
@@ -213,8 +213,8 @@ TEST_F(Ecriture, SourceQuiManque) {
   const auto echoue = [](const Puits &) { return false; };
   const auto court = [](const Puits &puits) { return puits(octets("ab")); };
   const auto long_ = [](const Puits &puits) { return puits(octets("abcd")) && puits(octets("e")); };
-  const FourcheMac fourches[] = {{4, echoue}, {4, court}, {4, long_}, {4, nullptr}};
-  for (const FourcheMac &fourche : fourches) {
+  const FluxFourche fourches[] = {{4, echoue}, {4, court}, {4, long_}, {4, nullptr}};
+  for (const FluxFourche &fourche : fourches) {
     for (const std::uint32_t mode : {kCopieData, kCopieMacBinaire, kCopieAppleSingle, kCopieAppleDouble}) {
       ElementFichier e = element("", motif(200, 5));
       e.data = fourche;
