@@ -77,19 +77,19 @@ std::string nom_compagnon(std::string_view chemin) {
   const std::size_t separateur = chemin.find_last_of("/\\");
   const std::size_t debut = separateur == std::string_view::npos ? 0 : separateur + 1;
   std::string resultat(chemin.substr(0, debut));
-  resultat += "._";
+  resultat += kPrefixeCompagnon;
   resultat += chemin.substr(debut);
   return resultat;
 }
 
 Fichier ouvre_compagnon(std::string_view chemin) {
-  Fichier compagnon = plateforme::ouvre_voisin(chemin, "._");
+  Fichier compagnon = plateforme::ouvre_voisin(chemin, kPrefixeCompagnon);
   return compagnon.ouvert() ? std::move(compagnon)
                             : plateforme::ouvre(nom_compagnon(chemin), Ouverture::lecture);
 }
 
 bool est_nom_compagnon(std::string_view nom) {
-  return nom.starts_with("._");
+  return nom.starts_with(kPrefixeCompagnon);
 }
 
 PlageFourche taille_entree_apple(const Fichier &compagnon) {

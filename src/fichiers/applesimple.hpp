@@ -21,6 +21,7 @@ namespace varnion {
 
 constexpr std::uint32_t kMagieAppleSingle = 0x00051600;
 constexpr std::uint32_t kMagieAppleDouble = 0x00051607;
+constexpr std::string_view kPrefixeCompagnon = "._";
 constexpr std::size_t kLectureApple = 512;      ///< bytes that the readers look at
 constexpr std::size_t kLectureAppleScan = 256;  ///< bytes that the inclusion scan and the compiler look at
 

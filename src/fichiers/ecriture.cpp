@@ -19,22 +19,24 @@ namespace {
 constexpr int kErreurEcriture = 6120;
 constexpr int kErreurLecture = 6121;
 constexpr int kTropGrand = 6122;
+constexpr int kResteInacheve = 6123;
+constexpr int kSansDate = 6124;
 constexpr std::size_t kCheminMessage = 80;
 
 struct EtatCopie {
   std::uint32_t mode = kCopieData;
 };
 
-ResultatEcriture ecrit_forme(std::uint32_t mode, const CibleFichier &cible, const ElementFichier &element) {
+ResultatEcriture ecrit_forme(std::uint32_t mode, const Fichier &cible, const ElementFichier &element) {
   switch (mode & kMasqueModeCopie) {
     case kCopieRessource:
-      return ecrit_fourche(cible.fichier(), element.rsrc);
+      return ecrit_fourche(cible, element.rsrc);
     case kCopieMacBinaire:
-      return ecrit_macbinaire(cible.fichier(), element);
+      return ecrit_macbinaire(cible, element);
     case kCopieAppleSingle:
-      return ecrit_applesingle(cible.fichier(), element);
+      return ecrit_applesingle(cible, element);
     default:
-      return ecrit_fourche(cible.fichier(), element.data);
+      return ecrit_fourche(cible, element.data);
   }
 }
 
@@ -62,28 +64,36 @@ void SortieConteneur::verse(const FluxFourche &fourche) {
     resultat_ = ResultatEcriture::lecture;
 }
 
-CibleFichier::CibleFichier(std::string chemin, Ouverture mode)
-    : chemin_(std::move(chemin)), fichier_(plateforme::ouvre(chemin_, mode)) {}
+CibleFichier::CibleFichier(const DossierSortie &dossier, std::string nom, bool remplace)
+    : dossier_(dossier), nom_(std::move(nom)), fichier_(dossier.cree(nom_)) {
+  if (remplace && !fichier_.ouvert() && errno == EEXIST && dossier_.supprime(nom_))
+    fichier_ = dossier_.cree(nom_);
+  faite_ = fichier_.ouvert();
+}
 
 CibleFichier::~CibleFichier() {
-  if (gardee_ || !fichier_.ouvert()) return;
-  const int erreur = errno;
-  fichier_.fermer();
-  if (!plateforme::supprime(chemin_)) operations().journal(GenreJournal::erreur, chemin_);
-  errno = erreur;
+  if (!gardee_) jette();
 }
 
 bool CibleFichier::garde() {
-  gardee_ = true;
-  if (fichier_.fermer()) return true;
-  const int erreur = errno;
-  if (!plateforme::supprime(chemin_)) operations().journal(GenreJournal::erreur, chemin_);
-  errno = erreur;
-  return false;
+  gardee_ = fichier_.fermer();
+  if (!gardee_) jette();
+  return gardee_;
 }
 
-void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin, int erreur) {
-  const std::string court = tronque_chemin(chemin, kCheminMessage);
+void CibleFichier::jette() {
+  if (!faite_) return;
+  const int erreur = errno;
+  faite_ = false;
+  fichier_.fermer();
+  if (!dossier_.supprime(nom_))
+    operations().journal(GenreJournal::erreur,
+                         message(kResteInacheve, {plateforme::utf8_vers_texte(chemin())}));
+  errno = erreur;
+}
+
+void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin_utf8, int erreur) {
+  const std::string court = tronque_chemin(plateforme::utf8_vers_texte(chemin_utf8), kCheminMessage);
   if (resultat == ResultatEcriture::lecture)
     operations().afficher_erreur(message(kErreurLecture, {court}));
   else if (resultat == ResultatEcriture::ecriture)
@@ -98,30 +108,30 @@ ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche)
   return sortie.resultat();
 }
 
-bool ecrit_sous_forme(std::uint32_t mode, const std::string &chemin, const ElementFichier &element) {
-  const bool double_fichier = (mode & kMasqueModeCopie) == kCopieAppleDouble;
-  const auto echoue = [](ResultatEcriture resultat, const std::string &fichier) {
-    dit_echec_ecriture(resultat, fichier, errno);
+bool ecrit_sous_forme(std::uint32_t mode, const DossierSortie &dossier, const std::string &nom,
+                      const ElementFichier &element, std::optional<std::int64_t> date_pc) {
+  const auto echoue = [](ResultatEcriture resultat, const CibleFichier &fautive) {
+    dit_echec_ecriture(resultat, fautive.chemin(), errno);
     return false;
   };
-  CibleFichier cible(chemin);
-  if (!cible.ouverte()) return echoue(ResultatEcriture::ecriture, chemin);
+  CibleFichier cible(dossier, nom);
+  if (!cible.ouverte()) return echoue(ResultatEcriture::ecriture, cible);
   std::optional<CibleFichier> compagnon;
-  if (double_fichier) {
-    compagnon.emplace(nom_compagnon(chemin));
-    if (!compagnon->ouverte()) return echoue(ResultatEcriture::ecriture, compagnon->chemin());
+  if ((mode & kMasqueModeCopie) == kCopieAppleDouble) {
+    compagnon.emplace(dossier, std::string(kPrefixeCompagnon) + nom);
+    if (!compagnon->ouverte()) return echoue(ResultatEcriture::ecriture, *compagnon);
     const ResultatEcriture resultat = ecrit_appledouble(compagnon->fichier(), element);
-    if (resultat != ResultatEcriture::fait) return echoue(resultat, compagnon->chemin());
+    if (resultat != ResultatEcriture::fait) return echoue(resultat, *compagnon);
   }
-  const ResultatEcriture resultat = ecrit_forme(mode, cible, element);
-  if (resultat != ResultatEcriture::fait) return echoue(resultat, chemin);
-  if (compagnon && !compagnon->garde()) return echoue(ResultatEcriture::ecriture, compagnon->chemin());
+  const ResultatEcriture resultat = ecrit_forme(mode, cible.fichier(), element);
+  if (resultat != ResultatEcriture::fait) return echoue(resultat, cible);
+  if (date_pc && !plateforme::fixe_dates(cible.fichier(), *date_pc, *date_pc))
+    operations().journal(GenreJournal::erreur,
+                         message(kSansDate, {plateforme::utf8_vers_texte(cible.chemin())}));
+  if (compagnon && !compagnon->garde()) return echoue(ResultatEcriture::ecriture, *compagnon);
   if (cible.garde()) return true;
-  const int erreur = errno;
-  if (compagnon && !plateforme::supprime(compagnon->chemin()))
-    operations().journal(GenreJournal::erreur, compagnon->chemin());
-  errno = erreur;
-  return echoue(ResultatEcriture::ecriture, chemin);
+  if (compagnon) compagnon->jette();
+  return echoue(ResultatEcriture::ecriture, cible);
 }
 
 }  // namespace varnion

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "fichiers/element.hpp"
+#include "IO/dossier_sortie.hpp"
 #include "IO/fichier.hpp"
 
 // What every writer of a container shares: the sink at a position, the result, the target that goes away when
@@ -40,35 +42,44 @@ class SortieConteneur {
   ResultatEcriture resultat_ = ResultatEcriture::fait;
 };
 
-/// A PC file made anew, which is removed again unless it is kept.
+/// A file of a folder made anew, in the place of one of that name, which is removed again unless it is kept.
 class CibleFichier {
  public:
-  explicit CibleFichier(std::string chemin, Ouverture mode = Ouverture::creation);
+  /// `remplace` false: a name that is taken is left alone, and the target is closed (EEXIST).
+  CibleFichier(const DossierSortie &dossier, std::string nom, bool remplace = true);
   CibleFichier(const CibleFichier &) = delete;
   CibleFichier &operator=(const CibleFichier &) = delete;
   ~CibleFichier();
 
   [[nodiscard]] bool ouverte() const { return fichier_.ouvert(); }
   [[nodiscard]] const Fichier &fichier() const { return fichier_; }
-  [[nodiscard]] const std::string &chemin() const { return chemin_; }
+  /// Path in UTF-8.
+  [[nodiscard]] std::string chemin() const { return dossier_.chemin() + nom_; }
   /// Closes the file for good. False, and the file is removed, when the system reports a late error.
   [[nodiscard]] bool garde();
+  /// Removes the file, kept or not; `errno` stays.
+  void jette();
 
  private:
-  std::string chemin_;
+  const DossierSortie &dossier_;
+  std::string nom_;
   Fichier fichier_;
-  bool gardee_ = false;
+  bool faite_ = false, gardee_ = false;
 };
 
-/// Tells the user why `chemin` was not written; nothing for `fait`. `erreur` is the errno of the failure.
-void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin, int erreur);
+/// Tells the user why the file of that UTF-8 path was not written; nothing for `fait`. `erreur` is the errno
+/// of the failure.
+void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin_utf8, int erreur);
 
-/// The forks alone.
+/// One fork alone.
 [[nodiscard]] ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche);
 
-/// Writes the file under `chemin`, made anew, in the form that `mode` (see `mode_copie.hpp`) asks for, its
-/// companion with it. A failure is told to the user and leaves neither file. True when all was written.
-[[nodiscard]] bool ecrit_sous_forme(std::uint32_t mode, const std::string &chemin,
-                                    const ElementFichier &element);
+/// Writes the Macintosh file as `nom` (UTF-8) of a folder, in the form that `mode` (`mode_copie.hpp`) asks
+/// for, its companion with it; what had these names is replaced. `date_pc`, in Unix seconds, becomes the
+/// access and modification time. A failure is told to the user and leaves neither file. True when all was
+/// written.
+[[nodiscard]] bool ecrit_sous_forme(std::uint32_t mode, const DossierSortie &dossier, const std::string &nom,
+                                    const ElementFichier &element,
+                                    std::optional<std::int64_t> date_pc = std::nullopt);
 
 }  // namespace varnion

@@ -51,6 +51,8 @@ class Ecriture : public ::testing::Test {
     brancher_operations(&operations_);
     dossier_ = plateforme::dossier_temporaire();
     ASSERT_NE(dossier_, "");
+    sortie_ = DossierSortie::ouvre(dossier_);
+    ASSERT_TRUE(sortie_);
   }
   void TearDown() override {
     plateforme::vide_dossier_temporaire();
@@ -64,6 +66,7 @@ class Ecriture : public ::testing::Test {
 
   OperationsScript operations_;
   std::string dossier_;
+  std::optional<DossierSortie> sortie_;
 };
 
 struct Longueurs {
@@ -82,7 +85,7 @@ TEST_F(Ecriture, ConteneursRelusParDAutresYeux) {
     const std::string dates =
         be32_texte(0xB0000001) + be32_texte(0xB0000002) + be32_texte(0x80000000) + be32_texte(0xB0000004);
 
-    ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, dossier_ + "m", e));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, *sortie_, "m", e));
     const std::string mb = contenu("m");
     const MacBinaireLu m = lit_macbinaire(mb);
     EXPECT_EQ(m.nom, e.nom);
@@ -94,7 +97,7 @@ TEST_F(Ecriture, ConteneursRelusParDAutresYeux) {
     EXPECT_TRUE(m.data == d && m.rsrc == r);
     EXPECT_EQ(mb.size(), m.longueur);
 
-    ASSERT_TRUE(ecrit_sous_forme(kCopieAppleSingle, dossier_ + "s", e));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieAppleSingle, *sortie_, "s", e));
     const std::string as = contenu("s");
     const AppleLu s = lit_apple(as);
     EXPECT_EQ(s.magie, 0x00051600U);
@@ -104,7 +107,7 @@ TEST_F(Ecriture, ConteneursRelusParDAutresYeux) {
     EXPECT_TRUE(s.entrees.at(2) == r && s.entrees.at(1) == d);
     EXPECT_EQ(as.size(), s.longueur);
 
-    ASSERT_TRUE(ecrit_sous_forme(kCopieAppleDouble, dossier_ + "d.x", e));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieAppleDouble, *sortie_, "d.x", e));
     const std::string ad = contenu("._d.x");
     const AppleLu a = lit_apple(ad);
     EXPECT_EQ(a.magie, 0x00051607U);
@@ -114,10 +117,11 @@ TEST_F(Ecriture, ConteneursRelusParDAutresYeux) {
     EXPECT_EQ(ad.size(), 110 + rsrc);
     EXPECT_TRUE(contenu("d.x") == d);
 
-    ASSERT_TRUE(ecrit_sous_forme(kCopieData, dossier_ + "f", e));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieData, *sortie_, "f", e));
     EXPECT_TRUE(contenu("f") == d);
-    ASSERT_TRUE(ecrit_sous_forme(kCopieRessource, dossier_ + "f", e));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieRessource, *sortie_, "f", e, 1234567890));
     EXPECT_TRUE(contenu("f") == r);
+    EXPECT_EQ(plateforme::cherche_fichier(dossier_ + "f")->modification, 1234567890);
   }
   EXPECT_TRUE(operations_.erreurs.empty());
 }
@@ -137,7 +141,7 @@ TEST_F(Ecriture, AllerEtRetour) {
       const std::string d = motif(data, 3), r = motif(rsrc, 4);
       const ElementFichier e = element(d, r);
       const std::string nom = "C" + std::to_string(c.mode);
-      ASSERT_TRUE(ecrit_sous_forme(c.mode, dossier_ + nom, e));
+      ASSERT_TRUE(ecrit_sous_forme(c.mode, *sortie_, nom, e));
       const auto relu = ouvre_conteneur(dossier_ + nom);
       ASSERT_TRUE(relu);
       EXPECT_EQ(relu->genre, c.genre);
@@ -171,7 +175,7 @@ TEST_F(Ecriture, UnFichierDansQuatreConteneurs) {
     ASSERT_TRUE(conteneur);
     EXPECT_EQ(conteneur->genre, c.genre);
     EXPECT_TRUE(conteneur->intact);
-    ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, dossier_ + "m", conteneur->element));
+    ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, *sortie_, "m", conteneur->element));
     const MacBinaireLu m = lit_macbinaire(contenu("m"));
     EXPECT_EQ(m.type + m.createur, std::string(c.signature, 8));
     EXPECT_EQ(somme(fichier_de(m.data), {0, m.data.size()}), 0xABB899AFU);
@@ -218,7 +222,7 @@ TEST_F(Ecriture, SourceQuiManque) {
     for (const std::uint32_t mode : {kCopieData, kCopieMacBinaire, kCopieAppleSingle, kCopieAppleDouble}) {
       ElementFichier e = element("", motif(200, 5));
       e.data = fourche;
-      EXPECT_FALSE(ecrit_sous_forme(mode, dossier_ + "x", e));
+      EXPECT_FALSE(ecrit_sous_forme(mode, *sortie_, "x", e));
       EXPECT_FALSE(plateforme::existe(dossier_ + "x"));
       EXPECT_FALSE(plateforme::existe(dossier_ + "._x"));
       EXPECT_EQ(operations_.erreurs.size(), 1U);
@@ -230,8 +234,9 @@ TEST_F(Ecriture, SourceQuiManque) {
   ElementFichier e = element("d", "r");
   e.data = {std::uint64_t{1} << 32, echoue};
   for (const std::uint32_t mode : {kCopieMacBinaire, kCopieAppleSingle}) {
-    EXPECT_FALSE(ecrit_sous_forme(mode, dossier_ + "x", e));
-    EXPECT_EQ(operations_.erreurs.back(), "The content is too long for the form of\n" + dossier_ + "x.");
+    EXPECT_FALSE(ecrit_sous_forme(mode, *sortie_, "x", e));
+    EXPECT_EQ(operations_.erreurs.back(),
+              "The content is too long for the form of\n" + sortie_->chemin() + "x.");
   }
   e.data = fourche_de_texte("d");
   e.rsrc = {0xFFFFFFFF, echoue};
@@ -245,7 +250,7 @@ TEST_F(Ecriture, DisquePlein) {
     for (const std::uint64_t place : {0U, 100U, 2500U}) {
       {
         const essai::DisquePlein plein(place);
-        EXPECT_FALSE(ecrit_sous_forme(mode, dossier_ + "y", e)) << mode;
+        EXPECT_FALSE(ecrit_sous_forme(mode, *sortie_, "y", e)) << mode;
       }
       EXPECT_FALSE(plateforme::existe(dossier_ + "y"));
       EXPECT_FALSE(plateforme::existe(dossier_ + "._y"));
@@ -254,13 +259,16 @@ TEST_F(Ecriture, DisquePlein) {
       operations_.erreurs.clear();
     }
   }
-  EXPECT_FALSE(ecrit_sous_forme(kCopieData, dossier_ + "absent/z", e));
+  ASSERT_TRUE(plateforme::cree_dossier(dossier_ + "._z"));
+  EXPECT_FALSE(ecrit_sous_forme(kCopieAppleDouble, *sortie_, "z", e));  // a folder has the companion's name
+  EXPECT_FALSE(plateforme::existe(dossier_ + "z"));
+  EXPECT_TRUE(plateforme::est_dossier(dossier_ + "._z"));
   EXPECT_EQ(operations_.erreurs.size(), 1U);
 }
 
 TEST_F(Ecriture, ConteneursAbimes) {
   EXPECT_FALSE(ouvre_conteneur(dossier_ + "absent"));
-  ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, dossier_ + "m", element(motif(300, 8), motif(300, 9))));
+  ASSERT_TRUE(ecrit_sous_forme(kCopieMacBinaire, *sortie_, "m", element(motif(300, 8), motif(300, 9))));
   const Fichier m = plateforme::ouvre(dossier_ + "m", Ouverture::lecture_ecriture);
   ASSERT_TRUE(fichier_tronquer(m, 700));  // by less than a head: still a MacBinary file
   const auto coupe = ouvre_conteneur(dossier_ + "m");
@@ -270,7 +278,7 @@ TEST_F(Ecriture, ConteneursAbimes) {
   EXPECT_EQ(coupe->element.rsrc.longueur, 188U);
   // A file that shrinks between opening and reading gives no shorter copy.
   ASSERT_TRUE(fichier_tronquer(m, 600));
-  EXPECT_FALSE(ecrit_sous_forme(kCopieRessource, dossier_ + "r", coupe->element));
+  EXPECT_FALSE(ecrit_sous_forme(kCopieRessource, *sortie_, "r", coupe->element));
   EXPECT_FALSE(plateforme::existe(dossier_ + "r"));
 }
 
