@@ -58,6 +58,7 @@ class Compilation {
   bool verifie_cible();
   bool choisit_taille_bloc();
   bool passe_en_hfsplus();
+  bool prend_hfsplus();
   bool nomme();
   bool reconstruit();
   bool compte();
@@ -150,10 +151,15 @@ bool Compilation::verifie_cible() {
 }
 
 bool Compilation::passe_en_hfsplus() {
+  return change_format(projet_, true, troncature_automatique()) && prend_hfsplus();
+}
+
+// The project is in the HFS+ form by now, and so is the image from here on.
+bool Compilation::prend_hfsplus() {
   operations().afficher_avis(charger_chaine(kPassageHfsplus));
-  if (!change_format(projet_, true, troncature_automatique())) return false;
   ctx_.nature = ctx_.nature == Nature::hfs ? Nature::hfsplus : Nature::hybride_hfsplus;
-  return projet_.lit_entete(entete_);
+  ctx_.taille_bloc = kSecteurIso;
+  return projet_.lit_entete(entete_) || erreur_cible(errno);
 }
 
 bool Compilation::choisit_taille_bloc() {
@@ -203,8 +209,11 @@ bool Compilation::nomme() {
 bool Compilation::compte() {
   const auto comptes = compte_projet(projet_);
   if (!comptes) return erreur_cible(errno);
-  // Nothing is decoded in a pure ISO image: its payload is the sources as they are.
-  ctx_.secteurs = ctx_.nature == Nature::iso ? calcul_blocs(projet_, kSecteurIso) : comptes->secteurs;
+  // Counting turns a project with more items than classic HFS can name into an HFS+ one.
+  const bool classique = ctx_.a_volume() && !nature_est_hfsplus(ctx_.nature);
+  if (comptes->hfsplus && classique && !(prend_hfsplus() && nomme())) return false;
+  // Without a Macintosh volume no source stands on the disc twice, whole and decoded.
+  ctx_.secteurs = ctx_.a_volume() ? comptes->secteurs : calcul_blocs(projet_, kSecteurIso);
   ctx_.fichiers = comptes->fichiers;
   ctx_.dossiers = comptes->dossiers;
   ctx_.fichiers_hfs = comptes->fichiers_hfs;

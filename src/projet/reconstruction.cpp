@@ -58,6 +58,7 @@ class Reconstruction {
     const EtatsSources etats(projet_);
     if (!etats.complets() || !instantane_.prend()) return {};
     errno = 0;
+    base_ = base_commune();
     if (!compare(etats) || !suppression_rangs(projet_, condamnes_)) return echoue(true);
     const auto demandes = dossiers_a_lire();
     const BilanInclusion ajouts = inclusion_demandes(projet_, demandes);
@@ -115,7 +116,8 @@ class Reconstruction {
     return rubrique;
   }
 
-  // The disk folder that all items of the root with a source share; "" when they do not.
+  // The disk folder that all items of the root with a source share; "" when they do not. Items whose source
+  // is gone have their say in it, and are not there any more afterwards.
   std::string base_commune() const {
     std::string base;
     LecteurEnfants racine(projet_, kRacine);
@@ -130,8 +132,8 @@ class Reconstruction {
 
   std::vector<DemandeInclusion> dossiers_a_lire() const {
     std::vector<DemandeInclusion> demandes;
-    if (const std::string base = base_commune(); !base.empty())
-      demandes.push_back({kRacine, kVueRacine, base + std::string(kTout)});
+    if (!base_.empty() && plateforme::est_dossier(base_))
+      demandes.push_back({kRacine, kVueRacine, base_ + std::string(kTout)});
     LecteurRubriques tout(projet_);
     while (const RubriqueProjet *r = tout.suivant()) {
       if (!r->est_dossier() || r->est_virtuel() || lit_champ(r->chemin).empty()) continue;
@@ -142,6 +144,7 @@ class Reconstruction {
 
   FichierProjet &projet_;
   InstantaneProjet instantane_;
+  std::string base_;  ///< of the root, as it was before the deletions
   std::vector<std::uint64_t> condamnes_;
   BilanReconstruction bilan_;
 };

@@ -252,6 +252,17 @@ TEST_F(Images, d_un_projet_isop_ne_debordent_pas_de_leur_reserve) {
   EXPECT_GT(image.joliet.taille_chemins, 2 * outils::kSecteurLu);
 }
 
+// The payload of an ISO+ project is its sources as they are: what a container decodes to is not added to it.
+TEST_F(Images, d_un_projet_isop_comptent_un_conteneur_une_seule_fois) {
+  const Genre &genre =
+      *std::find_if(std::begin(kGenres), std::end(kGenres), [](const Genre &g) { return g.cotes.apple; });
+  ArbreSource source(bac + "src");
+  source.conteneur("lourd.bin", Forme::macbinary, mac("Lourd", 100'000, 60'000));
+  const std::uint64_t secteurs = (source.fichiers()[0].octets.size() + 2047) / 2048;
+  // Ahead of it 18 sectors, two tables of a sector twice, and the two directory areas counted double.
+  EXPECT_EQ(image_de(source, genre, bac + "o.iso").iso.taille_volume, secteurs + 18 + 2 + 2 + 2 * 2 + 2 * 4);
+}
+
 // What Linux lets into a name and no disc holds: every file is there all the same, under a name of its own.
 TEST_F(Images, rendent_lisibles_les_noms_hostiles) {
   const std::vector<std::string> noms = {"a:b.txt",

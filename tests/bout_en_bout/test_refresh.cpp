@@ -98,5 +98,49 @@ TEST_F(Refresh, ACompileRebuildsTheProjectThatAsksForIt) {
   EXPECT_EQ(image.find("hello"), std::string::npos);
 }
 
+// Files that come in below a new folder get their type and creator from the table, as those of "project add"
+// do.
+TEST_F(Refresh, NewFilesGetTheSignatureOfTheirExtension) {
+  fichier("t.sig", "txt,R*chtext,Text\r\n");
+  const auto signatures = [&](const std::vector<std::string> &commande, bool reconstruit) {
+    fs::remove(d + "p.vnpr");
+    fs::remove_all(d + "t/src/Late");
+    reussit({"project", "new", "p.vnpr"});
+    reussit({"project", "add", "p.vnpr", "t/src"});
+    fichier("t/src/Late/late.txt", "late");
+    if (reconstruit) {
+      std::string octets = lit(d + "p.vnpr");
+      octets.at(0x0E) = static_cast<char>(octets.at(0x0E) | 0x20);
+      fichier("p.vnpr", octets);
+    }
+    reussit(commande);
+    const std::string octets = lit(d + "p.vnpr");
+    for (std::size_t ici = 756; ici + 756 <= octets.size(); ici += 756)
+      if (octets.compare(ici + 0x170, 9, std::string("late.txt\0", 9)) == 0)
+        return octets.substr(ici + 0x66, 8);
+    return std::string("none");
+  };
+  const struct {
+    std::vector<std::string> commande;
+    bool reconstruit;
+  } cas[] = {
+      {{"project", "rebuild", "p.vnpr"}, false},
+      {{"-R", "p.vnpr"}, false},
+      {{"project", "refresh", "p.vnpr", "--additions", "--accept", "additions"}, false},
+      {{"compile", "p.vnpr", "-o", "i.iso", "-f"}, true},
+      {{"-C", "p.vnpr"}, true},
+  };
+  for (const auto &c : cas) EXPECT_EQ(signatures(c.commande, c.reconstruit), "R*chtext") << c.commande[0];
+  // Of two tables in the folder none is taken, but for the one that is named.
+  fichier("other.sig", "txt,Moreless,Text\r\n");
+  for (const auto &c : cas) {
+    auto nommee = c.commande;
+    nommee.insert(nommee.end(), {"--signatures", "other.sig"});
+    EXPECT_EQ(signatures(nommee, c.reconstruit), "Moreless") << c.commande[0];
+    nommee.back() = "none.sig";
+    echoue(nommee, 1, "none.sig");
+  }
+}
+
 }  // namespace
 }  // namespace varnion

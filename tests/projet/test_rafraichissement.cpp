@@ -256,6 +256,37 @@ TEST_F(Rafraichissement, TheRootIsReadWhereItHasOneFolder) {
   verifie_comptes(projet);
 }
 
+// The folder of the root is that of the items before those without a source go.
+TEST_F(Rafraichissement, DeletionsHaveNoSayInTheFolderOfTheRoot) {
+  pose_dossier("other");
+  pose("other/y.txt", "y");
+  pose("w/src/Dir/beside.txt", "b");
+  {
+    FichierProjet projet = neuf();
+    for (const char *nom : {"w/src/Dir/c.txt", "other/y.txt"})
+      ASSERT_TRUE(inclusion_chemin(projet, bac + nom, kRacine).abouti());
+    fs::remove(bac + "other/y.txt");
+    const BilanReconstruction bilan = reconstruction_projet(projet);
+    EXPECT_TRUE(bilan.complet());
+    EXPECT_EQ(bilan.suppressions, 1U);
+    EXPECT_EQ(bilan.fichiers, 0U);
+    EXPECT_FALSE(cherche(projet, "beside.txt"));
+    verifie_comptes(projet);
+  }
+  FichierProjet projet = neuf();
+  pose("other/old.txt", "z");
+  ASSERT_TRUE(inclusion_chemin(projet, bac + "other/old.txt", kRacine).abouti());
+  fs::rename(bac + "other/old.txt", bac + "other/new.txt");
+  EXPECT_TRUE(reconstruction_projet(projet).complet());
+  EXPECT_FALSE(cherche(projet, "old.txt"));
+  ASSERT_TRUE(cherche(projet, "new.txt"));
+  verifie_comptes(projet);
+  // The folder itself is gone: nothing is left to look through.
+  fs::remove_all(bac + "other");
+  EXPECT_TRUE(reconstruction_projet(projet).complet());
+  EXPECT_EQ(projet.nb_rubriques(), 0U);
+}
+
 TEST_F(Rafraichissement, AMacBinaryThatChangedIsReadAgain) {
   fs::remove_all(bac + "w/src");
   pose_dossier("w/src");

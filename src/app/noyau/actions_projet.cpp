@@ -166,6 +166,17 @@ bool pose_labels(FichierProjet &projet, const std::optional<std::string> &iso,
   return projet.ecrit_entete(entete) || echec_ecriture_projet(projet.chemin());
 }
 
+bool prepare_signatures(const Arguments &arguments) {
+  constexpr std::string_view kOption = "signatures";
+  return prepare_signatures(arguments.a(kOption) ? std::optional(arguments.valeur(kOption)) : std::nullopt);
+}
+
+bool prepare_signatures(const Arguments &arguments, const FichierProjet &projet) {
+  EnteteProjet entete;
+  const bool utile = arguments.a("signatures") || (projet.lit_entete(entete) && entete.reconstruire());
+  return !utile || prepare_signatures(arguments);
+}
+
 int compile_vers(FichierProjet &projet, const DemandeCompilation &demande, Console &console,
                  std::ostream &sortie, std::uint64_t manques) {
   BilanCompilation bilan;

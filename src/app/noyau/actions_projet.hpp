@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/noyau/arguments.hpp"
 #include "app/noyau/console.hpp"
 #include "compil/compilation.hpp"
 #include "projet/arborescence.hpp"
@@ -76,6 +77,10 @@ struct BilanAjout {
 /// Loads the signature table: `choisi` (UTF-8) when given, else the file of the settings, else the only
 /// "*.sig" of the current folder. False only for a chosen file that cannot be read.
 [[nodiscard]] bool prepare_signatures(const std::optional<std::string> &choisi);
+/// The same with the file of the option "signatures".
+[[nodiscard]] bool prepare_signatures(const Arguments &arguments);
+/// The same before a compile: only for a project that is rebuilt first, or where the option names a file.
+[[nodiscard]] bool prepare_signatures(const Arguments &arguments, const FichierProjet &projet);
 
 /// Compiles with progress on the console and the closing line on `sortie`. `manques` counts what did not even
 /// come into the project. Exit status.

@@ -54,6 +54,7 @@ int compile(TacheLettre &tache) {
     demande.genre = tache.commande.option == 'I' ? GenreDemande::iso : GenreDemande::mac;
   const std::string extension = extension_image(*projet, demande.genre);
   demande.cible = chemin_extension(tache.chemin, extension == "iso" ? kExtensionImage : extension);
+  if (!prepare_signatures(tache.contexte.arguments, *projet)) return kEchec;
   return compile_vers(*projet, demande, tache.contexte.console, tache.contexte.sortie);
 }
 
@@ -74,10 +75,7 @@ int inclusion(TacheLettre &tache) {
     if (!lus) return kEchec;
     chemins = std::move(*lus);
   }
-  const auto &options = tache.contexte.arguments.options;
-  const auto signatures = options.find("signatures");
-  if (!prepare_signatures(signatures == options.end() ? std::nullopt : std::optional(signatures->second)))
-    return kEchec;
+  if (!prepare_signatures(tache.contexte.arguments)) return kEchec;
   auto projet = projet_ou_neuf(tache.chemin);
   if (!projet) return kEchec;
   const BilanAjout bilan =

@@ -33,11 +33,13 @@ constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
                               {"custom-icon", '\0', 6727, kOuiNon},
                               {"recursive", 'R', 6728}};
 constexpr OptionCli kRefresh[] = {{"accept", '\0', 6766, "all|deletions|additions|modifications"},
-                                  {"additions", '\0', 6767}};
-constexpr OptionCli kRebuild[] = {{"log", '\0', 6768, ""}};
+                                  {"additions", '\0', 6767},
+                                  {"signatures", '\0', 6704, ""}};
+constexpr OptionCli kRebuild[] = {{"log", '\0', 6768, ""}, {"signatures", '\0', 6704, ""}};
 constexpr OptionCli kCompile[] = {{"output", 'o', 6730, ""},
                                   {"kind", '\0', 6731, kNatures},
                                   {"no-postgap", '\0', 6732},
+                                  {"signatures", '\0', 6704, ""},
                                   {"force", 'f', 6702}};
 constexpr OptionCli kMaster[] = {{"output", 'o', 6733, ""},      {"label", '\0', 6734, ""},
                                  {"hfsplus", '\0', 6700},        {"hfs", '\0', 6701},

@@ -101,7 +101,7 @@ int commande_compile(ContexteCli &contexte) {
   }
   const std::string extension = extension_image(*projet, genre_demande(arguments));
   const auto cible = cible_demandee(arguments, chemin_extension(*chemin, extension));
-  if (!cible) return kEchec;
+  if (!cible || !prepare_signatures(arguments, *projet)) return kEchec;
   return compile_vers(*projet, demande(arguments, *cible), contexte.console, contexte.sortie);
 }
 
@@ -116,9 +116,7 @@ int commande_master(ContexteCli &contexte) {
     label = texte_argument(arguments.valeur("label"));
     if (!label) return kEchec;
   }
-  if (!prepare_signatures(arguments.a("signatures") ? std::optional(arguments.valeur("signatures"))
-                                                    : std::nullopt))
-    return kEchec;
+  if (!prepare_signatures(arguments)) return kEchec;
   auto projet = projet_temporaire(arguments);
   if (!projet || (label && !pose_labels(*projet, label, label))) return kEchec;
   const BilanAjout bilan =

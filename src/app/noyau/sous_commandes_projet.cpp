@@ -136,9 +136,7 @@ int commande_projet_add(ContexteCli &contexte) {
   }
   const auto vers = texte_argument(arguments.valeur("into"));
   if (!vers) return kEchec;
-  if (!prepare_signatures(arguments.a("signatures") ? std::optional(arguments.valeur("signatures"))
-                                                    : std::nullopt))
-    return kEchec;
+  if (!prepare_signatures(arguments)) return kEchec;
   auto projet = projet_de(contexte);
   if (!projet || !vue_permise(*projet, arguments)) return kEchec;
   const int vue = vue_de(*projet, arguments);

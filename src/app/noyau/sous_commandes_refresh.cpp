@@ -65,6 +65,7 @@ std::string chemin_ancien(const std::string &texte) {
 
 int reconstruit_projet(ContexteCli &contexte, const std::string &chemin,
                        const std::optional<std::string> &journal) {
+  if (!prepare_signatures(contexte.arguments)) return kEchec;
   auto projet = ouvre_projet(chemin);
   if (!projet) return kEchec;
   if (journal && !ouvre_journal(*journal)) {
@@ -88,6 +89,7 @@ int commande_projet_refresh(ContexteCli &contexte) {
   const std::string accord = arguments.valeur("accept");
   const auto chemin = chemin_argument(arguments.positions[0]);
   if (!chemin) return kEchec;
+  if (!accord.empty() && !prepare_signatures(arguments)) return kEchec;
   auto projet = accord.empty() ? consulte_projet(*chemin) : ouvre_projet(*chemin);
   EnteteProjet entete;
   if (!projet || !projet->lit_entete(entete)) return kEchec;
