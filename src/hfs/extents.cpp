@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <compare>
 #include <optional>
+#include <vector>
 
 #include "hfs/noeud.hpp"
 #include "hfs/volume.hpp"
+#include "IO/etat.hpp"
 #include "IO/requete.hpp"
 
 namespace varnion {
@@ -94,34 +96,40 @@ std::uint64_t position_de_fourche(std::uint64_t secteur, const typename Format::
   return position == kSansPosition ? 0 : position;
 }
 
-// Walks the leaf chain from record `index` of `noeud` on; the record found is left in the tree's `index`.
-template <typename Format>
-bool cherche_dans_chaine(OctetsNoeud noeud, std::int32_t index, const CleExtents &cle,
-                         typename Format::Extents &sortie) {
-  DescripteurArbre &arbre = volume_courant().extents;
-  GardeChaine garde(arbre.fiche().totalNodes);
-  while (!noeud.empty() && garde.admet(arbre.noeud) && entete_noeud(noeud)->kind == kNoeudFeuille) {
-    for (arbre.index = index; arbre.index < nb_enregistrements(noeud); ++arbre.index) {
-      const auto fiche = enregistrement(noeud, arbre.index);
-      if (Format::cle(fiche) != cle) continue;
-      const auto *extents = vue<typename Format::Extents>(fiche, Format::kDonnees);
-      if (extents == nullptr) return false;
-      sortie = *extents;
-      return true;
-    }
-    index = 0;
-    noeud = lecture_noeud_extents(entete_noeud(noeud)->fLink);
+// Shows the records of a leaf, from record `index` on, to `essaie` until it takes one; the tree's `index`
+// stands on that record.
+template <typename Format, typename Essai>
+bool essaie_feuille(OctetsNoeud noeud, std::int32_t index, Essai essaie) {
+  if (noeud.empty() || entete_noeud(noeud)->kind != kNoeudFeuille) return false;
+  std::int32_t &place = volume_courant().extents.index;
+  for (place = std::max(index, 0); place < nb_enregistrements(noeud); ++place) {
+    const auto fiche = enregistrement(noeud, place);
+    const auto cle = Format::cle(fiche);
+    if (cle && essaie(*cle, fiche)) return true;
   }
   return false;
 }
 
+template <typename Format>
+bool cherche_dans_feuille(OctetsNoeud noeud, std::int32_t index, const CleExtents &cle,
+                          typename Format::Extents &sortie) {
+  return essaie_feuille<Format>(
+      noeud, index, [&](const CleExtents &lue, std::span<const std::uint8_t> fiche) {
+        const auto *extents = vue<typename Format::Extents>(fiche, Format::kDonnees);
+        if (lue != cle || extents == nullptr) return false;
+        sortie = *extents;
+        return true;
+      });
+}
+
 // `descend_extents`: the child of the last key not above the wanted one, or the first child.
+template <typename Format>
 std::uint32_t fils_pour(OctetsNoeud noeud, const CleExtents &cle) {
   std::uint32_t fils = 0;
   for (std::int32_t i = 0; i < nb_enregistrements(noeud); ++i) {
     const auto fiche = enregistrement(noeud, i);
-    const auto lue = ExtentsDePlus::cle(fiche);
-    const be32 *numero = vue<be32>(fiche, ExtentsDePlus::kDonnees);
+    const auto lue = Format::cle(fiche);
+    const be32 *numero = vue<be32>(fiche, Format::kDonnees);
     if (!lue || numero == nullptr) continue;
     if (*lue > cle && fils != 0) break;
     fils = *numero;
@@ -129,6 +137,8 @@ std::uint32_t fils_pour(OctetsNoeud noeud, const CleExtents &cle) {
   return fils;
 }
 
+// The leaf where the key belongs.
+template <typename Format>
 OctetsNoeud cherche_extents(const CleExtents &cle) {
   OctetsNoeud noeud = lecture_noeud_extents(volume_courant().extents.fiche().rootNode);
   for (int hauteur = 256; !noeud.empty();) {
@@ -136,10 +146,56 @@ OctetsNoeud cherche_extents(const CleExtents &cle) {
     if (tete->kind == kNoeudFeuille) return noeud;
     if (tete->kind != kNoeudIndex || tete->height >= hauteur) return {};
     hauteur = tete->height;
-    const std::uint32_t fils = fils_pour(noeud, cle);
+    const std::uint32_t fils = fils_pour<Format>(noeud, cle);
     noeud = fils != 0 ? lecture_noeud_extents(fils) : OctetsNoeud{};
   }
   return {};
+}
+
+// Where each record of the extents tree lies, for a tree whose order is damaged: made by one pass over the
+// leaf chain at the first search that the descent fails, so that a thousand such searches cost no more.
+struct IndexExtents {
+  struct Place {
+    CleExtents cle;
+    std::uint32_t noeud;
+  };
+  std::vector<Place> places;
+  bool fait = false;
+};
+
+template <typename Format>
+void remplit_index(IndexExtents &index) {
+  const DescripteurArbre &arbre = volume_courant().extents;
+  index.places.clear();
+  index.fait = true;
+  GardeChaine garde(arbre.fiche().totalNodes);
+  OctetsNoeud noeud = lecture_noeud_extents(arbre.fiche().firstLeafNode);
+  while (!noeud.empty() && garde.admet(arbre.noeud) && entete_noeud(noeud)->kind == kNoeudFeuille) {
+    essaie_feuille<Format>(noeud, 0, [&](const CleExtents &cle, std::span<const std::uint8_t>) {
+      index.places.push_back({cle, arbre.noeud});
+      return false;
+    });
+    noeud = lecture_noeud_extents(entete_noeud(noeud)->fLink);
+  }
+  std::ranges::stable_sort(index.places, {}, &IndexExtents::Place::cle);
+}
+
+template <typename Format>
+bool cherche_par_index(const CleExtents &cle, typename Format::Extents &sortie) {
+  auto &index = etat<IndexExtents>();
+  if (!index.fait) remplit_index<Format>(index);
+  const auto place = std::ranges::lower_bound(index.places, cle, {}, &IndexExtents::Place::cle);
+  if (place == index.places.end() || place->cle != cle) return false;
+  return cherche_dans_feuille<Format>(lecture_noeud_extents(place->noeud), 0, cle, sortie);
+}
+
+// The descent finds a key in one leaf when the tree is in order. What it does not find is looked for in the
+// whole chain, as though there were no order.
+template <typename Format>
+bool cherche_extents_de(const CleExtents &cle, typename Format::Extents &sortie) {
+  if (volume_courant().extents.taille_noeud == 0) return false;
+  return cherche_dans_feuille<Format>(cherche_extents<Format>(cle), 0, cle, sortie) ||
+         cherche_par_index<Format>(cle, sortie);
 }
 
 }  // namespace
@@ -180,8 +236,7 @@ ExtentsHfs *extents_suivants_hfs(ExtentsHfs &sortie, std::uint32_t fichier, std:
                                  std::uint8_t fourche) {
   if (debut > 0xFFFF) return nullptr;
   const CleExtents cle{fichier, fourche, static_cast<std::uint32_t>(debut)};
-  const OctetsNoeud noeud = lecture_noeud_extents(volume_courant().extents.fiche().firstLeafNode);
-  return cherche_dans_chaine<ExtentsDeHfs>(noeud, 0, cle, sortie) ? &sortie : nullptr;
+  return cherche_extents_de<ExtentsDeHfs>(cle, sortie) ? &sortie : nullptr;
 }
 
 ExtentsPlus *extents_suivants_hfsplus(ExtentsPlus &sortie, std::uint32_t fichier, std::uint64_t debut,
@@ -189,14 +244,17 @@ ExtentsPlus *extents_suivants_hfsplus(ExtentsPlus &sortie, std::uint32_t fichier
   if (debut > 0xFFFFFFFF) return nullptr;
   const CleExtents cle{fichier, fourche, static_cast<std::uint32_t>(debut)};
   DescripteurArbre &arbre = volume_courant().extents;
-  // The records of one fork follow each other, so the walk resumes where the last one ended; a key that lies
-  // before that place is looked up from the root.
+  // The records of one fork follow each other: the search resumes in the leaf where the last one ended.
   if (const std::uint32_t reprise = arbre.noeud; reprise != 0) {
     const std::int32_t index = arbre.index;
-    const OctetsNoeud noeud = lecture_noeud_extents(reprise);
-    if (cherche_dans_chaine<ExtentsDePlus>(noeud, std::max(index, 0), cle, sortie)) return &sortie;
+    if (cherche_dans_feuille<ExtentsDePlus>(lecture_noeud_extents(reprise), index, cle, sortie))
+      return &sortie;
   }
-  return cherche_dans_chaine<ExtentsDePlus>(cherche_extents(cle), 0, cle, sortie) ? &sortie : nullptr;
+  return cherche_extents_de<ExtentsDePlus>(cle, sortie) ? &sortie : nullptr;
+}
+
+void oublie_index_extents() {
+  etat<IndexExtents>() = {};
 }
 
 std::uint64_t position_fourche_hfs(std::uint64_t secteur, const ExtentsHfs &extents, std::uint32_t fichier) {

@@ -29,11 +29,15 @@ constexpr std::uint8_t kFourcheRessources = 0xFF;
 [[nodiscard]] std::uint64_t position_noeud(const DescripteurArbre &arbre, std::uint32_t noeud);
 
 /// The record of the extents tree for a file, a fork and a first block: `sortie` filled, or null. Moves the
-/// current node of the extents tree.
+/// current node of the extents tree. Goes by the order of the keys; in a tree whose order is damaged the
+/// first search that fails reads the whole leaf chain once.
 ExtentsHfs *extents_suivants_hfs(ExtentsHfs &sortie, std::uint32_t fichier, std::uint64_t debut,
                                  std::uint8_t fourche);
 ExtentsPlus *extents_suivants_hfsplus(ExtentsPlus &sortie, std::uint32_t fichier, std::uint64_t debut,
                                       std::uint8_t fourche);
+
+/// Drops what was learnt about a damaged extents tree; at each mount, and when records were added or moved.
+void oublie_index_extents();
 
 /// Absolute sector of a sector offset in a data fork; 0 when the fork does not reach that far.
 [[nodiscard]] std::uint64_t position_fourche_hfs(std::uint64_t secteur, const ExtentsHfs &extents,

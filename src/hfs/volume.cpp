@@ -172,6 +172,7 @@ void lecture_entete_volume() {
 int ouverture_arbres() {
   VolumeCourant &volume = volume_courant();
   libere_carte_noeuds();
+  oublie_index_extents();
   ouvre_arbre(volume, volume.catalogue);
   if (volume.catalogue.taille_noeud != 0) cache_noeuds().prepare(volume.catalogue.taille_noeud);
   ouvre_arbre(volume, volume.extents);
