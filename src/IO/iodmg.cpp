@@ -38,6 +38,7 @@ class Conversion {
   ResultatDmg execute() {
     resultat_.tables = plan_.fin.tables;
     resultat_.octets = plan_.octets;
+    resultat_.octets_nus = plan_.octets_nus;
     if (!plan_.morceaux.empty() || plan_.fin.reussi()) deroule();
     if (!resultat_.reussi()) return resultat_;
     if (!plan_.fin.reussi()) return plan_.fin;
@@ -55,7 +56,9 @@ class Conversion {
 
   // Chunks of zeros are the holes of a file that is first cut to nothing and then given its length.
   void deroule() {
-    if (!fichier_tronquer(cible_, 0) || !fichier_tronquer(cible_, plan_.octets)) {
+    // A new file is not cut: some file systems write one that was out to the disk when it is closed.
+    const bool neuve = fichier_taille(cible_) == 0;
+    if ((!neuve && !fichier_tronquer(cible_, 0)) || !fichier_tronquer(cible_, plan_.octets)) {
       echoue(EtatDmg::ecriture);
       return;
     }
@@ -118,7 +121,32 @@ class Conversion {
     }
     if (publiee && !reprend_publiee()) return;
     if (!publiee) resultat_.copies_douteuses = copies_sans_controle();
-    if (plan_.controle && toutes) controle_image();
+    if (!toutes) {
+      controle_donnees();
+    } else if (plan_.controle) {
+      controle_image();
+    }
+  }
+
+  // Where tables carry no checksum, that of the chunks as they lie in the file tells of damage at least.
+  void controle_donnees() {
+    if (!plan_.donnees.controle) return;
+    constexpr std::uint64_t kPart = 1U << 20;
+    std::vector<std::uint8_t> octets(kPart);
+    std::uint64_t reste = plan_.donnees.longueur, position = plan_.donnees.debut;
+    uLong crc = 0;
+    while (reste != 0) {
+      const auto part = static_cast<std::size_t>(std::min(reste, kPart));
+      if (source_.lire_a({octets.data(), part}, position) != static_cast<std::int64_t>(part)) break;
+      crc = ::crc32_z(crc, octets.data(), part);
+      position += part;
+      reste -= part;
+      if (options_.progression && !options_.progression(faits_, plan_.octets)) {
+        echoue(EtatDmg::arret);
+        return;
+      }
+    }
+    if (reste != 0 || crc != plan_.donnees.crc) echoue(EtatDmg::controle_donnees);
   }
 
   [[nodiscard]] bool copies_sans_controle() const {
@@ -182,10 +210,10 @@ bool memes_morceaux(const PlanDmg &a, const PlanDmg &b) {
          std::equal(a.morceaux.begin(), a.morceaux.end(), b.morceaux.begin(), b.morceaux.end(), meme);
 }
 
-bool a_convertir(int genre, bool usuelle) {
-  const bool sans_doute = genre >= kImagePM && genre <= kImageKoly;
+bool a_convertir(const Fichier &image, int genre) {
+  if (genre >= kImagePM && genre <= kImageKoly) return true;
   // A disk image whose first chunk is raw may begin with a boot sector.
-  return sans_doute || (!usuelle && (genre == kImageGpt || genre == kImageMbr));
+  return (genre == kImageGpt || genre == kImageMbr) && a_fin_dmg(image);
 }
 
 // A new file beside the target; one of that name that lies there already is left alone.
@@ -215,7 +243,7 @@ ApercuDmg apercu_dmg(const Fichier &source) {
   ApercuDmg apercu;
   apercu.etat = entier.fin.etat;
   apercu.tables = entier.fin.tables;
-  apercu.tables_usuelles = usuel.fin.tables;
+  apercu.tables_usuelles = usuel.fin.reussi() ? usuel.fin.tables : 0;
   apercu.usuelle_entiere = usuel.fin.reussi() && entier.fin.reussi() && memes_morceaux(usuel, entier);
   apercu.octets = entier.octets;
   return apercu;
@@ -233,7 +261,7 @@ int decompresse_fichier(std::string_view source, std::string_view cible, const O
   const Fichier image = plateforme::ouvre(source, Ouverture::lecture);
   if (!image) return echoue_fichier(details, EtatDmg::lecture, kPasOuvert);
   const int genre = type_image(image);
-  if (!a_convertir(genre, options.usuelle))
+  if (!a_convertir(image, genre))
     return echoue_fichier(details, EtatDmg::sans_fin, genre == kImageEparse ? kEparse : kPasOuvert);
   std::string partiel;
   Fichier neuf = ouvre_partiel(cible, partiel);

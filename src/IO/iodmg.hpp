@@ -22,10 +22,11 @@ enum class EtatDmg {
   donnees_fausses,  ///< a chunk that cannot be read or gives another length than announced
   controle_table,   ///< the CRC-32 of table `ResultatDmg::table` does not agree
   controle_image,   ///< the CRC-32 of the whole image does not agree
-  lecture,          ///< the image cannot be opened (`ResultatDmg::erreur` has the errno)
-  ecriture,         ///< a write failed (`ResultatDmg::erreur` has the errno)
-  memoire,          ///< no memory or no thread
-  arret,            ///< the caller stopped it
+  controle_donnees,  ///< that of the data fork does not, and the tables carry none
+  lecture,           ///< the image cannot be opened (`ResultatDmg::erreur` has the errno)
+  ecriture,          ///< a write failed (`ResultatDmg::erreur` has the errno)
+  memoire,           ///< no memory or no thread
+  arret,             ///< the caller stopped it
 };
 
 struct OptionsDmg {
@@ -51,6 +52,7 @@ struct ResultatDmg {
   int erreur = 0;                 ///< errno of a failed write
   bool copie_publiee = false;     ///< the published copy of ADC was needed and taken
   bool controle_fait = false;     ///< the whole image was compared with its checksums
+  std::uint64_t octets_nus = 0;   ///< bytes that no block table speaks of: they are zeros
   bool copies_douteuses = false;  ///< overlapping ADC copies were filled with one byte, unchecked
   [[nodiscard]] bool reussi() const { return etat == EtatDmg::bon; }
 };
@@ -59,7 +61,7 @@ struct ResultatDmg {
 struct ApercuDmg {
   EtatDmg etat = EtatDmg::bon;        ///< of the reading of all tables, as far as the list tells
   std::uint32_t tables = 0;           ///< block tables of the list
-  std::uint32_t tables_usuelles = 0;  ///< those that the usual reading takes
+  std::uint32_t tables_usuelles = 0;  ///< those that the usual reading takes; 0 when it fails
   bool usuelle_entiere = false;       ///< the usual reading gives the whole image
   std::uint64_t octets = 0;           ///< size of the plain image
 };

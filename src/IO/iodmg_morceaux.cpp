@@ -6,11 +6,14 @@
 #include <bzlib.h>
 #include <zlib.h>
 
+#include "IO/iodmg_crc.hpp"
+
 namespace varnion {
 
 namespace {
 
-constexpr std::uint64_t kPieceBrute = 1U << 20;
+// Small enough to stay in the cache from the read to the checksum.
+constexpr std::uint64_t kPieceBrute = 256U << 10;
 
 void echoue(PieceDmg &piece, EtatDmg etat, int code = -1) {
   piece.etat = etat;
@@ -21,15 +24,13 @@ bool lit(const Fichier &source, std::uint64_t position, std::span<std::uint8_t> 
   return source.lire_a(octets, position) == static_cast<std::int64_t>(octets.size());
 }
 
-std::uint32_t crc(std::span<const std::uint8_t> octets) {
-  return static_cast<std::uint32_t>(::crc32_z(0, octets.data(), octets.size()));
-}
-
-// A zlib result; Z_OK for a stream that ends with the last byte of the output.
-int decode_zlib(std::span<std::uint8_t> entree, std::span<std::uint8_t> sortie) {
+// A zlib result; Z_OK for a stream that ends with the last byte of the output. Where a CRC-32 over the same
+// bytes is compared anyway (`controle`), that of the stream is left out.
+int decode_zlib(std::span<std::uint8_t> entree, std::span<std::uint8_t> sortie, bool controle) {
   z_stream flux{};
   int resultat = ::inflateInit(&flux);
   if (resultat != Z_OK) return resultat;
+  if (controle) static_cast<void>(::inflateValidate(&flux, 0));
   flux.next_in = entree.data();
   flux.avail_in = static_cast<uInt>(entree.size());
   flux.next_out = sortie.data();
@@ -58,14 +59,14 @@ void decode_adc_gardee(std::span<std::uint8_t> entree, bool controle, PieceDmg &
   const auto sortie = piece.sortie.debut(piece.longueur);
   const ResultatAdc gardee = decode_adc(entree, sortie, CopieAdc::un_octet);
   if (!adc_entier(gardee, sortie)) return echoue(piece, EtatDmg::donnees_fausses);
-  if (controle) piece.crc = piece.crc_publie = crc(sortie);
+  if (controle) piece.crc = piece.crc_publie = crc_rapide(sortie);
   if (!controle || !gardee.chevauche) return;
   TamponDmg autre;
   if (!autre.assure(piece.longueur)) return echoue(piece, EtatDmg::memoire);
   const auto publiee = autre.debut(piece.longueur);
   static_cast<void>(decode_adc(entree, publiee, CopieAdc::publiee));
   piece.ecart = std::memcmp(sortie.data(), publiee.data(), sortie.size()) != 0;
-  if (piece.ecart) piece.crc_publie = crc(publiee);
+  if (piece.ecart) piece.crc_publie = crc_rapide(publiee);
 }
 
 // Reads the compressed bytes of a chunk and makes room for the others.
@@ -117,7 +118,7 @@ void decode_piece(const Fichier &source, const MorceauDmg &morceau, bool control
     const auto sortie = piece.sortie.debut(piece.longueur);
     if (morceau.type == kDmgAdc) return decode_adc_gardee(octets, controle, piece);
     if (morceau.type == kDmgZlib) {
-      const int resultat = decode_zlib(octets, sortie);
+      const int resultat = decode_zlib(octets, sortie, controle && morceau.controle);
       if (resultat != Z_OK)
         return echoue(piece, resultat == Z_MEM_ERROR ? EtatDmg::memoire : EtatDmg::donnees_fausses, resultat);
     } else if (!decode_bzip2(octets, sortie)) {
@@ -125,7 +126,7 @@ void decode_piece(const Fichier &source, const MorceauDmg &morceau, bool control
     }
   }
   if (controle && piece.etat == EtatDmg::bon)
-    piece.crc = piece.crc_publie = crc(piece.sortie.debut(piece.longueur));
+    piece.crc = piece.crc_publie = crc_rapide(piece.sortie.debut(piece.longueur));
 }
 
 void decode_publiee(const Fichier &source, const MorceauDmg &morceau, TamponDmg &entree, PieceDmg &piece) {

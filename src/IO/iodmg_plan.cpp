@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <optional>
 
@@ -22,7 +23,11 @@ struct FinDmg {
   std::array<std::uint8_t, 16> reserve1;
   be64 debut_donnees;
   be64 longueur_donnees;
-  std::array<std::uint8_t, 176> reserve2;
+  std::array<std::uint8_t, 40> reserve2;
+  be32 genre_donnees;
+  be32 bits_donnees;
+  be32 crc_donnees;
+  std::array<std::uint8_t, 124> reserve6;
   be64 debut_liste;
   be64 longueur_liste;
   std::array<std::uint8_t, 120> reserve3;
@@ -33,7 +38,7 @@ struct FinDmg {
   be64 secteurs;
   std::array<std::uint8_t, 12> reserve5;
 };
-static_assert(sizeof(FinDmg) == 512);
+static_assert(sizeof(FinDmg) == 512 && offsetof(FinDmg, debut_liste) == 216);
 
 struct TeteTable {
   std::array<char, 4> signature;
@@ -180,6 +185,7 @@ bool ajoute_table(PlanDmg &plan, std::string_view octets, const Bornes &bornes) 
       return false;
     }
     morceau.table = static_cast<std::uint32_t>(plan.tables.size() - 1);
+    morceau.controle = plan.tables.back().controle;
     if (entree == nullptr || !place_entree(*entree, *tete, bornes, morceau)) {
       echoue(plan, EtatDmg::table_fausse);
       return false;
@@ -187,6 +193,17 @@ bool ajoute_table(PlanDmg &plan, std::string_view octets, const Bornes &bornes) 
     if (morceau.longueur != 0) plan.morceaux.push_back(morceau);
     plan.octets = std::max(plan.octets, morceau.cible + morceau.longueur);
   }
+}
+
+std::uint64_t octets_nus(const PlanDmg &plan) {
+  std::uint64_t nus = plan.octets;
+  for (const MorceauDmg &morceau : plan.morceaux) nus -= morceau.longueur;
+  return nus;
+}
+
+FourcheDmg fourche_donnees(const FinDmg &fin) {
+  return {a_crc(fin.genre_donnees, fin.bits_donnees), fin.crc_donnees, fin.debut_donnees,
+          fin.longueur_donnees};
 }
 
 bool se_recouvrent(const std::vector<MorceauDmg> &morceaux) {
@@ -240,6 +257,10 @@ bool ajoute_section_usuelle(PlanDmg &plan, std::string_view octets) {
 }
 
 }  // namespace
+
+bool a_fin_dmg(const Fichier &source) {
+  return lit_fin(source).has_value();
+}
 
 bool section_suivante(std::string_view liste, std::size_t &position, std::string_view &section) {
   constexpr std::string_view kDebut = "<data>", kFin = "</data>";
@@ -333,8 +354,10 @@ PlanDmg plan_entier(const Fichier &source) {
   if (plan.fin.reussi() && se_recouvrent(plan.morceaux)) echoue(plan, EtatDmg::table_fausse);
   if (!plan.fin.reussi()) plan.morceaux.clear();
   plan.fin.tables = static_cast<std::uint32_t>(sections.size());
+  plan.octets_nus = plan.fin.reussi() ? octets_nus(plan) : 0;
   plan.controle = a_crc(fin->genre_controle, fin->bits_controle);
   plan.crc = fin->crc;
+  plan.donnees = fourche_donnees(*fin);
   return plan;
 }
 

@@ -29,6 +29,7 @@ struct MorceauDmg {
   std::uint64_t longueur = 0;  ///< bytes there
   std::uint64_t source = 0;
   std::uint64_t comprime = 0;
+  bool controle = false;  ///< its table carries a CRC-32
   [[nodiscard]] bool nul() const { return type == kDmgZero || type == kDmgIgnore; }
 };
 
@@ -37,12 +38,22 @@ struct TableDmg {
   std::uint32_t crc = 0;
 };
 
+/// The data fork: all chunks as they lie in the file.
+struct FourcheDmg {
+  bool controle = false;  ///< carries a CRC-32
+  std::uint32_t crc = 0;
+  std::uint64_t debut = 0;
+  std::uint64_t longueur = 0;
+};
+
 struct PlanDmg {
   std::vector<MorceauDmg> morceaux;
   std::vector<TableDmg> tables;
   std::uint64_t octets = 0;
-  bool controle = false;  ///< the trailer carries the CRC-32 of those of the tables
+  std::uint64_t octets_nus = 0;  ///< of these, bytes that no table speaks of
+  bool controle = false;         ///< the trailer carries the CRC-32 of those of the tables
   std::uint32_t crc = 0;
+  FourcheDmg donnees;
   ResultatDmg fin;  ///< how it ends once the chunks are done
 };
 
@@ -50,6 +61,9 @@ struct PlanDmg {
 [[nodiscard]] PlanDmg plan_entier(const Fichier &source);
 /// The sections that the usual reading takes, one behind the other, up to the first fault.
 [[nodiscard]] PlanDmg plan_usuel(const Fichier &source);
+
+/// True when the file ends in the trailer of a disk image.
+[[nodiscard]] bool a_fin_dmg(const Fichier &source);
 
 /// What lies between "<data>" and "</data>" from `position` on, which moves behind it; false at the end.
 [[nodiscard]] bool section_suivante(std::string_view liste, std::size_t &position, std::string_view &section);

@@ -240,6 +240,20 @@ int liste_gpt(Octets secteurs, std::uint32_t premier_secteur, ListePartitions &l
   return nombre;
 }
 
+// A FAT disk starts with a jump and keeps its media byte at 0x15; the first byte of its allocation table, in
+// the second sector, repeats it. The repetition counts only where the boot signature is missing.
+int est_disquette() {
+  constexpr std::size_t kMedia = 0x15;
+  constexpr std::uint8_t kSaut = 0xEB;
+  if (!support().image.ouvert() && support().entree_driver == driver_fichier) return -1;
+  std::array<std::uint8_t, 2 * std::size_t{kTailleSecteur}> secteurs{};
+  lit_secteurs(secteurs.data(), 0, 2);
+  const std::uint8_t media = secteurs[kMedia];
+  if (secteurs[0] != kSaut || media == 0) return 0;
+  const bool signe = porte(secteurs, kTailleSecteur - 2, "\x55\xAA");
+  return signe || secteurs[kTailleSecteur] == media ? -int{media} : 0;
+}
+
 int analyse_partitions(AnalysePartitions &analyse, std::string_view sans_titre) {
   analyse = {};
   std::vector<std::uint8_t> secteurs(std::size_t{kSecteursLus} * kTailleSecteur);

@@ -56,4 +56,8 @@ struct AnalysePartitions {
 /// Reads the name of the HFS volume at a map block into the row: its length, 0 where there is no volume.
 [[nodiscard]] std::uint32_t nom_partition(InfoPartition &rang, std::uint32_t bloc);
 
+/// Tells a floppy disk of the PC by the first two sectors of the medium: minus its media byte, 0 when it is
+/// none, -1 when no image is open.
+[[nodiscard]] int est_disquette();
+
 }  // namespace varnion

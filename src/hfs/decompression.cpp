@@ -28,6 +28,7 @@ constexpr int kArret = 6046;
 constexpr int kLecture = 6047;
 constexpr int kLueEntiere = 6048;
 constexpr int kCopiePublieePrise = 6049;
+constexpr int kControleDonnees = 6400;
 constexpr std::size_t kCheminMessage = 200;
 
 std::string texte_type(std::uint32_t type) {
@@ -86,6 +87,8 @@ std::string texte_echec_dmg(const ResultatDmg &resultat, const std::string &sour
       return message(kControleTable, {resultat.table, image});
     case EtatDmg::controle_image:
       return message(kControleImage, {image});
+    case EtatDmg::controle_donnees:
+      return message(kControleDonnees, {image});
     case EtatDmg::memoire:
       return charger_chaine(kMemoire);
     case EtatDmg::arret:

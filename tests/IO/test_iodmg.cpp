@@ -7,6 +7,7 @@
 
 #include "IO/adc.hpp"
 #include "IO/bac.hpp"
+#include "IO/iodmg_crc.hpp"
 #include "outils/decomprime.hpp"
 #include "outils/fabrique_dmg.hpp"
 
@@ -113,6 +114,7 @@ TEST_F(Dmg, Echantillons) {
     EXPECT_EQ(usuel.clair == entiere.clair.substr(0, usuel.clair.size()), !chevauche)
         << cas.nom << ": the usual reading fills overlapping copies with one byte";
   }
+  EXPECT_EQ(apercu_dmg(fichier_de(sample("impluse-test-disk.dmg"))).tables_usuelles, 0U) << "it fails";
   const ApercuDmg apercu = apercu_dmg(fichier_de(sample("hfsplus_adc.dmg")));
   EXPECT_EQ(apercu.tables, 8U);
   EXPECT_EQ(apercu.tables_usuelles, 4U);
@@ -218,6 +220,53 @@ TEST_F(Dmg, ImagesFausses) {
     EXPECT_EQ(lit(image.substr(0, longueur)).resultat.etat, EtatDmg::sans_fin) << longueur;
 }
 
+TEST_F(Dmg, SansControleDesTablesLaFourcheFaitFoi) {
+  const std::string a = secteurs(40, 1);
+  FabriqueDmg fabrique;
+  fabrique.secteurs = 50;
+  fabrique.controle_donnees = true;
+  fabrique.tables = {{2, {{1, 40, a}}, {}}};
+  std::string image = fabrique.image();
+  Lecture lecture = lit(image);
+  EXPECT_TRUE(lecture.resultat.reussi());
+  EXPECT_FALSE(lecture.resultat.controle_fait);
+  EXPECT_EQ(lecture.resultat.octets_nus, 10U * 512) << "two sectors ahead of the table, eight behind it";
+  image[3000] ^= 1;
+  EXPECT_EQ(lit(image).resultat.etat, EtatDmg::controle_donnees);
+  EXPECT_TRUE(lit(image, usuelle()).resultat.reussi()) << "the usual reading checks nothing";
+  // What the tables prove needs no other proof.
+  fabrique.tables[0].clair = a;
+  image = fabrique.image();
+  const std::size_t place = image.size() - 512 + 88;
+  image[place] ^= 1;
+  EXPECT_TRUE(lit(image).resultat.reussi());
+  // Nor does an image without any checksum have one.
+  fabrique.controle_donnees = false;
+  fabrique.tables[0].clair.clear();
+  EXPECT_TRUE(lit(fabrique.image()).resultat.reussi());
+}
+
+TEST_F(Dmg, UneImageQuiCommenceParUnSecteurDAmorce) {
+  for (const char type : {'\xEE', '\xAF'}) {
+    std::string clair = secteurs(8, 3);
+    clair[0x1C2] = type;
+    clair[510] = '\x55';
+    clair[511] = '\xAA';
+    FabriqueDmg fabrique;
+    fabrique.secteurs = 8;
+    fabrique.tables = {{0, {{1, 8, clair}}, clair}};
+    pose("mbr.dmg", fabrique.image());
+    pose("mbr.img", clair);
+    for (const bool usuel : {false, true}) {
+      OptionsDmg options;
+      options.usuelle = usuel;
+      EXPECT_EQ(decompresse_fichier(bac + "mbr.dmg", bac + "out", options), 1) << usuel;
+      EXPECT_TRUE(tout(plateforme::ouvre(bac + "out", Ouverture::lecture)) == clair);
+      EXPECT_EQ(decompresse_fichier(bac + "mbr.img", bac + "none", options), -2) << usuel;
+    }
+  }
+}
+
 TEST_F(Dmg, ArretEtEchecEcriture) {
   std::string clair;
   const std::string image = tous_types(clair).image();
@@ -247,6 +296,16 @@ TEST_F(Dmg, ArretEtEchecEcriture) {
   EXPECT_TRUE(tout(neuf) == clair);
   for (const auto &entree : std::filesystem::directory_iterator(bac))
     EXPECT_EQ(entree.path().string().find(".part"), std::string::npos);
+}
+
+TEST(CrcDmg, ParProduit) {
+  const std::string texte = secteurs(9, 17);
+  for (std::size_t debut : {0U, 1U, 7U})
+    for (std::size_t longueur = 0; longueur < 400; ++longueur) {
+      const std::string part = texte.substr(debut + longueur, longueur < 390 ? longueur : longueur * 9);
+      const std::span octets(reinterpret_cast<const std::uint8_t *>(part.data()), part.size());
+      ASSERT_EQ(crc_rapide(octets), FabriqueDmg::crc(part)) << longueur;
+    }
 }
 
 TEST(Adc, CopiesEtBornes) {

@@ -1,6 +1,7 @@
 #include "IO/partitions.hpp"
 
 #include "IO/bac.hpp"
+#include "IO/partitions_choix.hpp"
 #include "IO/requete.hpp"
 #include "outils/decomprime.hpp"
 #include "outils/fabrique_dmg.hpp"
@@ -187,6 +188,50 @@ TEST_F(Partitions, ImagesCourtes) {
         << longueur;
     support().taille_bloc_carte = 0;
   }
+}
+
+TEST_F(Partitions, Disquettes) {
+  const auto examine = [](const std::string &image) {
+    support().image = fichier_de(image);
+    return est_disquette();
+  };
+  EXPECT_EQ(est_disquette(), -1) << "no image is open";
+  std::string image = vide();
+  image[0] = '\xEB';
+  image[0x15] = '\xF9';
+  EXPECT_EQ(examine(image), 0);
+  image[512] = '\xF9';
+  EXPECT_EQ(examine(image), -0xF9) << "the allocation table repeats the media byte";
+  image[512] = '\xF0';
+  EXPECT_EQ(examine(image), 0);
+  pose(image, 510, "\x55\xAA");
+  EXPECT_EQ(examine(image), -0xF9) << "a boot signature is enough";
+  image[0x15] = '\0';
+  EXPECT_EQ(examine(image), 0);
+  image[0x15] = '\xF9';
+  image[0] = '\xE9';
+  EXPECT_EQ(examine(image), 0);
+}
+
+TEST_F(Partitions, Choix) {
+  ListePartitions liste;
+  std::uint64_t debut = 7;
+  EXPECT_EQ(ChoixPartition(liste).accepte(debut), -2);
+  EXPECT_EQ(debut, 0U);
+  for (const std::uint64_t depart : {40U, 50U, 60U}) *liste.nouveau() = {kSystemeMac, "v", depart, 5000};
+  ChoixPartition choix(liste);
+  choix.haut();
+  EXPECT_EQ(choix.accepte(debut), 2);
+  EXPECT_EQ(debut, 60U);
+  choix.bas();
+  choix.bas();
+  EXPECT_EQ(choix.accepte(debut), 1);
+  EXPECT_EQ(choix.annule(debut), -2);
+  EXPECT_EQ(debut, 0U);
+  EXPECT_EQ(choix.ferme(), 0);
+  EXPECT_EQ(support().unite_courante, 0xFF);
+  EXPECT_EQ(mega_partition(liste.rangs[0]), 2U);
+  EXPECT_EQ(systeme_partition({1, "", 0, 0}), "Windows");
 }
 
 }  // namespace

@@ -64,11 +64,32 @@ TEST_F(Unpack, RienNeResteDUnEchec) {
   echoue({"unpack", "good.dmg", "none/out"}, 1, "cannot be written");
   Conditions plein;
   plein.taille_max = 8192;
-  EXPECT_EQ(lance_sous(plein, {"unpack", "good.dmg", "out"}).statut, 1);
-  EXPECT_FALSE(existe("out"));
+  for (const bool usuel : {false, true}) {
+    std::vector<std::string> mots{"unpack", "good.dmg", "out"};
+    if (usuel) mots.push_back("--usual");
+    const Fin fin = lance_sous(plein, mots);
+    EXPECT_EQ(fin.statut, 1);
+    EXPECT_NE(fin.messages.find("cannot be written"), std::string::npos) << fin.messages;
+    EXPECT_FALSE(existe("out"));
+  }
   EXPECT_TRUE(sans_reste());
   reussit({"unpack", "good.dmg", "out"});
   EXPECT_TRUE(fait("out") == clair);
+
+  // What no checksum of a table proves is held against that of the data; what no table tells of is named.
+  fabrique.fausse_crc = 0;
+  fabrique.tables = {{0, {{1, 64, clair}}, {}}};
+  fabrique.secteurs = 68;
+  fabrique.controle_donnees = true;
+  std::string image = fabrique.image();
+  fichier("partial.dmg", image);
+  const Fin fin = lance({"unpack", "partial.dmg", "partial"});
+  EXPECT_EQ(fin.statut, 0);
+  EXPECT_NE(fin.messages.find("No block table speaks of 2.0 KB"), std::string::npos) << fin.messages;
+  image[100] ^= 1;
+  fichier("flipped.dmg", image);
+  echoue({"unpack", "flipped.dmg", "flipped"}, 1, "checksum of its data (CRC-32)");
+  EXPECT_TRUE(sans_reste() && !existe("flipped"));
 }
 
 }  // namespace

@@ -33,6 +33,7 @@ struct FabriqueDmg {
   bool autre_section = false;
   std::uint32_t fausse_crc = 0;        ///< flips bits of every table checksum
   std::uint32_t fausse_crc_image = 0;  ///< and of that of the image
+  bool controle_donnees = false;       ///< the trailer carries the checksum of the data fork
   std::int64_t decale_liste = 0;       ///< added to the place of the list in the trailer
 
   static std::string be(std::uint64_t valeur, int octets) {
@@ -80,13 +81,17 @@ struct FabriqueDmg {
     std::string crcs;
     for (const TableFabriquee &table : tables) {
       liste += "<dict><key>Attributes</key><string>0x0050</string><key>Data</key>\n<data>\n" +
-               base64(mish(table, octets, crcs)) + "\n</data><key>ID</key><string>0</string></dict>";
+               base64(mish(table, octets, crcs)) +
+               "\n</data><key>ID</key><string>0</string>"
+               "<key>Name</key><string>whole disk (Apple_HFS : 0)</string></dict>";
     }
     liste += "</array>";
     if (autre_section) liste += "<key>plst</key><array><dict><key>Data</key><data>AAAA</data></dict></array>";
     liste += "</dict></dict></plist>\n";
     const std::uint64_t debut = octets.size() + static_cast<std::uint64_t>(decale_liste);
     std::string fin = "koly" + be(version, 4) + be(512, 4) + be(1, 4) + be(0, 8) + be(0, 8) + be(debut, 8);
+    fin.resize(80, '\0');
+    if (controle_donnees) fin += be(2, 4) + be(32, 4) + be(crc(octets), 4);
     fin.resize(216, '\0');
     fin += be(debut, 8) + be(liste.size(), 8);
     fin.resize(352, '\0');

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kCopiesDouteuses = 6050;
 constexpr int kFaite = 6051;
+constexpr int kSansTables = 6401;
 
 // A bar on a terminal, a plain line every few seconds elsewhere.
 class Suivi {
@@ -64,6 +65,8 @@ int decompresse_vers(ContexteCli &contexte, const std::string &source, const std
     return kEchec;
   }
   if (resultat.copies_douteuses) console.afficher_avis(charger_chaine(kCopiesDouteuses));
+  if (resultat.octets_nus != 0)
+    console.afficher_avis(message(kSansTables, {taille_lisible(resultat.octets_nus)}));
   const std::string ligne = message(kFaite, {cible, taille_lisible(resultat.octets), resultat.tables});
   contexte.sortie << plateforme::texte_vers_utf8(ligne) << "\n";
   return kFait;
