@@ -11,7 +11,6 @@
 
 #include "compil/pistes.hpp"
 #include "IO/etat.hpp"
-#include "IO/iodmg.hpp"
 #include "IO/octets.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -42,6 +41,9 @@ constexpr int kPartitionSansCarte = 6342;
 constexpr int kPartitionTronquee = 6343;
 constexpr int kEchecSysteme = 6344;
 constexpr int kBrutInconnu = 6348;
+constexpr int kLueEntiere = 6048;
+constexpr int kCopiePublieePrise = 6049;
+constexpr int kCopiesDouteuses = 6050;
 
 // An entry of an Apple partition map (Inside Macintosh: Devices, 3-25).
 struct EntreeCarte {
@@ -298,8 +300,19 @@ int demande_suite(const Fichier &partition, const Fichier &iso, std::uint64_t lo
   return kHybrideFaite;
 }
 
+void note(int texte, std::initializer_list<Argument> arguments = {}) {
+  operations().journal(GenreJournal::information, message(texte, arguments));
+}
+
+// What differs from the usual reading of the compressed image goes to the journal: nobody is asked here.
+void note_expansion(const ApercuDmg &apercu, const ResultatDmg &resultat) {
+  if (!apercu.usuelle_entiere) note(kLueEntiere, {apercu.tables, apercu.tables_usuelles});
+  if (resultat.copie_publiee) note(kCopiePublieePrise);
+  if (resultat.copies_douteuses) note(kCopiesDouteuses);
+}
+
 // A compressed image is expanded to a temporary file; the kinds of other partition schemes are not read here.
-int developpe(Fichier &partition) {
+int developpe(Fichier &partition, ResultatDmg &resultat) {
   const int genre = type_image(partition);
   if (genre == kImageSimple) return kHybrideFaite;
   if (genre > kImageKoly) return kHybrideExpansion;
@@ -310,10 +323,11 @@ int developpe(Fichier &partition) {
   if (!plateforme::supprime(chemin)) return kHybrideTemporaire;
   OptionsDmg options;
   options.progression = [](std::uint64_t, std::uint64_t) { return !operations().arret_demande(); };
-  const ResultatDmg resultat = decompresse_image(partition, clair, options);
+  resultat = decompresse_image(partition, clair, options);
   if (resultat.etat == EtatDmg::arret) return kHybrideArret;
   errno = resultat.erreur;
   if (!resultat.reussi()) return resultat.etat == EtatDmg::ecriture ? kHybrideTemporaire : kHybrideExpansion;
+  note_expansion(apercu_dmg(partition), resultat);
   partition = std::move(clair);
   return kHybrideFaite;
 }
@@ -357,22 +371,28 @@ int hybridation(const Fichier &partition, const std::string &chemin_iso) {
   return echec_systeme(resultat);
 }
 
-int hybridation_fichiers(const std::string &partition, const std::string &chemin_iso) {
+int hybridation_fichiers(const std::string &partition, const std::string &chemin_iso,
+                         ResultatDmg *expansion) {
   const Fichier iso = ouvre_modifiable(chemin_iso);
   if (!iso) return kHybrideIsoFermee;
   if (commence_par_er(iso)) return kHybrideDeja;
-  Fichier source =
-      veut_racine() ? ouvre_modifiable(partition) : plateforme::ouvre(partition, Ouverture::lecture);
+  Fichier source = plateforme::ouvre(partition, Ouverture::lecture);
   if (!source) return kHybridePartitionFermee;
   const EtatAffiche affiche;
-  int resultat = developpe(source);
+  ResultatDmg perdu;
+  const int lue = source.descripteur();
+  int resultat = developpe(source, expansion != nullptr ? *expansion : perdu);
   if (resultat != kHybrideFaite) return resultat;
   Jonction jonction;
   resultat = examine_partition(source, jonction);
   if (resultat != kHybrideFaite) return resultat;
   const std::int64_t position = position_iso(iso);
   if (position < 0 || !redocking_possible(iso, position)) return kHybridePasIso;
-  if (veut_racine() && !ouvre_racine(source, jonction)) return kHybrideEcriture;
+  if (veut_racine()) {
+    if (source.descripteur() == lue) source = ouvre_modifiable(partition);
+    if (!source) return kHybridePartitionFermee;
+    if (!ouvre_racine(source, jonction)) return kHybrideEcriture;
+  }
   auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
   resultat = redocke(iso, position, longueur);
   return resultat == kHybrideFaite ? joint(source, jonction, iso, longueur, false) : resultat;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "IO/fichier.hpp"
+#include "IO/iodmg.hpp"
 
 // An existing ISO 9660 image and an existing partition image become one hybrid image, and back. The ISO file
 // is changed in place: the partition goes behind its end, the partition map into the sectors that ISO 9660
@@ -33,8 +34,9 @@ constexpr int kHybridePlace = -11;      ///< not enough free space
 [[nodiscard]] int hybridation(const Fichier &partition, const std::string &chemin_iso);
 
 /// The same for a batch: no question, nothing is told but the status. Compressed partition images are
-/// expanded first. One of the results above.
-[[nodiscard]] int hybridation_fichiers(const std::string &partition, const std::string &iso);
+/// expanded first. One of the results above; `expansion`, when given, tells why an expansion failed.
+[[nodiscard]] int hybridation_fichiers(const std::string &partition, const std::string &iso,
+                                       ResultatDmg *expansion = nullptr);
 
 // Results of a deshybridation.
 constexpr int kSepareFaite = 0;

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/actions_unpack.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "compil/hybridation.hpp"
 #include "compil/pistes.hpp"
@@ -92,7 +93,12 @@ int commande_hybrid(ContexteCli &contexte) {
   const auto chemins = deux_chemins(contexte.arguments);
   if (!chemins) return kEchec;
   errno = 0;
-  const int resultat = hybridation_fichiers(chemins->premier, chemins->second);
+  ResultatDmg expansion;
+  const int resultat = hybridation_fichiers(chemins->premier, chemins->second, &expansion);
+  if (resultat == kHybrideExpansion && !expansion.reussi()) {
+    operations().afficher_erreur(texte_echec_dmg(expansion, chemins->premier, {}));
+    return kEchec;
+  }
   if (resultat != kHybrideFaite) return echoue(kMotsHybride, resultat, chemins->premier, chemins->second);
   return reussit(contexte, kJointe, chemins->second);
 }
