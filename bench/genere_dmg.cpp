@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "../tests/outils/fabrique_dmg.hpp"
+#include "outils/fabrique_dmg.hpp"
 
 int main(int argc, char **argv) {
   using varnion::essai::FabriqueDmg;
