@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "compil/pistes.hpp"
+#include "hfs/decompression.hpp"
 #include "IO/etat.hpp"
 #include "IO/octets.hpp"
 #include "IO/operations.hpp"
@@ -41,8 +42,6 @@ constexpr int kPartitionSansCarte = 6342;
 constexpr int kPartitionTronquee = 6343;
 constexpr int kEchecSysteme = 6344;
 constexpr int kBrutInconnu = 6348;
-constexpr int kLueEntiere = 6048;
-constexpr int kCopiePublieePrise = 6049;
 constexpr int kCopiesDouteuses = 6050;
 
 // An entry of an Apple partition map (Inside Macintosh: Devices, 3-25).
@@ -300,19 +299,8 @@ int demande_suite(const Fichier &partition, const Fichier &iso, std::uint64_t lo
   return kHybrideFaite;
 }
 
-void note(int texte, std::initializer_list<Argument> arguments = {}) {
-  operations().journal(GenreJournal::information, message(texte, arguments));
-}
-
-// What differs from the usual reading of the compressed image goes to the journal: nobody is asked here.
-void note_expansion(const ApercuDmg &apercu, const ResultatDmg &resultat) {
-  if (!apercu.usuelle_entiere) note(kLueEntiere, {apercu.tables, apercu.tables_usuelles});
-  if (resultat.copie_publiee) note(kCopiePublieePrise);
-  if (resultat.copies_douteuses) note(kCopiesDouteuses);
-}
-
 // A compressed image is expanded to a temporary file; the kinds of other partition schemes are not read here.
-int developpe(Fichier &partition, ResultatDmg &resultat) {
+int developpe(Fichier &partition, const std::string &origine, ResultatDmg &resultat) {
   const int genre = type_image(partition);
   if (genre == kImageSimple) return kHybrideFaite;
   if (genre > kImageKoly) return kHybrideExpansion;
@@ -323,11 +311,13 @@ int developpe(Fichier &partition, ResultatDmg &resultat) {
   if (!plateforme::supprime(chemin)) return kHybrideTemporaire;
   OptionsDmg options;
   options.progression = [](std::uint64_t, std::uint64_t) { return !operations().arret_demande(); };
+  decide_lecture_dmg(origine, false, options);
   resultat = decompresse_image(partition, clair, options);
   if (resultat.etat == EtatDmg::arret) return kHybrideArret;
   errno = resultat.erreur;
   if (!resultat.reussi()) return resultat.etat == EtatDmg::ecriture ? kHybrideTemporaire : kHybrideExpansion;
-  note_expansion(apercu_dmg(partition), resultat);
+  if (resultat.copies_douteuses)
+    operations().journal(GenreJournal::information, charger_chaine(kCopiesDouteuses));
   partition = std::move(clair);
   return kHybrideFaite;
 }
@@ -381,7 +371,7 @@ int hybridation_fichiers(const std::string &partition, const std::string &chemin
   const EtatAffiche affiche;
   ResultatDmg perdu;
   const int lue = source.descripteur();
-  int resultat = developpe(source, expansion != nullptr ? *expansion : perdu);
+  int resultat = developpe(source, partition, expansion != nullptr ? *expansion : perdu);
   if (resultat != kHybrideFaite) return resultat;
   Jonction jonction;
   resultat = examine_partition(source, jonction);

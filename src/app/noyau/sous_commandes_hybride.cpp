@@ -3,10 +3,10 @@
 #include <cerrno>
 
 #include "app/noyau/actions_projet.hpp"
-#include "app/noyau/actions_unpack.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "compil/hybridation.hpp"
 #include "compil/pistes.hpp"
+#include "hfs/decompression.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
