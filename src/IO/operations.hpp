@@ -9,7 +9,7 @@
 namespace varnion {
 
 /// Kind of a journal line; it decides the form of the line (see app/noyau/journal).
-enum class GenreJournal { erreur, information, compilation, brut };
+enum class GenreJournal { erreur, information, trace, compilation, brut };
 
 /// The only way from the core to the user. Texts are working text (Windows-1252). The console, the desktop
 /// and the tests each have an implementation; calls may come from a worker, and the implementation marshals.

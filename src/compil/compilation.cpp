@@ -130,6 +130,7 @@ bool Compilation::choisit_nature() {
 }
 
 bool Compilation::verifie_cible() {
+  if (!trace_phase(suivi_, "==>Creating the ISO file./Création du fichier ISO.")) return false;
   const std::string dossier = dossier_de(demande_.cible);
   if (plateforme::est_dossier(demande_.cible)) return erreur_cible(EISDIR);
   if (plateforme::meme_fichier(demande_.cible, projet_.chemin())) {
@@ -165,7 +166,9 @@ bool Compilation::prend_hfsplus() {
 bool Compilation::choisit_taille_bloc() {
   ctx_.taille_bloc = kSecteurIso;
   if (!ctx_.a_volume() || nature_est_hfsplus(ctx_.nature)) return true;
-  if (!suivi_.trace("==>Computing the cluster size./Calcul de la taille des blocs.")) return false;
+  if (ctx_.nature == Nature::hfs &&
+      !trace_phase(suivi_, "==>Computing the cluster size./Calcul de la taille des blocs."))
+    return false;
   const LongueursProjet longueurs(projet_);
   for (std::uint32_t taille = kSecteurIso; taille < kTailleBlocMax; taille += kSecteurIso) {
     const bool fourches = !demande_.borne_fourches || ctx_.nature != Nature::hybride_hfs ||
@@ -189,7 +192,8 @@ bool sans_titre(const std::string &label) {
   return trouve;
 }
 
-// "Untitled" never reaches the disc: a label that still says so becomes the name of the target.
+// "Untitled" never reaches the disc: a label that still says so becomes the name of the target. Each label is
+// looked at for itself, so that one the user typed stays where the other was left alone.
 bool Compilation::nomme() {
   const std::string nom = nom_sans_extension(demande_.cible);
   const bool iso = sans_titre(lit_champ(entete_.label_iso));
@@ -237,15 +241,12 @@ bool Compilation::reconstruit() {
 bool Compilation::annonce() {
   const std::uint64_t secteurs = ctx_.secteurs + (demande_.postgap ? kSecteursPostgap : 0);
   const std::string taille = std::to_string(quotient_haut<std::uint64_t>(secteurs, 512)) + " MB";
-  return suivi_.trace("==>Calling the compiler./Appel du compilateur.") &&
+  const bool pur = !nature_a_iso(ctx_.nature);
+  return (!pur || trace_phase(suivi_, "==>Calling the compiler./Appel du compilateur.")) &&
          suivi_.texte(message(kTitreDisque, {taille, ctx_.dossiers, ctx_.fichiers}));
 }
 
 bool Compilation::ouvre_cible() {
-  const char *trace =
-      nature_a_iso(ctx_.nature) ? "==>Creating the ISO file./Création du fichier ISO." : nullptr;
-  if (trace != nullptr && !suivi_.trace(plateforme::utf8_vers_texte(trace))) return false;
-
   for (int n = 1; n <= 100; ++n) {
     chemin_partiel_ = demande_.cible + (n == 1 ? ".part" : ".part" + std::to_string(n));
     cible_ = plateforme::ouvre(chemin_partiel_, Ouverture::creation_neuve);

@@ -187,9 +187,10 @@ SecteurDescripteur descripteur_joliet(const SecteurDescripteur &primaire, const 
   d.chemins_l = plan.chemins_joliet_l;
   d.chemins_m = plan.chemins_joliet_m;
   d.racine = fiche_racine(plan.racine_joliet);
+  // Only the four long identifiers are made anew: the three of files behind them stay as the primary
+  // descriptor has them, in 8-bit characters.
   for (auto *champ : {&d.jeu, &d.editeur, &d.preparateur, &d.application}) champ->fill(0);
   if (!systeme.empty()) {
-    // The three file identifiers stay those of the primary descriptor.
     pose_ucs2(d.jeu, lit_champ(entete.id_jeu_volumes));
     pose_ucs2(d.editeur, lit_champ(entete.id_editeur));
     pose_ucs2(d.preparateur, lit_champ(entete.id_preparateur));

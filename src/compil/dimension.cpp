@@ -30,6 +30,8 @@ constexpr int kTropProfond = 6303;       // folder
 constexpr int kReserveIso = 6304;        // journal
 constexpr int kVueIsoTexte = 6305;
 constexpr int kVueHfsTexte = 6306;
+constexpr int kTropDeDossiers = 6347;
+constexpr std::size_t kRepertoiresMax = 0xFFFF;  ///< a path table numbers them in 16 bits (ECMA-119 9.4.4)
 constexpr std::size_t kNomsEgauxMontres = 10;
 constexpr std::size_t kLongueurMessage = 100;  ///< bytes of a path in a message
 
@@ -65,6 +67,7 @@ struct Attente {
   std::uint32_t numero;
   std::size_t profondeur;
   std::string chemin;
+  bool iso;  ///< reached from the root of the ISO side
 };
 
 class Mesure {
@@ -94,8 +97,9 @@ class Mesure {
   std::unordered_map<std::u16string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
   std::size_t egaux_ = 0;
+  std::size_t repertoires_ = 1;  // on the ISO side, with the root
   std::unordered_set<std::uint32_t> vus_{kRacine};
-  std::vector<Attente> pile_{{kRacine, 0, "/"}};  // the next folder last
+  std::vector<Attente> pile_{{kRacine, 0, "/", true}};  // the next folder last
 };
 
 void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
@@ -199,7 +203,9 @@ bool Mesure::empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_
   for (auto r = sous_dossiers.rbegin(); r != sous_dossiers.rend(); ++r) {
     if (!vus_.insert(r->numero).second) return refuse(kDossiersEnCercle);
     const std::string chemin = ici.chemin + nom_dans_vue(*r, kVueRacine, false) + "/";
-    pile_.push_back({r->numero, ici.profondeur + 1, tronque_chemin(chemin, kLongueurMessage)});
+    const bool iso = ici.iso && r->dans_iso();
+    if (iso) ++repertoires_;
+    pile_.push_back({r->numero, ici.profondeur + 1, tronque_chemin(chemin, kLongueurMessage), iso});
   }
   return true;
 }
@@ -210,6 +216,10 @@ bool Mesure::parcourt() {
     const Attente ici = std::move(pile_.back());
     pile_.pop_back();
     if (!empile(ici, mesure_dossier(ici))) return false;
+  }
+  if (ctx_.a_iso() && repertoires_ > kRepertoiresMax) {
+    operations().afficher_erreur(charger_chaine(kTropDeDossiers));
+    return false;
   }
   if (egaux_ > kNomsEgauxMontres)
     operations().afficher_erreur(message(kNomsEgauxSuite, {egaux_ - kNomsEgauxMontres}));

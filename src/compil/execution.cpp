@@ -46,6 +46,12 @@ void supprime_temporaires() {
 
 }  // namespace
 
+bool trace_phase(SuiviCompilation &suivi, const char *utf8) {
+  const std::string texte = plateforme::utf8_vers_texte(utf8);
+  if (etat<OptionsProgramme>().niveau_trace != 0) operations().journal(GenreJournal::trace, texte);
+  return suivi.trace(texte);
+}
+
 Execution::Execution(ContexteCompilation &contexte, SuiviCompilation &suivi, const Fichier &cible)
     : ctx_(contexte),
       suivi_(suivi),
@@ -77,9 +83,7 @@ bool Execution::echec_volume() {
 }
 
 bool Execution::trace(const char *utf8) {
-  const std::string texte = plateforme::utf8_vers_texte(utf8);
-  if (etat<OptionsProgramme>().niveau_trace != 0) operations().journal(GenreJournal::compilation, texte);
-  return suivi_.trace(texte) || echoue(kCompilEchec);
+  return trace_phase(suivi_, utf8) || echoue(kCompilEchec);
 }
 
 bool Execution::choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoins) {
@@ -140,9 +144,10 @@ bool Execution::prepare(BesoinsVolume &besoins) {
 bool Execution::copie_temporaire(const Fichier &fichier, std::uint32_t secteur, std::uint32_t reserve) {
   const std::int64_t taille = fichier_taille(fichier);
   if (taille < 0) return erreur_systeme();
-  // Sources that changed, or names that had to be told apart, took more than was measured: nothing may lie over
-  // the area behind.
-  if (static_cast<std::uint64_t>(taille) > std::uint64_t{reserve} * kSecteurIso) return echoue(kCompilReprise);
+  // Sources that changed, or names that had to be told apart, took more than was measured: nothing may lie
+  // over the area behind.
+  if (static_cast<std::uint64_t>(taille) > std::uint64_t{reserve} * kSecteurIso)
+    return echoue(kCompilReprise);
   if (!sortie_.positionne(std::uint64_t{secteur} * kSecteurIso)) return echoue(kCompilEchec);
   return sortie_.copie(fichier, 0, static_cast<std::uint64_t>(taille)) == taille || erreur_systeme();
 }
@@ -189,8 +194,9 @@ bool Execution::ferme_iso(std::uint64_t fin_donnees) {
   SecteurDescripteur joliet = descripteur_joliet(primaire, entete, iso_, ctx_.label_iso);
   termine_descripteur(primaire, racine_iso_taille_, taille_iso, taille_volume);
   termine_descripteur(joliet, racine_joliet_taille_, taille_joliet, taille_volume);
-  const bool ecrit = sortie_.positionne(std::uint64_t{kSecteurPrimaire} * kSecteurIso) && sortie_.ecrit(primaire) &&
-                     sortie_.ecrit(joliet) && sortie_.ecrit(descripteur_fin()) && sortie_.vide();
+  const bool ecrit = sortie_.positionne(std::uint64_t{kSecteurPrimaire} * kSecteurIso) &&
+                     sortie_.ecrit(primaire) && sortie_.ecrit(joliet) && sortie_.ecrit(descripteur_fin()) &&
+                     sortie_.vide();
   supprime_temporaires();
   return ecrit || echoue(kCompilEchec);
 }

@@ -31,6 +31,10 @@ inline constexpr const char *kTempJoliet = "fajol.tmp";
 /// is not there.
 [[nodiscard]] PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::uint32_t entree);
 
+/// Tells that a phase begins: to the journal where a trace is wanted, and to `suivi`, whose answer it gives.
+/// `utf8` carries both languages.
+[[nodiscard]] bool trace_phase(SuiviCompilation &suivi, const char *utf8);
+
 /// One attempt at writing the image: plan, first structures, the walk that places all data, the end.
 class Execution {
  public:

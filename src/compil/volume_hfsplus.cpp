@@ -56,7 +56,8 @@ void pose_fourche(FourchePlus &cible, const Fourche &source) {
   cible.extents[0] = {source.bloc, source.blocs};
 }
 
-/// The project keeps local time, HFS+ wants UTC.
+/// The project keeps local time. TN1150 ("HFS Plus Dates") wants UTC in every date but that of the volume's
+/// creation, and UTC is what is written, whatever the sign in which a system tells its zone bias.
 std::uint32_t date_utc_mac(std::uint32_t date_projet) {
   if (date_projet == 0) return 0;  // no date
   const std::int64_t date = std::int64_t{date_projet} + plateforme::biais_fuseau();

@@ -18,6 +18,7 @@ TEST_F(EssaiJournal, LineForms) {
   } const cas[] = {
       {GenreJournal::erreur, "7/3/2026 -  9:05:04:08 - \xC3\xA9t\xC3\xA9\r\n"},
       {GenreJournal::information, "7/3/2026 -  9:05:04:08\t\xC3\xA9t\xC3\xA9\r\n"},
+      {GenreJournal::trace, "7/3/2026 -  9:05:04:08 - \xC3\xA9t\xC3\xA9\r\n"},
       {GenreJournal::compilation, "7/3/2026 -  9:05:04:08 - COMPIL : \xC3\xA9t\xC3\xA9\n"},
       {GenreJournal::brut, "\xC3\xA9t\xC3\xA9"},
   };

@@ -35,7 +35,7 @@ std::string ligne_journal(GenreJournal genre, std::string_view texte, const Heur
   if (genre == GenreJournal::compilation) {
     ligne.append(" - COMPIL : ").append(texte).append("\n");
   } else {
-    ligne.append(genre == GenreJournal::erreur ? " - " : "\t").append(texte).append("\r\n");
+    ligne.append(genre == GenreJournal::information ? "\t" : " - ").append(texte).append("\r\n");
   }
   return plateforme::texte_vers_utf8(ligne);
 }

@@ -16,8 +16,8 @@ struct HeureJournal {
   int centiemes;
 };
 
-/// One entry as it goes to the file, in UTF-8. Ends in CR LF; a line of the compile trace in LF alone, a raw
-/// one in what it has.
+/// One entry as it goes to the file, in UTF-8. Ends in CR LF; the line of a file in a compile in LF alone, a
+/// raw one in what it has.
 [[nodiscard]] std::string ligne_journal(GenreJournal genre, std::string_view texte,
                                         const HeureJournal &heure);
 
