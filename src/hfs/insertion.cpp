@@ -304,7 +304,7 @@ class Insertion {
   }
 
   [[nodiscard]] bool en_fin() {
-    return repete([this] { return derniere_feuille(); }, false);
+    return repete([] { return derniere_feuille(); }, false);
   }
 
   /// True when the key does not stand below the last one of the tree.
