@@ -180,6 +180,129 @@ TEST_F(LigneCommande, RenamesWithinTheLimitsOfEachView) {
       << "nothing of that name in the view";
 }
 
+// Bits of the record whose source has that name: 1 and 2 missing in the ISO and HFS view, 4 refresh.
+TEST_F(LigneCommande, SetsMissingAndRefresh) {
+  projet();
+  const auto bits = [this](const std::string &nom) {
+    const std::string octets = lit(d + "p.vnpr");
+    for (std::size_t ici = 756; ici + 756 <= octets.size(); ici += 756)
+      if (octets.compare(ici + 0x170, nom.size() + 1, nom.c_str(), nom.size() + 1) == 0)
+        return (octets[ici + 0x0C] >> 1 & 1) | (octets[ici + 0x0D] & 2) | (octets[ici + 0x0E] >> 3 & 4);
+    return -1;
+  };
+  reussit({"project", "set", "p.vnpr", "src/a.txt", "--missing", "on"});
+  EXPECT_EQ(bits("a.txt"), 3);
+  EXPECT_EQ(vues(elements()["src/a.txt"]), "IH");
+  reussit({"project", "set", "p.vnpr", "src/a.txt", "--missing", "off"});
+  EXPECT_EQ(bits("a.txt"), 0);
+  reussit({"project", "set", "p.vnpr", "src/a.txt", "--views", "hfs"});
+  reussit({"project", "set", "p.vnpr", "src/a.txt", "--missing", "on"});
+  EXPECT_EQ(bits("a.txt"), 2) << "out of the ISO view it is not missing there";
+  reussit({"project", "set", "p.vnpr", "src/a.txt", "--missing", "on", "--views", "both"});
+  EXPECT_EQ(bits("a.txt"), 3);
+  reussit({"project", "set", "p.vnpr", "src", "--refresh", "on"});
+  EXPECT_EQ(bits("src"), 4);
+  EXPECT_EQ(bits("Sous"), 0);
+  reussit({"project", "set", "p.vnpr", "src", "--refresh", "on", "-R"});
+  EXPECT_EQ(bits("Sous"), 4);
+  EXPECT_EQ(bits("a.txt"), 3) << "a file has no contents";
+  reussit({"project", "mkdir", "p.vnpr", "virtual"});
+  for (const char *chemin : {"virtual", "src/a.txt"})
+    echoue({"project", "set", "p.vnpr", chemin, "--refresh", "on"}, 1, "no contents to refresh");
+  echoue({"project", "set", "p.vnpr", "/", "--missing", "on"}, 1, "none of the other properties");
+}
+
+TEST_F(LigneCommande, OptionsOfAProjectAreSetToldAndWritten) {
+  projet();
+  const auto objet = [this] {
+    return QJsonDocument::fromJson(
+               QByteArray::fromStdString(reussit({"project", "options", "p.vnpr", "--json"})))
+        .object();
+  };
+  const struct {
+    const char *option, *json;
+    std::size_t place, longueur, image;  // bytes in the head, byte in the primary descriptor
+  } champs[] = {{"system", "system", 0x20, 32, 8},
+                {"volume", "volume", 0x270, 32, 40},
+                {"volume-set", "volume_set", 0x40, 128, 190},
+                {"publisher", "publisher", 0xC0, 128, 318},
+                {"preparer", "preparer", 0x140, 128, 446},
+                {"application", "application", 0x1C0, 128, 574},
+                {"copyright-file", "copyright_file", 0x240, 12, 702},
+                {"abstract-file", "abstract_file", 0x24C, 12, 739},
+                {"bibliographic-file", "bibliographic_file", 0x258, 12, 776}};
+  for (const auto &c : champs) {
+    EXPECT_EQ(texte(objet(), c.json), c.json == std::string("volume") ? "Untitled" : "") << c.option;
+    const std::string plein(c.longueur, static_cast<char>(c.option[0] - 'a' + 'A'));
+    const std::string option = std::string("--") + c.option;
+    echoue({"project", "options", "p.vnpr", option, plein + "X"}, 1, std::to_string(c.longueur));
+    reussit({"project", "options", "p.vnpr", option, plein});
+    EXPECT_EQ(texte(objet(), c.json), plein) << c.option;
+    EXPECT_EQ(lit(d + "p.vnpr").substr(c.place, c.longueur), plein) << c.option;
+  }
+  reussit({"compile", "p.vnpr", "-o", "o.iso"});
+  for (const auto &c : champs) {
+    const std::string debut(12, static_cast<char>(c.option[0] - 'a' + 'A'));
+    EXPECT_EQ(lit(d + "o.iso").substr(16 * 2048 + c.image, 12), debut) << c.option;
+  }
+  // The last of them taken away, the others are told to be without effect.
+  reussit({"project", "options", "p.vnpr", "--system", "", "--volume", ""});
+  EXPECT_EQ(texte(objet(), "volume"), "Untitled");
+  EXPECT_NE(lance({"project", "options", "p.vnpr", "--publisher", "Me"}).messages.find("System"),
+            std::string::npos);
+  const std::string lignes = reussit({"project", "options", "p.vnpr"});
+  for (const char *ligne :
+       {"System: (Varnion", "Publisher: Me\n", "Format: HFS\n", "Rebuild the project: off\n"})
+    EXPECT_NE(lignes.find(ligne), std::string::npos) << lignes;
+
+  const struct {
+    const char *option, *json;
+    std::size_t place;
+    int masque;
+  } cases[] = {{"--open-root", "open_root", 0x0E, 1},
+               {"--rebuild", "rebuild", 0x0E, 0x20},
+               {"--custom-icon", "custom_icon", 0x0F, 4}};
+  for (const auto &c : cases)
+    for (const bool valeur : {true, false}) {
+      const int avant = lit(d + "p.vnpr").at(c.place) & ~c.masque;
+      reussit({"project", "options", "p.vnpr", c.option, valeur ? "on" : "off"});
+      EXPECT_EQ(lit(d + "p.vnpr").at(c.place), avant | (valeur ? c.masque : 0)) << c.option;
+      EXPECT_EQ(objet()[c.json].toBool(), valeur) << c.option;
+    }
+  EXPECT_EQ(lance({"project", "options", "p.vnpr", "--json", "--system", "x"}).statut, 2);
+}
+
+TEST_F(LigneCommande, TheFormatOfAProjectChangesWithItsNames) {
+  const std::string long_nom = "A name of forty characters, with dot.txt";
+  fichier("src/" + long_nom, "x");
+  projet();
+  const auto nom = [&] { return texte(elements()["src/" + long_nom]["names"].toObject(), "hfs"); };
+  EXPECT_LE(nom().size(), 31U);
+  reussit({"project", "options", "p.vnpr", "--format", "hfsplus"});
+  EXPECT_EQ(nom(), long_nom);
+  EXPECT_EQ(lit(d + "p.vnpr").at(0x0D) & 3, 1);
+  reussit({"project", "options", "p.vnpr", "--format", "hfs"});
+  EXPECT_LE(nom().size(), 31U);
+  EXPECT_EQ(lit(d + "p.vnpr").at(0x0D) & 3, 0);
+
+  // 65,536 copies of one record: more than classic HFS holds.
+  reussit({"project", "options", "p.vnpr", "--format", "hfsplus"});
+  std::string octets = lit(d + "p.vnpr").substr(0, 2 * 756);
+  for (int i = 1; i < 65'536; ++i) octets.append(octets, 756, 756);
+  fichier("big.vnpr", octets);
+  echoue({"project", "options", "big.vnpr", "--format", "hfs"}, 1, "65,535 files or folders");
+  const std::string apres = lit(d + "big.vnpr");
+  EXPECT_TRUE(apres.substr(756) == octets.substr(756));
+  EXPECT_EQ(apres.at(0x0D), 1);
+
+  reussit({"project", "new", "s.vnso"});
+  for (const char *option : {"--open-root", "--custom-icon"})
+    echoue({"project", "options", "s.vnso", option, "on"}, 1, "ISO view only");
+  echoue({"project", "options", "s.vnso", "--format", "hfsplus"}, 1, "ISO view only");
+  reussit({"project", "options", "s.vnso", "--rebuild", "on", "--publisher", "Me", "--system", "Us"});
+  EXPECT_NE(reussit({"project", "options", "s.vnso"}).find("Publisher: Me"), std::string::npos);
+}
+
 TEST_F(LigneCommande, SetsProperties) {
   fichier("src/Un nom de fichier plus long que le HFS.txt", "x");
   projet();

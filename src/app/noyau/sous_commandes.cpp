@@ -23,6 +23,20 @@ constexpr OptionCli kMkdir[] = {{"view", '\0', 6713, kVues}};
 constexpr OptionCli kLabel[] = {{"iso", '\0', 6714, ""}, {"hfs", '\0', 6715, ""}};
 constexpr OptionCli kLs[] = {{"recursive", 'R', 6716}, {"view", '\0', 6717, kVues}, {"json", '\0', 6718}};
 constexpr OptionCli kInfo[] = {{"json", '\0', 6718}};
+constexpr OptionCli kOptionsProjet[] = {{"system", '\0', 6802, ""},
+                                        {"volume", '\0', 6803, ""},
+                                        {"volume-set", '\0', 6804, ""},
+                                        {"publisher", '\0', 6805, ""},
+                                        {"preparer", '\0', 6806, ""},
+                                        {"application", '\0', 6807, ""},
+                                        {"copyright-file", '\0', 6808, ""},
+                                        {"abstract-file", '\0', 6809, ""},
+                                        {"bibliographic-file", '\0', 6810, ""},
+                                        {"open-root", '\0', 6811, kOuiNon},
+                                        {"rebuild", '\0', 6812, kOuiNon},
+                                        {"custom-icon", '\0', 6813, kOuiNon},
+                                        {"format", '\0', 6814, "hfs|hfsplus"},
+                                        {"json", '\0', 6718}};
 constexpr OptionCli kRm[] = {{"recursive", 'r', 6719}, {"view", '\0', 6720, kVues}};
 constexpr OptionCli kRename[] = {{"view", '\0', 6721, kVues}};
 constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
@@ -31,6 +45,8 @@ constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
                               {"views", '\0', 6725, kVuesOuAucune},
                               {"hidden-ext", '\0', 6726, kOuiNon},
                               {"custom-icon", '\0', 6727, kOuiNon},
+                              {"missing", '\0', 6821, kOuiNon},
+                              {"refresh", '\0', 6822, kOuiNon},
                               {"recursive", 'R', 6728}};
 constexpr OptionCli kRefresh[] = {{"accept", '\0', 6766, "all|deletions|additions|modifications"},
                                   {"additions", '\0', 6767},
@@ -55,6 +71,7 @@ constexpr SousCommande kCommandes[] = {
     {"project", "label", 1, 1, kLabel, commande_projet_label, 6613, 6663},
     {"project", "ls", 1, 2, kLs, commande_projet_ls, 6614, 6664},
     {"project", "info", 1, 1, kInfo, commande_projet_info, 6615, 6665},
+    {"project", "options", 1, 1, kOptionsProjet, commande_projet_options, 6800, 6801},
     {"project", "rm", 2, kSansFin, kRm, commande_projet_rm, 6616, 6666},
     {"project", "rename", 3, 3, kRename, commande_projet_rename, 6617, 6667},
     {"project", "set", 2, kSansFin, kSet, commande_projet_set, 6618, 6668},

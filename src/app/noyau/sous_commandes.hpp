@@ -32,6 +32,7 @@ struct SousCommande {
 [[nodiscard]] int commande_projet_label(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_ls(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_info(ContexteCli &contexte);
+[[nodiscard]] int commande_projet_options(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_rm(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_rename(ContexteCli &contexte);
 [[nodiscard]] int commande_projet_set(ContexteCli &contexte);

@@ -20,6 +20,7 @@ constexpr int kCodeTropLong = 6556;
 constexpr int kVueUnique = 6557;
 constexpr int kDossierSansSignature = 6558;
 constexpr int kRacineSansPropriete = 6566;
+constexpr int kRienARafraichir = 6823;
 constexpr std::size_t kCode = 4;
 
 struct Appartenance {
@@ -30,11 +31,13 @@ struct Appartenance {
 struct Changements {
   std::optional<std::string> type, createur;  ///< Mac Roman, 4 bytes each
   std::optional<Appartenance> caches, vues;
-  std::optional<bool> extension_cachee, icone;
+  std::optional<bool> extension_cachee, icone, manquant, rafraichir;
   bool recursif = false;
 
   [[nodiscard]] bool signature() const { return type || createur; }
-  [[nodiscard]] bool simples() const { return signature() || caches || extension_cachee; }
+  [[nodiscard]] bool simples() const {
+    return signature() || caches || extension_cachee || manquant || rafraichir;
+  }
 };
 
 std::optional<Appartenance> appartenance(const Arguments &arguments, std::string_view option) {
@@ -62,6 +65,11 @@ bool lit_code(const Arguments &arguments, std::string_view option, std::optional
   return true;
 }
 
+// Only what comes from a folder of the disk has contents to look through.
+bool rafraichissable(const RubriqueProjet &r) {
+  return r.est_dossier() && !r.est_virtuel() && !lit_champ(r.chemin).empty();
+}
+
 void applique(RubriqueProjet &r, const Changements &c) {
   if (!r.est_dossier()) {
     if (c.type) c.type->copy(r.signature.data(), kCode);
@@ -73,6 +81,12 @@ void applique(RubriqueProjet &r, const Changements &c) {
   }
   if (c.extension_cachee) r.extension_cachee(*c.extension_cachee);
   if (c.icone) r.icone_perso(*c.icone);
+  if (c.rafraichir && rafraichissable(r)) r.rafraichir(*c.rafraichir);
+  if (c.manquant) {
+    const std::uint8_t marque = *c.manquant ? kManquant : kDansVue;
+    if (r.dans_iso()) r.vue_iso(marque);
+    if (r.dans_hfs()) r.vue_hfs(marque);
+  }
 }
 
 // An item that was never in the HFS view carries its source's name there as it stands: before it enters the
@@ -104,11 +118,13 @@ bool pour_sous_arbre(FichierProjet &projet, std::uint32_t dossier,
   return true;
 }
 
-bool change_vues(FichierProjet &projet, const ElementTrouve &trouve, const Appartenance &vues) {
+bool change_vues(FichierProjet &projet, const ElementTrouve &trouve, const Changements &c) {
+  const Appartenance vues = *c.vues;
   RubriqueProjet r = trouve.rubrique;
-  const auto valeur = [](bool voulu, std::uint8_t actuel) -> std::uint8_t {
+  const auto valeur = [&c](bool voulu, std::uint8_t actuel) -> std::uint8_t {
     if (!voulu) return kHorsVue;
-    return actuel != kHorsVue ? actuel : kDansVue;  // a missing source stays marked
+    if (actuel != kHorsVue) return actuel;  // a missing source stays marked
+    return c.manquant.value_or(false) ? kManquant : kDansVue;
   };
   const auto prepare = [&](RubriqueProjet &une) {
     if (vues.hfs) prepare_nom_hfs(une, projet.hfsplus());
@@ -153,6 +169,10 @@ bool change_element(FichierProjet &projet, const std::string &utf8, const Change
       operations().afficher_erreur(message(kDossierSansSignature, {chemin}));
       return false;
     }
+    if (c.rafraichir && !rafraichissable(r) && !c.recursif) {
+      operations().afficher_erreur(message(kRienARafraichir, {chemin}));
+      return false;
+    }
     applique(r, c);
     if (!projet.ecrit(trouve->rang, r)) return echec_ecriture_projet(projet.chemin());
   } else if (!change_racine(projet, c)) {
@@ -160,7 +180,7 @@ bool change_element(FichierProjet &projet, const std::string &utf8, const Change
   }
   const auto tous = [&c](RubriqueProjet &une) { applique(une, c); };
   if (c.recursif && r.est_dossier() && !pour_sous_arbre(projet, r.numero, tous)) return false;
-  return !c.vues || change_vues(projet, *trouve, *c.vues);
+  return !c.vues || change_vues(projet, *trouve, c);
 }
 
 }  // namespace
@@ -173,6 +193,8 @@ int commande_projet_set(ContexteCli &contexte) {
   c.vues = appartenance(arguments, "views");
   c.extension_cachee = bascule(arguments, "hidden-ext");
   c.icone = bascule(arguments, "custom-icon");
+  c.manquant = bascule(arguments, "missing");
+  c.rafraichir = bascule(arguments, "refresh");
   c.recursif = arguments.a("recursive");
   if (!c.simples() && !c.vues && !c.icone) return kUsage;
   const auto chemin = chemin_argument(arguments.positions[0]);
