@@ -112,6 +112,11 @@ TEST_F(Hybride, CompressedPartitionImagesAreExpandedFirst) {
   echoue({"hybrid", "spoiled.dmg", "disc.iso"}, 1, "checksum (CRC-32)");
   fichier("cut.dmg", gatee.substr(0, 60'000) + gatee.substr(gatee.size() - 512));
   echoue({"hybrid", "cut.dmg", "disc.iso"}, 1, "cut or damaged");
+  // No room for what is expanded.
+  const Fin plein =
+      lance_sous({.taille_max = 500'000}, {"hybrid", VN_DONNEES "/dmg/made_udzo.dmg", "disc.iso"});
+  EXPECT_EQ(plein.statut, 1);
+  EXPECT_NE(plein.messages.find("temporary file"), std::string::npos) << plein.messages;
   EXPECT_TRUE(lit(d + "disc.iso") == iso);
 }
 
