@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <optional>
+#include <cstddef>
 
 #include "hfs/cache.hpp"
+#include "hfs/carte_volume.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
 #include "hfs/noeud.hpp"
@@ -76,6 +77,28 @@ std::uint32_t cherche_libre(const CarteNoeuds &carte, std::uint32_t rang) {
   return 0;
 }
 
+// While a volume is edited, a bit that changes goes to the header in memory, which each node write brings
+// along, or to its map node on the disk at once: the disk never takes a node in use for free.
+void reporte_octet(const CarteNoeuds &carte, std::size_t place) {
+  const auto entete = carte_de_l_entete();
+  if (place < entete.size()) {
+    entete[place] = carte.octets[place];
+    return;
+  }
+  if (!carte_allocation().chargee) return;
+  std::size_t reste = place - entete.size();
+  std::vector<std::uint8_t> octets(catalogue().taille_noeud);
+  for (const std::uint32_t noeud : carte.chaine) {
+    if (!lit_noeud_carte(noeud, octets)) return;
+    const auto bits = carte_du_noeud(octets);
+    if (reste < bits.size()) {
+      bits[reste] = carte.octets[place];
+      return ecriture_noeud(noeud, octets);
+    }
+    reste -= bits.size();
+  }
+}
+
 std::uint32_t alloue_noeud(DescripteurArbre &arbre) {
   assure_carte();
   CarteNoeuds &carte = carte_noeuds();
@@ -84,6 +107,7 @@ std::uint32_t alloue_noeud(DescripteurArbre &arbre) {
   const std::uint32_t noeud = cherche_libre(carte, 0);
   carte.octets[noeud / 8] |= static_cast<std::uint8_t>(0x80 >> (noeud & 7));
   arbre.fiche().freeNodes = arbre.fiche().freeNodes - 1;
+  reporte_octet(carte, noeud / 8);
   return noeud;
 }
 
@@ -103,7 +127,28 @@ void enchaine_noeud_carte(CarteNoeuds &carte, std::uint32_t noeud) {
   fixe_decalage(octets, 1, kDebutEnregistrements + taille);  // 1FA for nodes of 512 bytes, FFA for 4,096
   ecriture_noeud(noeud, octets);
   carte.chaine.push_back(noeud);
-  carte.octets.resize(carte.octets.size() + taille);
+}
+
+// Copies the bits to the map nodes from number `rang` of the chain on.
+bool ecrit_noeuds_carte(const CarteNoeuds &carte, std::size_t rang) {
+  std::span<const std::uint8_t> reste = carte.octets;
+  reste = reste.subspan(std::min(reste.size(), carte_de_l_entete().size()));
+  std::vector<std::uint8_t> octets(catalogue().taille_noeud);
+  for (std::size_t i = 0; i < carte.chaine.size(); ++i) {
+    if (!lit_noeud_carte(carte.chaine[i], octets)) {
+      operations().journal(GenreJournal::erreur,
+                           formate("catalog: map node %d cannot be read back", {carte.chaine[i]}));
+      if (support().echec_ecriture == 0)
+        support().echec_ecriture = EIO;  // the flush is not what it should be
+      return false;
+    }
+    const auto cible = carte_du_noeud(octets);
+    const std::size_t nombre = std::min(cible.size(), reste.size());
+    std::copy_n(reste.begin(), nombre, cible.begin());
+    reste = reste.subspan(nombre);
+    if (i >= rang) ecriture_noeud(carte.chaine[i], octets);
+  }
+  return true;
 }
 
 }  // namespace
@@ -139,26 +184,10 @@ void recopie_carte_noeuds() {
   const CarteNoeuds carte = std::move(carte_noeuds());
   libere_carte_noeuds();
   if (!carte.chargee || catalogue().taille_noeud == 0) return;
-  std::span<const std::uint8_t> reste = carte.octets;
-  const auto copie = [&reste](std::span<std::uint8_t> cible) {
-    const std::size_t nombre = std::min(cible.size(), reste.size());
-    std::copy_n(reste.begin(), nombre, cible.begin());
-    reste = reste.subspan(nombre);
-  };
-  copie(carte_de_l_entete());
+  const auto entete = carte_de_l_entete();
+  std::copy_n(carte.octets.begin(), std::min(entete.size(), carte.octets.size()), entete.begin());
   ecriture_entete_arbre();
-  std::vector<std::uint8_t> octets(catalogue().taille_noeud);
-  for (const std::uint32_t noeud : carte.chaine) {
-    if (!lit_noeud_carte(noeud, octets)) {
-      operations().journal(GenreJournal::erreur,
-                           formate("catalog: map node %d cannot be read back", {noeud}));
-      if (support().echec_ecriture == 0)
-        support().echec_ecriture = EIO;  // the flush is not what it should be
-      return;
-    }
-    copie(carte_du_noeud(octets));
-    ecriture_noeud(noeud, octets);
-  }
+  (void)ecrit_noeuds_carte(carte, 0);
 }
 
 bool noeuds_disponibles(std::uint32_t nombre) {
@@ -179,15 +208,23 @@ bool ajoute_noeuds_carte() {
   const std::uint64_t bits = std::uint64_t{carte.octets.size()} * 8;
   const std::uint64_t total = arbre.fiche().totalNodes;
   if (total <= bits) return true;
-  const std::uint64_t par_noeud = octets_par_noeud_carte(arbre.taille_noeud) * 8;
-  const std::uint64_t manque = quotient_haut(total - bits, par_noeud);
-  if (manque > total || !noeuds_disponibles(static_cast<std::uint32_t>(manque))) return false;
+  const std::uint64_t octets_par_noeud = octets_par_noeud_carte(arbre.taille_noeud);
+  const std::uint64_t manque = quotient_haut(total - bits, octets_par_noeud * 8);
+  if (manque > total) return false;
+  // The new nodes may lie among those that get their bits only now.
+  const std::size_t ancienne_taille = carte.octets.size();
+  const std::size_t rang = carte.chaine.size();
+  carte.octets.resize(ancienne_taille + static_cast<std::size_t>(manque * octets_par_noeud));
+  if (!noeuds_disponibles(static_cast<std::uint32_t>(manque))) {
+    carte.octets.resize(ancienne_taille);
+    return false;
+  }
   for (std::uint64_t i = 0; i < manque; ++i) {
     const std::uint32_t noeud = alloue_noeud(catalogue());
     if (noeud == 0) return false;
     enchaine_noeud_carte(carte, noeud);
   }
-  return true;
+  return ecrit_noeuds_carte(carte, rang);
 }
 
 std::uint32_t alloue_noeud_hfs(DescripteurArbre &arbre) {
@@ -205,6 +242,7 @@ void libere_noeud(DescripteurArbre &arbre, std::uint32_t noeud) {
   arbre.fiche().freeNodes = arbre.fiche().freeNodes + 1;
   carte.octets[place] &= static_cast<std::uint8_t>(~(0x80 >> (noeud & 7)));
   carte.octet_bas = std::min(carte.octet_bas, place);
+  reporte_octet(carte, place);
   cache_noeuds().oublie(noeud);
 }
 

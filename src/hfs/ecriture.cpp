@@ -34,17 +34,13 @@ void ecriture_noeud(std::uint32_t noeud, std::span<const std::uint8_t> octets) {
 }
 
 // By design this takes the sector count from the catalog's node size and, on HFS+, the place from the
-// catalog's fork instead of that of the extents file. On HFS both trees have nodes of 512 bytes and the count
-// is right. On HFS+ the header node written behind each node would land on the catalog's own header and
-// destroy the volume, so the write is refused there.
+// catalog's fork instead of that of the extents file. On HFS both trees have nodes of 512 bytes and nothing
+// comes of it. On HFS+ the header node written behind each node would land on the catalog's own header and
+// destroy the volume, so the extents file and its node size are taken there, as for a read.
 bool ecriture_noeud_extents(std::uint32_t noeud, std::span<const std::uint8_t> octets) {
   const DescripteurArbre &arbre = volume_courant().extents;
-  if (volume_courant().est_hfsplus) {
-    operations().journal(GenreJournal::erreur, "extents tree: writing is not available on HFS+");
-    return false;
-  }
   if (arbre.taille_noeud == 0 || octets.size() != arbre.taille_noeud) return false;
-  if (noeud > arbre.fiche().totalNodes) return false;
+  if (noeud > arbre.fiche().totalNodes || position_noeud(arbre, noeud) == kSansPosition) return false;
   ecrit_noeud_disque(arbre, noeud, octets);
   ecrit_noeud_disque(arbre, 0, arbre.octets_entete());
   return true;

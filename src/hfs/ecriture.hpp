@@ -18,7 +18,7 @@ namespace varnion {
 /// Writes a catalog node of `taille_noeud` bytes, brings the cache up to date, and writes the header node. A
 /// number above totalNodes stops at the cache.
 void ecriture_noeud(std::uint32_t noeud, std::span<const std::uint8_t> octets);
-/// The same for the extents tree. False on HFS+, where nothing is written (see the source).
+/// The same for the extents tree. False when the node does not belong to it.
 [[nodiscard]] bool ecriture_noeud_extents(std::uint32_t noeud, std::span<const std::uint8_t> octets);
 /// Stamps the volume header in memory (drLsMod; modifyDate and lastMountedVersion) and writes the catalog's
 /// header node.
@@ -47,12 +47,34 @@ void libere_carte_noeuds();
 
 /// True when this many nodes can be had: by freeNodes, by the map, and within the catalog file.
 [[nodiscard]] bool noeuds_disponibles(std::uint32_t nombre);
-/// Takes the first free node and marks it: its number, or 0 when none is left (the catalog file does not grow
-/// yet). Loads the node map when that was not done.
+/// Takes the first free node and marks it: its number, or 0 when none is left. Whoever needs nodes makes sure
+/// of them first (`assure_noeuds` of croissance.hpp, which lets the catalog grow). Loads the node map when
+/// that was not done.
 [[nodiscard]] std::uint32_t alloue_noeud_hfs(DescripteurArbre &arbre);
 [[nodiscard]] std::uint32_t alloue_noeud_hfsplus(DescripteurArbre &arbre);
 /// Gives a node back: bit cleared, freeNodes + 1, out of the cache. The caller has cleared it on the disk.
 void libere_noeud(DescripteurArbre &arbre, std::uint32_t noeud);
+
+// --- deletion
+
+/// Takes record `index` of the catalog's current node out. A node that loses its last record leaves the tree,
+/// index records follow, a root with one child goes. leafRecords is the caller's: 1 less before the call, and
+/// put back when this gives false, which happens with nothing changed: the tree is damaged on the way up, or
+/// the record is the last of the tree.
+[[nodiscard]] bool supprime_hfs(std::int32_t index);
+[[nodiscard]] bool supprime_hfsplus(std::int32_t index);
+
+// --- extents tree
+
+/// Adds a run to the extents tree for a file and fork: in the first empty slot of the record that `debut`,
+/// the block of the file where the run begins, follows on; else as a new record. False when the leaf has no
+/// room (this tree is not split) or the tree is damaged.
+[[nodiscard]] bool ajoute_extents_hfs(ExtentHfs suite, std::uint32_t fichier, std::uint32_t debut,
+                                      std::uint8_t fourche);
+[[nodiscard]] bool ajoute_extents_hfsplus(ExtentPlus suite, std::uint32_t fichier, std::uint32_t debut,
+                                          std::uint8_t fourche);
+/// Takes the record of a fork that begins at block `debut` of the file out of the extents tree.
+[[nodiscard]] bool retire_extents(std::uint32_t fichier, std::uint32_t debut, std::uint8_t fourche);
 
 // --- insertion
 

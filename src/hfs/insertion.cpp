@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "hfs/croissance.hpp"
+#include "hfs/division.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/noeud.hpp"
 #include "hfs/traits.hpp"
@@ -11,8 +13,8 @@
 #include "IO/operations.hpp"
 
 // Insertion of records, for both formats. An insertion looks for all that could stop it before it changes
-// anything: the nodes that splits may take (`noeuds_disponibles`) and the way from the leaf up to the root
-// (`chemin_sain`).
+// anything: the way from the leaf up to the root and the nodes that splits on it take (`noeuds_du_chemin`),
+// which are made sure of (`assure_noeuds`).
 
 namespace varnion {
 namespace {
@@ -26,22 +28,6 @@ std::uint32_t alloue(DescripteurArbre &arbre) {
   if constexpr (std::is_same_v<Traits, TraitsHfs>) return alloue_noeud_hfs(arbre);
   return alloue_noeud_hfsplus(arbre);
 }
-
-// A key copied out of its node, so that node reads may follow.
-template <typename Traits>
-class CleGardee {
- public:
-  explicit CleGardee(std::span<const std::uint8_t> fiche) {
-    octets_.ajoute(fiche.first(std::min(Traits::taille_cle(fiche), PetitTampon::kCapacite)));
-  }
-  [[nodiscard]] std::span<const std::uint8_t> octets() const { return octets_.octets(); }
-  [[nodiscard]] typename Traits::CleLue lue() const {
-    return Traits::cle(octets_.octets()).value_or(typename Traits::CleLue{});
-  }
-
- private:
-  PetitTampon octets_;
-};
 
 // --- records
 
@@ -217,12 +203,26 @@ bool insere_index(const CleGardee<Traits> &cle_gauche, const CleGardee<Traits> &
   return false;
 }
 
-// --- the way from a leaf to the root
+// Nodes that the change of a first key can take: a split at each level at worst.
+std::uint32_t noeuds_pour_correction() {
+  const std::uint32_t profondeur = catalogue().fiche().treeDepth;
+  return profondeur * (profondeur + 2);
+}
 
-// True when the current node can be followed upward, by index records that point to it, to the root. Reads
-// other nodes: the node is read again at the end, with its `index`.
+// The longest index record that the keys of a node, or `autre`, would make.
 template <typename Traits>
-bool chemin_sain() {
+std::size_t plus_long_index(OctetsNoeud noeud, std::size_t autre) {
+  for (std::int32_t rang = 0; rang < nb_enregistrements(noeud); ++rang) {
+    const CleGardee<Traits> cle(enregistrement(noeud, rang));
+    if (!cle.octets().empty()) autre = std::max(autre, Traits::taille_index(cle.octets()));
+  }
+  return autre;
+}
+
+}  // namespace
+
+template <typename Traits>
+std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle_neuve) {
   DescripteurArbre &arbre = catalogue();
   const std::uint32_t feuille = arbre.noeud;
   const std::int32_t index = arbre.index;
@@ -230,36 +230,37 @@ bool chemin_sain() {
   std::uint32_t fils = feuille;
   OctetsNoeud noeud = arbre.octets();
   bool sain = profondeur >= 1 && profondeur < 256;
+  bool divise_ici = true;
+  std::uint32_t noeuds = 1;
+  std::size_t taille = plus_long_index<Traits>(noeud, Traits::taille_index(cle_neuve));
   for (std::uint16_t niveau = 2; sain && niveau <= profondeur; ++niveau) {
     const CleGardee<Traits> cle(enregistrement(noeud, 0));
     noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, cle.lue());
     sain = !noeud.empty() && noeud_sain(noeud);
     fils = arbre.noeud;
+    if (!sain || !divise_ici) continue;
+    divise_ici = !tient(noeud, taille);
+    if (divise_ici) ++noeuds;
+    taille = plus_long_index<Traits>(noeud, taille);
   }
+  if (divise_ici) ++noeuds;  // a new root
   sain = sain && fils == arbre.fiche().rootNode;
   sain = !lecture_noeud(feuille).empty() && sain;
   arbre.index = index;
-  return sain;
+  return sain ? std::optional(noeuds) : std::nullopt;
 }
 
-// Nodes that one leaf split can take: the leaf, one node a level above, a new root; and one in reserve.
-std::uint32_t noeuds_pour_division() {
-  return std::uint32_t{catalogue().fiche().treeDepth} + 2;
-}
-
-// After a record has come to stand first in its leaf: the index records above take the new key, as far as
-// they stand first in their node themselves. (Catalogs never come here: the root folder's record is the first
-// of them all.)
 template <typename Traits>
-void corrige_premieres_cles(std::uint32_t fils, const CleGardee<Traits> &ancienne,
+void corrige_premieres_cles(std::uint16_t niveau, std::uint32_t fils, const CleGardee<Traits> &ancienne,
                             const CleGardee<Traits> &nouvelle) {
   DescripteurArbre &arbre = catalogue();
   const auto fiche_taille = Traits::taille_index(nouvelle.octets());
-  for (std::uint16_t niveau = 2; niveau <= arbre.fiche().treeDepth; ++niveau) {
+  for (; niveau <= arbre.fiche().treeDepth; ++niveau) {
     OctetsNoeud noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, ancienne.lue());
     if (noeud.empty() || !noeud_sain(noeud)) return;
     const std::size_t liberee = enregistrement(noeud, arbre.index).size();
     if (place_prise(noeud) - liberee + fiche_taille + 2 > noeud.size()) {
+      if (!assure_noeuds(noeuds_pour_correction(), SiImpossible::silence)) return;
       if (!divise<Traits>(garde_index(noeud, arbre.index, fiche_taille), {})) return;
       noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, ancienne.lue());
       if (noeud.empty() || !noeud_sain(noeud)) return;
@@ -272,6 +273,16 @@ void corrige_premieres_cles(std::uint32_t fils, const CleGardee<Traits> &ancienn
   }
 }
 
+template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfs>(std::span<const std::uint8_t>);
+template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfsPlus>(std::span<const std::uint8_t>);
+template void corrige_premieres_cles<TraitsHfs>(std::uint16_t, std::uint32_t, const CleGardee<TraitsHfs> &,
+                                                const CleGardee<TraitsHfs> &);
+template void corrige_premieres_cles<TraitsHfsPlus>(std::uint16_t, std::uint32_t,
+                                                    const CleGardee<TraitsHfsPlus> &,
+                                                    const CleGardee<TraitsHfsPlus> &);
+
+namespace {
+
 // Puts the record at `rang` of the current leaf, where it fits.
 template <typename Traits>
 bool place_enregistrement(OctetsNoeud noeud, std::int32_t rang, std::span<const std::uint8_t> fiche,
@@ -279,10 +290,10 @@ bool place_enregistrement(OctetsNoeud noeud, std::int32_t rang, std::span<const 
   const std::uint32_t feuille = catalogue().noeud;
   const std::uint32_t profondeur = catalogue().fiche().treeDepth;
   const bool cles_a_corriger = rang == 0 && profondeur > 1 && ancienne;
-  if (cles_a_corriger && (!chemin_sain<Traits>() || !noeuds_disponibles(profondeur * (profondeur + 2))))
+  if (cles_a_corriger && (!noeuds_du_chemin<Traits>(fiche) || !assure_noeuds(noeuds_pour_correction())))
     return false;
   pose(noeud, rang, fiche);
-  if (cles_a_corriger) corrige_premieres_cles<Traits>(feuille, *ancienne, CleGardee<Traits>(fiche));
+  if (cles_a_corriger) corrige_premieres_cles<Traits>(2, feuille, *ancienne, CleGardee<Traits>(fiche));
   return true;
 }
 
@@ -334,7 +345,8 @@ class Insertion {
       const std::int32_t nombre = nb_enregistrements(noeud);
       const std::int32_t rang = catalogue().index == kIndexFin ? nombre : catalogue().index;
       if (tient_en_feuille<Traits>(noeud, cle_, donnees_.size())) return pose_ici(noeud, rang, nombre);
-      if (!noeuds_disponibles(noeuds_pour_division()) || !chemin_sain<Traits>()) return false;
+      const auto noeuds = noeuds_du_chemin<Traits>(cle_);
+      if (!noeuds || !assure_noeuds(*noeuds)) return false;
       if (rang == nombre && (feuille_seule || nombre == 1)) {
         return divise<Traits>(nombre, compose_fiche<Traits>(cle_, donnees_));
       }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "hfs/cache.hpp"
+#include "hfs/carte_volume.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
 #include "hfs/noeud.hpp"
@@ -171,7 +172,7 @@ void lecture_entete_volume() {
 
 int ouverture_arbres() {
   VolumeCourant &volume = volume_courant();
-  libere_carte_noeuds();
+  liberation_carte();
   oublie_index_extents();
   ouvre_arbre(volume, volume.catalogue);
   if (volume.catalogue.taille_noeud != 0) cache_noeuds().prepare(volume.catalogue.taille_noeud);
@@ -216,10 +217,16 @@ void ecriture_mdb_secours() {
 bool ecriture_structures() {
   VolumeCourant &volume = volume_courant();
   if (carte_noeuds().chargee) recopie_carte_noeuds();
+  if (!volume.est_hfsplus && volume.a_entete() && carte_allocation().chargee) {
+    operations().afficher_etat_seul(charger_chaine(kMessageEcriture));
+    ecriture_carte_hfs();
+    operations().afficher_etat({}, {});
+  }
   if (volume.est_hfsplus && volume.a_entete()) {
     operations().afficher_etat_seul(charger_chaine(kMessageEcriture));
     volume.vhb->writeCount = volume.vhb->writeCount + 1;
     ecrit_entetes_hfsplus(volume);
+    ecriture_carte_hfsplus();
     operations().afficher_etat({}, {});
   }
   return support().echec_ecriture == 0;
