@@ -361,31 +361,36 @@ std::optional<SuiteBlocs> alloue_hfsplus(std::uint32_t voulus) {
   return alloue_ou_message(voulus);
 }
 
-void libere_suite(SuiteBlocs suite) {
-  if (suite.nombre == 0) return;
+std::uint32_t libere_suite(SuiteBlocs suite) {
+  if (suite.nombre == 0) return 0;
   if (!suite_liberable(suite)) {
     operations().journal(GenreJournal::erreur,
                          formate("bitmap: blocks %u (%u) not freed", {suite.debut, suite.nombre}));
-    return;
+    return 0;
   }
   fixe_suite(suite, false);
+  return suite.nombre;
 }
 
-void libere_extents_hfs(const ExtentsHfs &extents) {
+std::uint32_t libere_extents_hfs(const ExtentsHfs &extents) {
+  std::uint32_t liberes = 0;
   for (const ExtentHfs &extent : extents) {
     if (extent.blockCount == 0) break;
-    libere_suite({extent.startBlock, extent.blockCount});
+    liberes += libere_suite({extent.startBlock, extent.blockCount});
   }
   recule_indice_hfs();
+  return liberes;
 }
 
-void libere_extents_hfsplus(const ExtentsPlus &extents) {
+std::uint32_t libere_extents_hfsplus(const ExtentsPlus &extents) {
+  std::uint32_t liberes = 0;
   EnteteVolumePlus &vhb = *volume_courant().vhb;
   for (const ExtentPlus &extent : extents) {
     if (extent.blockCount == 0) continue;
-    libere_suite({extent.startBlock, extent.blockCount});
+    liberes += libere_suite({extent.startBlock, extent.blockCount});
     vhb.nextAllocation = std::min<std::uint32_t>(vhb.nextAllocation, extent.startBlock);
   }
+  return liberes;
 }
 
 std::uint32_t blocs_libres() {

@@ -56,11 +56,11 @@ struct SuiteBlocs {
 /// The same for the mounted format, without the message.
 [[nodiscard]] std::optional<SuiteBlocs> alloue_sans_message(std::uint32_t voulus);
 
-/// Gives runs back; a run outside the volume or in one of the volume's own files is left alone, with a
-/// journal line. The count of free blocks is the caller's.
-void libere_extents_hfs(const ExtentsHfs &extents);
-void libere_extents_hfsplus(const ExtentsPlus &extents);
-void libere_suite(SuiteBlocs suite);
+/// Gives runs back: blocks freed. A run outside the volume or in one of the volume's own files is left alone,
+/// with a journal line. The count of free blocks is the caller's.
+std::uint32_t libere_extents_hfs(const ExtentsHfs &extents);
+std::uint32_t libere_extents_hfsplus(const ExtentsPlus &extents);
+std::uint32_t libere_suite(SuiteBlocs suite);
 
 /// Count of free blocks in the volume header.
 [[nodiscard]] std::uint32_t blocs_libres();
