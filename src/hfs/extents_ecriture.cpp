@@ -206,6 +206,7 @@ bool ajoute_extents(const typename Format::Extents::value_type &suite, const Cle
   if (!ecriture_noeud_extents(numero, noeud)) return false;
   if (rang == 0 && !vide) Arbre::corrige(2, numero, premiere, typename Arbre::Cle(cle));
   arbre.noeud = 0;  // look-ups of one fork after the other begin anew
+  oublie_index_extents();
   return true;
 }
 
@@ -221,6 +222,7 @@ bool retire(const Cle &cle) {
   const bool fait = Suppression<Arbre>::retire(arbre.index);
   if (!fait) arbre.fiche().leafRecords = arbre.fiche().leafRecords + 1;
   arbre.noeud = 0;
+  oublie_index_extents();
   return fait;
 }
 

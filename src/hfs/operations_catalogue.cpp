@@ -219,14 +219,6 @@ std::uint32_t insere_fichier(std::uint32_t parent, const NomItem &nom, const Nou
       [&](auto format) { return insere_fichier_de<decltype(format)>(parent, nom, fichier, data, rsrc); });
 }
 
-std::uint32_t valence(std::uint32_t dossier) {
-  return selon_format([&](auto format) {
-    using C = decltype(format);
-    const auto *fiche = fiche_dossier_courante<C>(dossier);
-    return fiche != nullptr ? C::valence(*fiche) : 0;
-  });
-}
-
 void ajuste_valence(std::int32_t delta, std::uint32_t dossier) {
   selon_format([&](auto format) {
     using C = decltype(format);

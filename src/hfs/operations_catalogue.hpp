@@ -91,8 +91,7 @@ int echange_fourches(const NomItem &nom, std::uint32_t parent);
 /// bytes on HFS.
 int nom_volume_change(const NomItem &nom);
 
-/// Number of items in a folder, 0 for none.
-[[nodiscard]] std::uint32_t valence(std::uint32_t dossier);
+/// Adds to the number of items that a folder's record tells (`valence` of catalogue.hpp reads it).
 void ajuste_valence(std::int32_t delta, std::uint32_t dossier);
 
 /// New values for an item; what is empty stays. Type, creator and lock are for files.

@@ -79,8 +79,10 @@ int deplace_de(const NomItem &nom, std::uint32_t de, std::uint32_t vers) {
         message(kMessageDeplacement, {tronque_chemin(nom_item_windows(nom), kNomAffiche)}));
     return 0;
   }
-  if (lue->type == kRubriqueDossier ? dans<C>(vers, lue->id) : !dossier_par_id<C>(vers)) return 0;
-  if (valence(vers) >= C::kValenceMax) return 0;
+  if (lue->type == kRubriqueDossier && dans<C>(vers, lue->id)) return 0;
+  auto cible = dossier_par_id<C>(vers);
+  const auto *fiche = cible ? fiche_comme<typename C::Dossier>(cible->donnees) : nullptr;
+  if (fiche == nullptr || C::valence(*fiche) >= C::kValenceMax) return 0;
   if (!change_cle<C>(*lue, vers, lue->nom) || !maj_thread<C>(*lue, vers, lue->nom)) return 0;
   C::compte(lue->type, de, -1);
   C::compte(lue->type, vers, 1);

@@ -150,6 +150,7 @@ EtatOuverture ouvrir_partition(const std::string &chemin, const OptionsOuverture
 }
 
 void fermer_partition() {
+  liberation_carte();
   PartitionCourante &partition = partition_courante();
   support().image = {};
   if (partition.image_temporaire) static_cast<void>(plateforme::supprime(partition.chemin_temporaire));
