@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 
+#include "hfs/carte_volume.hpp"
 #include "hfs/decompression.hpp"
 #include "hfs/montage.hpp"
 #include "hfs/volume.hpp"
