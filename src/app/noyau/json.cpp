@@ -5,9 +5,13 @@
 namespace varnion {
 
 std::string json_texte(std::string_view texte) {
+  return json_utf8(plateforme::texte_vers_utf8(texte));
+}
+
+std::string json_utf8(std::string_view utf8) {
   static constexpr std::string_view kChiffres = "0123456789abcdef";
   std::string json = "\"";
-  for (const char c : plateforme::texte_vers_utf8(texte)) {
+  for (const char c : utf8) {
     const auto octet = static_cast<unsigned char>(c);
     if (c == '"' || c == '\\') {
       json += '\\';

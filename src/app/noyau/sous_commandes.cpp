@@ -63,6 +63,17 @@ constexpr OptionCli kMaster[] = {{"output", 'o', 6733, ""},      {"label", '\0',
                                  {"signatures", '\0', 6704, ""}, {"force", 'f', 6702}};
 constexpr OptionCli kTrackRaw[] = {{"mode", '\0', 6754, "1|2"}, {"force", 'f', 6702}};
 constexpr OptionCli kUnpack[] = {{"usual", '\0', 6703}, {"force", 'f', 6702}};
+constexpr const char *kFormes = "data|resource|macbinary|appledouble|applesingle";
+constexpr OptionCli kListe[] = {
+    {"long", 'l', 6900}, {"recursive", 'R', 6902}, {"all", 'a', 6901}, {"json", '\0', 6718}};
+constexpr OptionCli kGet[] = {{"to", '\0', 6903, ""},
+                              {"mode", '\0', 6904, kFormes},
+                              {"names", '\0', 6905, "long|keep|whole"},
+                              {"overwrite", '\0', 6906, "ask|yes|no"},
+                              {"fonts", '\0', 6907, "yes|no"},
+                              {"signatures", '\0', 6704, ""}};
+constexpr OptionCli kFind[] = {{"signature", '\0', 6908, ""}, {"long", 'l', 6900}, {"json", '\0', 6718}};
+constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
     {"project", "new", 1, 1, kNew, commande_projet_new, 6610, 6660},
@@ -85,6 +96,11 @@ constexpr SousCommande kCommandes[] = {
     {"", "dehybrid", 1, 1, {}, commande_dehybrid, 6747, 6751},
     {"track", "raw", 2, 2, kTrackRaw, commande_track_raw, 6748, 6752},
     {"track", "video", 2, 2, {}, commande_track_video, 6749, 6753},
+    {"", "info", 1, 1, kInfo, commande_info, 6880, 6890},
+    {"", "ls", 1, 2, kListe, commande_ls, 6881, 6891},
+    {"", "get", 2, kSansFin, kGet, commande_get, 6882, 6892},
+    {"", "find", 1, 2, kFind, commande_find, 6883, 6893},
+    {"", "cat", 2, 2, kCat, commande_cat, 6884, 6894},
 };
 
 }  // namespace

@@ -46,6 +46,11 @@ struct SousCommande {
 [[nodiscard]] int commande_dehybrid(ContexteCli &contexte);
 [[nodiscard]] int commande_track_raw(ContexteCli &contexte);
 [[nodiscard]] int commande_track_video(ContexteCli &contexte);
+[[nodiscard]] int commande_info(ContexteCli &contexte);
+[[nodiscard]] int commande_ls(ContexteCli &contexte);
+[[nodiscard]] int commande_get(ContexteCli &contexte);
+[[nodiscard]] int commande_find(ContexteCli &contexte);
+[[nodiscard]] int commande_cat(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);

@@ -4,10 +4,10 @@
 #include <unordered_set>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/affichage.hpp"
 #include "app/noyau/json.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "IO/plateforme.hpp"
-#include "noms/tables.hpp"
 #include "noms/texte.hpp"
 #include "res/chaines.hpp"
 
@@ -18,30 +18,10 @@ namespace {
 constexpr int kIntrouvable = 6541;
 constexpr int kVueUnique = 6557;
 constexpr int kInfoProjet = 6570;                // and the lines that follow
-constexpr std::int64_t kEpoqueMac = 2082844800;  // seconds from 1904 to 1970
 
 std::string format_de(const FichierProjet &projet) {
   if (projet.mode() == ModeProjet::isop) return "ISO+";
   return projet.hfsplus() ? "HFS+" : "HFS";
-}
-
-// Type and creator in working text. All zeros, the signature of an item that has none, give "".
-std::string code_lisible(const char *octets) {
-  std::string texte;
-  bool vide = true;
-  for (int i = 0; i < 4; ++i) {
-    const auto octet = static_cast<std::uint8_t>(octets[i]);
-    vide = vide && octet == 0;
-    texte += octet < 0x80 ? octets[i] : static_cast<char>(mac_vers_windows[octet]);
-  }
-  return vide ? std::string() : texte;
-}
-
-// A project date is local time: no zone is given.
-std::optional<std::string> date_iso(std::uint32_t secondes) {
-  if (secondes == 0) return std::nullopt;
-  const auto d = plateforme::date_utc(std::int64_t{secondes} - kEpoqueMac);
-  return formate("%04d-%02d-%02dT%02d:%02d:%02d", {d.annee, d.mois, d.jour, d.heure, d.minute, d.seconde});
 }
 
 const char *nom_codage(const RubriqueProjet &r) {
@@ -57,13 +37,6 @@ const char *nom_codage(const RubriqueProjet &r) {
     default:
       return "none";
   }
-}
-
-// A control byte, which a Macintosh name may hold, must not reach a terminal.
-std::string montrable(std::string texte) {
-  for (char &c : texte)
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-  return texte;
 }
 
 struct ElementListe {

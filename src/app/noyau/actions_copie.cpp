@@ -1,0 +1,96 @@
+#include "app/noyau/actions_copie.hpp"
+
+#include <cerrno>
+
+#include "app/noyau/actions_projet.hpp"
+#include "fichiers/mode_copie.hpp"
+#include "IO/etat.hpp"
+#include "IO/plateforme.hpp"
+#include "noms/regles.hpp"
+#include "projet/signatures.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kCopies = 6863;
+constexpr int kVides = 6864;
+constexpr int kManques = 6865;
+constexpr int kArrete = 6869;
+constexpr int kCibleFermee = 6872;
+constexpr std::size_t kCheminMessage = 200;
+constexpr double kPasBarre = 0.1;  // seconds between two bars
+
+std::uint32_t mode_nomme(std::string_view nom) {
+  if (nom == "resource") return kCopieRessource;
+  if (nom == "macbinary") return kCopieMacBinaire;
+  if (nom == "appledouble") return kCopieAppleDouble;
+  return nom == "applesingle" ? kCopieAppleSingle : kCopieData;
+}
+
+ModeNommage nommage(const Arguments &arguments) {
+  const std::string nom = arguments.valeur("names");
+  if (nom == "keep") return ModeNommage::garde;
+  if (nom == "whole") return ModeNommage::entier;
+  return nom == "long" ? ModeNommage::longs : mode_nommage(etat<OptionsProgramme>().options);
+}
+
+std::optional<std::string> extension(std::string_view signature) {
+  const EntreeSignature *ligne = extension_de_signature(signature);
+  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
+}
+
+}  // namespace
+
+OptionsCopiePc options_copie(ContexteCli &contexte) {
+  const Arguments &arguments = contexte.arguments;
+  Console &console = contexte.console;
+  const std::string remplacer = arguments.valeur("overwrite", console.options.interroge ? "ask" : "no");
+  if (remplacer == "ask") {
+    console.options.interroge = true;
+    etat<OptionsProgramme>().mode_lot = false;
+  }
+  reponses_copie_pc().remplacement = remplacer == "yes"   ? Remplacement::tous
+                                     : remplacer == "ask" ? Remplacement::demande
+                                                          : Remplacement::aucun;
+  mode_copie() = mode_nomme(arguments.valeur("mode"));
+  const std::string polices = arguments.valeur("fonts", console.options.interroge ? "" : "no");
+  if (polices == "yes") mode_copie() |= kPolicesMac;
+  OptionsCopiePc options;
+  options.nommage = nommage(arguments);
+  options.extension = extension;
+  options.polices = polices != "no";
+  options.suivi = [&console, dernier = plateforme::chronometre()](const BilanCopiePc &bilan) mutable {
+    if (!console.options.terminal || plateforme::chronometre() - dernier < kPasBarre) return;
+    dernier = plateforme::chronometre();
+    console.barre(texte_copies(bilan.fichiers, bilan.octets));
+  };
+  return options;
+}
+
+std::optional<DossierSortie> dossier_cible(const ContexteCli &contexte) {
+  const auto chemin = chemin_argument(contexte.arguments.valeur("to"));
+  if (!chemin) return std::nullopt;
+  auto dossier = DossierSortie::ouvre(*chemin);
+  if (!dossier && errno == ENOENT && plateforme::cree_dossier(*chemin)) dossier = DossierSortie::ouvre(*chemin);
+  if (!dossier) {
+    const std::string raison = plateforme::texte_erreur(errno);
+    operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));
+  }
+  return dossier;
+}
+
+int conclut_copie(ContexteCli &contexte, const BilanCopiePc &bilan) {
+  contexte.console.barre({});
+  const auto ligne = [&contexte](const std::string &texte) {
+    contexte.sortie << plateforme::texte_vers_utf8(texte) << "\n";
+  };
+  ligne(message(kCopies, {bilan.fichiers, bilan.dossiers, taille_lisible(bilan.octets_lus)}));
+  if (bilan.vides != 0) ligne(message(kVides, {bilan.vides}));
+  if (bilan.sautes + bilan.echecs != 0) ligne(message(kManques, {bilan.sautes, bilan.echecs}));
+  if (bilan.arret && contexte.console.arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
+  return bilan.complet() ? kFait : kEchec;
+}
+
+}  // namespace varnion

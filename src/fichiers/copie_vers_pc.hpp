@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "fichiers/element.hpp"
+#include "fichiers/nom_pc.hpp"
+#include "hfs/catalogue.hpp"
+#include "IO/dossier_sortie.hpp"
+
+// Files and folders of the mounted volume to the PC, in the form that `mode_copie()` asks for.
+
+namespace varnion {
+
+/// What is done where the PC has a file of that name already.
+enum class Remplacement {
+  demande,  ///< asks 1161
+  tous,     ///< the old file goes
+  aucun,    ///< the file is left out and named
+};
+
+/// Answers that stay in force for the run of the program.
+struct ReponsesCopiePc {
+  Remplacement remplacement = Remplacement::demande;
+  bool tait_hfs = false;  ///< 1119 and 1120 are silenced: such files become empty files
+  bool tait_hfsplus = false;
+};
+[[nodiscard]] ReponsesCopiePc &reponses_copie_pc();
+
+struct BilanCopiePc {
+  std::uint64_t fichiers = 0, dossiers = 0;
+  std::uint64_t octets = 0;    ///< as the status line counts them: nothing in the two Apple modes
+  std::uint64_t octets_lus = 0;  ///< of all forks copied
+  std::uint64_t vides = 0;     ///< files without the fork that was asked for, copied as empty files
+  std::uint64_t renommes = 0;  ///< told by name: cut, or numbered beside a file of the same copy
+  std::uint64_t sautes = 0;    ///< left out by an answer or for want of the fork
+  std::uint64_t echecs = 0;    ///< not whole, each told by name
+  bool arret = false;          ///< the user stopped it, or nothing more could be written
+  [[nodiscard]] bool complet() const { return !arret && echecs == 0; }
+};
+
+struct OptionsCopiePc {
+  ModeNommage nommage = ModeNommage::longs;
+  ExtensionDeSignature extension;
+  bool polices = true;  ///< fonts may be converted, once the user agrees
+  /// Called after each file; may be empty.
+  std::function<void(const BilanCopiePc &)> suivi;
+};
+
+/// A file on its way to the PC.
+struct FichierCopie {
+  ElementFichier element;
+  std::string chemin;    ///< where it comes from, in UTF-8, for messages
+  bool hfsplus = false;  ///< both kinds of catalog have their own silence about empty forks
+};
+
+/// One command that copies to the PC: the counters of its status line and the names it has given.
+class CopieVersPc {
+ public:
+  explicit CopieVersPc(OptionsCopiePc options) : options_(std::move(options)) {}
+
+  /// Copies one item with what lies below it into a folder of the PC. False: the walk of the enclosing folder
+  /// ends here (the reason was told); a selection goes on with its next item unless `bilan().arret`.
+  bool copie_vers_pc(const ElementMac &element, const DossierSortie &cible);
+  /// The same for a file that lies on no volume.
+  bool copie_fichier(const FichierCopie &fichier, const DossierSortie &cible);
+  [[nodiscard]] const BilanCopiePc &bilan() const { return bilan_; }
+
+ private:
+  /// The names that this copy has given in a folder.
+  using NomsDonnes = std::unordered_set<std::string>;
+
+  bool copie_element(const ElementMac &element, const DossierSortie &cible);
+  bool copie_dossier_vers_pc(const ElementMac &dossier, const DossierSortie &cible);
+  bool convertit_police(const FichierCopie &fichier, const DossierSortie &cible);
+  bool sans_fourche(const FichierCopie &fichier, bool &saute);
+  [[nodiscard]] bool place_suffit(const FichierCopie &fichier, const DossierSortie &cible);
+  [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &cible, bool &suite);
+  [[nodiscard]] std::string nom_regle(const FichierCopie &fichier);
+  [[nodiscard]] Fichier ouvre_cible(const FichierCopie &fichier, const DossierSortie &cible, std::string &nom,
+                                    bool &suite);
+  [[nodiscard]] Fichier remplace(const std::string &nom, const DossierSortie &cible, bool &suite);
+  bool ecrit(const FichierCopie &fichier, const DossierSortie &cible, const std::string &nom, Fichier sortie);
+  [[nodiscard]] bool ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &cible,
+                                     const std::string &nom);
+  bool copie_contenu(const ElementMac &dossier, const DossierSortie &dedans, const std::string &chemin);
+  bool dossier_refuse(const std::string &message, int erreur);
+  bool echec_ecriture(const std::string &chemin, int erreur);
+  void annonce(const FichierCopie &fichier, const std::string &cible);
+  [[nodiscard]] bool arret_voulu();
+
+  OptionsCopiePc options_;
+  BilanCopiePc bilan_;
+  std::string source_;  ///< path of the folder being copied, in UTF-8, closed by "/"
+  std::unordered_map<std::string, NomsDonnes> donnes_;  ///< by the PC path of the folder
+  std::unordered_set<std::uint32_t> vus_;  ///< folders entered: a damaged tree may lead into itself
+  std::size_t profondeur_ = 0;
+};
+
+/// A file of the mounted volume for the writers of containers.
+[[nodiscard]] ElementFichier element_de_volume(const ElementMac &fichier);
+
+/// " - Copied: %d f. (%lu.%03lu MB)"
+[[nodiscard]] std::string texte_copies(std::uint64_t fichiers, std::uint64_t octets);
+
+}  // namespace varnion
