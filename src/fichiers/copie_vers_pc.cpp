@@ -11,6 +11,7 @@
 #include "hfs/extents.hpp"
 #include "hfs/lecture.hpp"
 #include "hfs/liens.hpp"
+#include "hfs/texte_mac.hpp"
 #include "hfs/volume.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
@@ -127,7 +128,9 @@ ReponsesCopiePc &reponses_copie_pc() {
 ElementFichier element_de_volume(const ElementMac &fichier) {
   ElementFichier element;
   element.nom_large = plateforme::utf8_vers_large(fichier.nom_utf8());
-  element.nom = fichier.hfsplus ? nom_mac(fichier.nom_texte()) : fichier.nom_hfs;
+  // By the tables of names where Mac Roman lacks a character: they end the name there.
+  element.nom = fichier.hfsplus ? utf8_vers_mac(fichier.nom_utf8()).value_or(nom_mac(fichier.nom_texte()))
+                                : fichier.nom_hfs;
   element.info_finder = fichier.infos_finder;
   element.dates.creation = fichier.creation;
   element.dates.modification = fichier.modification;
@@ -169,10 +172,10 @@ bool CopieVersPc::copie_vers_pc(const ElementMac &element, const DossierSortie &
 }
 
 bool CopieVersPc::copie_element(const ElementMac &element, const DossierSortie &cible) {
-  return element.dossier
-             ? copie_dossier_vers_pc(element, cible)
-             : copie_fichier({element_de_volume(sans_lien(element)), source_ + element.nom_chemin(), element.hfsplus},
-                             cible);
+  return element.dossier ? copie_dossier_vers_pc(element, cible)
+                         : copie_fichier({element_de_volume(sans_lien(element)),
+                                          source_ + element.nom_chemin(), element.hfsplus},
+                                         cible);
 }
 
 // --- folders

@@ -32,13 +32,13 @@ struct ReponsesCopiePc {
 
 struct BilanCopiePc {
   std::uint64_t fichiers = 0, dossiers = 0;
-  std::uint64_t octets = 0;    ///< as the status line counts them: nothing in the two Apple modes
+  std::uint64_t octets = 0;      ///< as the status line counts them: nothing in the two Apple modes
   std::uint64_t octets_lus = 0;  ///< of all forks copied
-  std::uint64_t vides = 0;     ///< files without the fork that was asked for, copied as empty files
-  std::uint64_t renommes = 0;  ///< told by name: cut, or numbered beside a file of the same copy
-  std::uint64_t sautes = 0;    ///< left out by an answer or for want of the fork
-  std::uint64_t echecs = 0;    ///< not whole, each told by name
-  bool arret = false;          ///< the user stopped it, or nothing more could be written
+  std::uint64_t vides = 0;       ///< files without the fork that was asked for, copied as empty files
+  std::uint64_t renommes = 0;    ///< told by name: cut, or numbered beside a file of the same copy
+  std::uint64_t sautes = 0;      ///< left out by an answer or for want of the fork
+  std::uint64_t echecs = 0;      ///< not whole, each told by name
+  bool arret = false;            ///< the user stopped it, or nothing more could be written
   [[nodiscard]] bool complet() const { return !arret && echecs == 0; }
 };
 

@@ -23,7 +23,8 @@ ElementMac sans_lien(const ElementMac &element) {
   if (!element.hfsplus || element.dossier || !egale(element.type, kTypeLien) ||
       !egale(element.createur, kCreateurLien))
     return element;
-  const auto reserve = element_hfsplus(kIdRacine, nom_unicode(std::u16string(4, u'\0') + u"HFS+ Private Data"));
+  const auto reserve =
+      element_hfsplus(kIdRacine, nom_unicode(std::u16string(4, u'\0') + u"HFS+ Private Data"));
   const auto numero = vue<be32>(element.permissions, kNumeroSpecial);
   if (!reserve || numero == nullptr) return element;
   const std::string nom = "iNode" + std::to_string(std::uint32_t{*numero});

@@ -73,7 +73,8 @@ std::optional<DossierSortie> dossier_cible(const ContexteCli &contexte) {
   const auto chemin = chemin_argument(contexte.arguments.valeur("to"));
   if (!chemin) return std::nullopt;
   auto dossier = DossierSortie::ouvre(*chemin);
-  if (!dossier && errno == ENOENT && plateforme::cree_dossier(*chemin)) dossier = DossierSortie::ouvre(*chemin);
+  if (!dossier && errno == ENOENT && plateforme::cree_dossier(*chemin))
+    dossier = DossierSortie::ouvre(*chemin);
   if (!dossier) {
     const std::string raison = plateforme::texte_erreur(errno);
     operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));

@@ -51,6 +51,9 @@ struct SousCommande {
 [[nodiscard]] int commande_get(ContexteCli &contexte);
 [[nodiscard]] int commande_find(ContexteCli &contexte);
 [[nodiscard]] int commande_cat(ContexteCli &contexte);
+[[nodiscard]] int commande_rsrc(ContexteCli &contexte);
+[[nodiscard]] int commande_alias(ContexteCli &contexte);
+[[nodiscard]] int commande_convert(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);

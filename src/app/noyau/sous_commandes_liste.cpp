@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kIntrouvable = 6541;
 constexpr int kVueUnique = 6557;
-constexpr int kInfoProjet = 6570;                // and the lines that follow
+constexpr int kInfoProjet = 6570;  // and the lines that follow
 
 std::string format_de(const FichierProjet &projet) {
   if (projet.mode() == ModeProjet::isop) return "ISO+";

@@ -318,7 +318,8 @@ int commande_info(ContexteCli &contexte) {
   const Faits faits = faits_du_volume(carte);
   const int genre = type_image(plateforme::ouvre(volume.chemin(), Ouverture::lecture));
   const std::string raison = raison_lecture_seule(volume.chemin(), carte);
-  (contexte.arguments.a("json") ? info_json : info_texte)(contexte, {volume.chemin(), nom_genre(genre), carte, faits, raison});
+  (contexte.arguments.a("json") ? info_json : info_texte)(
+      contexte, {volume.chemin(), nom_genre(genre), carte, faits, raison});
   return kFait;
 }
 
@@ -384,11 +385,12 @@ int commande_cat(ContexteCli &contexte) {
     return kEchec;
   }
   const std::uint8_t numero = arguments.a("resource") ? kFourcheRessources : kFourcheDonnees;
-  const ResultatFourche fin = lit_fourche(sans_lien(*element), numero, [&](std::span<const std::uint8_t> octets) {
-    contexte.sortie.write(reinterpret_cast<const char *>(octets.data()),
-                          static_cast<std::streamsize>(octets.size()));
-    return static_cast<bool>(contexte.sortie);
-  });
+  const ResultatFourche fin =
+      lit_fourche(sans_lien(*element), numero, [&](std::span<const std::uint8_t> octets) {
+        contexte.sortie.write(reinterpret_cast<const char *>(octets.data()),
+                              static_cast<std::streamsize>(octets.size()));
+        return static_cast<bool>(contexte.sortie);
+      });
   if (fin.entiere() || fin.etat == EtatFourche::puits) return fin.entiere() ? kFait : kEchec;
   operations().afficher_erreur(message(kFourcheCourte, {chemin}));
   return kEchec;
