@@ -228,42 +228,5 @@ TEST_P(Volumes, OfATruncatedImageComesOutWhatIsThere) {
   EXPECT_EQ(reste.find_first_not_of('z'), std::string::npos);
 }
 
-// --- containers on the PC
-// -----------------------------------------------------------------------------------------
-
-class Conteneurs : public essai::Programme {
- protected:
-  void copie(const std::string &donnee, const std::string &nom) const {
-    fichier(nom, lit(std::string(VN_DONNEES) + "/" + donnee));
-  }
-};
-
-TEST_F(Conteneurs, AreTurnedIntoEachOther) {
-  FichierMac f;
-  f.nom = "Both";
-  f.type = "SIT!";
-  f.createur = "SIT5";
-  f.data = "data fork";
-  f.rsrc = "resource fork";
-  f.creation = f.modification = kEpoque + 1000000;
-  fichier("both.bin", outils::macbinary(f));
-  fichier("both.hqx", outils::binhex(f));
-  for (const std::string source : {"both.bin", "both.hqx"}) {
-    reussit({"convert", source, "--to", source + ".d", "--mode", "applesingle"});
-    reussit({"convert", source + ".d/Both", "--to", source + ".e", "--mode", "appledouble"});
-    EXPECT_EQ(lit(d + source + ".e/Both"), f.data);
-    reussit({"convert", source + ".e/Both", "--to", source + ".f", "--mode", "macbinary"});
-    const std::string fin = lit(d + source + ".f/Both");
-    EXPECT_EQ(fin.substr(65, 8), "SIT!SIT5");
-    EXPECT_EQ(fin.substr(128, f.data.size()), f.data);
-    EXPECT_EQ(fin.substr(256), f.rsrc);
-    reussit({"convert", source, "--to", source + ".g", "--mode", "resource"});
-    EXPECT_EQ(lit(d + source + ".g/Both"), f.rsrc);
-  }
-  echoue({"convert", "none.bin", "--to", "x"}, 1, "none.bin");
-  fichier("cut.hqx", lit(d + "both.hqx").substr(0, 100));
-  EXPECT_EQ(lance({"convert", "cut.hqx", "--to", "x"}).statut, 1);
-}
-
 }  // namespace
 }  // namespace varnion
