@@ -52,6 +52,11 @@ void SortieConteneur::ecrit(std::span<const std::uint8_t> octets) {
   position_ += octets.size();
 }
 
+void SortieConteneur::corrige(std::span<const std::uint8_t> octets, std::uint64_t position) {
+  if (resultat_ != ResultatEcriture::fait) return;
+  if (!cible_.ecrire_a(octets, position)) resultat_ = ResultatEcriture::ecriture;
+}
+
 void SortieConteneur::verse(const FluxFourche &fourche) {
   if (resultat_ != ResultatEcriture::fait || fourche.longueur == 0) return;
   const std::uint64_t fin = position_ + fourche.longueur;

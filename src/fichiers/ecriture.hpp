@@ -28,6 +28,8 @@ class SortieConteneur {
   explicit SortieConteneur(const Fichier &cible) : cible_(cible) {}
 
   void ecrit(std::span<const std::uint8_t> octets);
+  /// Bytes already written, or passed over, once more.
+  void corrige(std::span<const std::uint8_t> octets, std::uint64_t position);
   /// The whole fork.
   void verse(const FluxFourche &fourche);
   /// Moves on without writing: zeros where something follows, nothing at the end of the file.
