@@ -211,7 +211,6 @@ template <typename Traits>
 ResultatParcours liste(std::uint32_t id, const VisiteElement &visite) {
   const DescripteurArbre &arbre = volume_courant().catalogue;
   ResultatParcours resultat;
-  if (arbre.taille_noeud != 0 && arbre.fiche().rootNode == 0) return resultat;
   if (id == 0 || descend_cle<Traits>(1, {id, {}}).empty()) return finit(resultat, Pas::faux, arbre.noeud);
   return parcourt_feuilles<Traits>(arbre.noeud, id, visite, lecture_noeud);
 }
@@ -219,7 +218,8 @@ ResultatParcours liste(std::uint32_t id, const VisiteElement &visite) {
 template <typename Traits>
 ResultatParcours parcourt(const VisiteElement &visite) {
   const DescripteurArbre &arbre = volume_courant().catalogue;
-  if (arbre.taille_noeud == 0) {
+  // A tree without leaves is damaged as well: the root folder is always there.
+  if (arbre.taille_noeud == 0 || arbre.fiche().firstLeafNode == 0) {
     ResultatParcours resultat;
     return finit(resultat, Pas::faux, 0);
   }
