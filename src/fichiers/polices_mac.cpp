@@ -174,7 +174,6 @@ bool convertit_postscript(Travail &travail) {
 }
 
 bool copie_truetype(const Travail &travail, const RessourceMac &ressource, CibleFichier &cible) {
-  annonce(cible.chemin());
   const ResultatEcriture resultat =
       ecrit_fourche(cible.fichier(), fourche_de_fichier(travail.fourche, ressource.octets()));
   if (resultat != ResultatEcriture::fait) return echoue(resultat, cible.chemin());
@@ -187,7 +186,10 @@ bool cree_truetype(const Travail &travail, const RessourceMac &ressource, std::s
   std::string nom_ttf = nom_fichier(nom, ".ttf");
   while (rang < kNomsTemporaires) {
     CibleFichier cible(travail.dossier, nom_ttf, false);
-    if (cible.ouverte()) return copie_truetype(travail, ressource, cible);
+    if (cible.ouverte()) {
+      annonce(nom_ttf);
+      return copie_truetype(travail, ressource, cible);
+    }
     if (errno != EEXIST) return echoue(ResultatEcriture::ecriture, cible.chemin());
     nom_ttf = formate("tmp%05d.ttf", {rang++});
   }
