@@ -166,6 +166,7 @@ Pas montre_feuille(Feuille &feuille, std::uint32_t parent, const VisiteElement &
     const auto cle = Traits::cle(fiche);
     if (cle && parent != 0 && cle->parent < parent) continue;
     if (cle && parent != 0 && cle->parent > parent) return saine ? Pas::fin : Pas::faux;
+    if (cle) resultat.rencontre = true;
     ElementMac element;
     const Lu lu = cle ? lit_fiche<Traits>(fiche, element) : Lu::faux;
     if (lu == Lu::faux) saine = false;
@@ -212,7 +213,10 @@ ResultatParcours liste(std::uint32_t id, const VisiteElement &visite) {
   const DescripteurArbre &arbre = volume_courant().catalogue;
   ResultatParcours resultat;
   if (id == 0 || descend_cle<Traits>(1, {id, {}}).empty()) return finit(resultat, Pas::faux, arbre.noeud);
-  return parcourt_feuilles<Traits>(arbre.noeud, id, visite, lecture_noeud);
+  const std::uint32_t feuille = arbre.noeud;
+  resultat = parcourt_feuilles<Traits>(feuille, id, visite, lecture_noeud);
+  if (resultat.entier() && !resultat.rencontre) return finit(resultat, Pas::faux, feuille);
+  return resultat;
 }
 
 template <typename Traits>

@@ -88,13 +88,15 @@ struct ResultatParcours {
   EtatParcours etat = EtatParcours::entier;
   std::uint32_t noeud = 0;
   std::uint64_t elements = 0;  ///< shown
+  bool rencontre = false;      ///< a record of the folder was met, its thread or an element
   [[nodiscard]] bool entier() const { return etat == EtatParcours::entier; }
 };
 
 /// Gets each element; false stops. It may read other nodes and start other walks, but not write.
 using VisiteElement = std::function<bool(const ElementMac &)>;
 
-/// The folders and files of folder `id` in the order of the keys, from the first record of the folder on.
+/// The folders and files of folder `id` in the order of the keys, from the first record of the folder on. A
+/// folder that the catalog does not hold where the order wants it counts as damage.
 [[nodiscard]] ResultatParcours liste_dossier(std::uint32_t id, const VisiteElement &visite);
 
 /// All folders and files of the volume, the root folder first, along the chain of leaves.

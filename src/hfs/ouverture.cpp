@@ -25,6 +25,7 @@ constexpr int kDecompression = 1505;
 constexpr int kOuverture = 1471;
 constexpr int kEcraser = 1061;
 constexpr int kSansVolume = 1332;
+constexpr int kCopiesDouteuses = 6050;
 constexpr std::size_t kCheminMessage = 200;
 constexpr int kModeFichier = 3;
 
@@ -91,6 +92,7 @@ EtatOuverture decompresse(const std::string &source, const OptionsOuverture &opt
     operations().afficher_erreur(texte_echec_dmg(resultat, source, *cible));
     return EtatOuverture::decompression;
   }
+  if (resultat.copies_douteuses) operations().afficher_avis(charger_chaine(kCopiesDouteuses));
   support().image = ouvre_image(*cible, options.lecture_seule);
   if (!support().image) {
     erreur_fichier(*cible, errno);

@@ -66,7 +66,9 @@ TYPED_TEST(Catalogue, ListsFoldersAndTheVolumeWithNestedWalks) {
               }).entier());
   EXPECT_EQ(vus, 306U);
   EXPECT_EQ(liste_dossier(17, [](const ElementMac &) { return false; }).elements, 1U);
-  EXPECT_TRUE(this->ids(99).empty());
+  ResultatParcours absent;
+  EXPECT_TRUE(this->ids(99, &absent).empty());
+  EXPECT_EQ(absent.etat, EtatParcours::endommage);
 }
 
 TYPED_TEST(Catalogue, GoesFromPathToElementAndBack) {
