@@ -8,6 +8,7 @@
 #include "fichiers/ecriture.hpp"
 #include "fichiers/macbinaire.hpp"
 #include "fichiers/mode_copie.hpp"
+#include "fichiers/polices.hpp"
 #include "hfs/extents.hpp"
 #include "hfs/lecture.hpp"
 #include "hfs/liens.hpp"
@@ -233,7 +234,20 @@ bool CopieVersPc::copie_contenu(const ElementMac &dossier, const DossierSortie &
 // --- files
 // ----------------------------------------------------------------------------------------------------
 
+// True: the file went out as fonts, or failed to (told), and is done with.
+bool CopieVersPc::convertit_police(const FichierCopie &fichier, const DossierSortie &cible) {
+  if (!options_.polices || !est_police_mac(fichier.element.type()) ||
+      !veut_convertir_police(CotePolices::mac, texte(fichier.chemin)))
+    return false;
+  const ResultatPolice resultat = convertit_police_mac(fichier.element, cible);
+  // A file in which no font was found is copied as it is: nothing of it may be lost.
+  if (resultat == ResultatPolice::aucune) return false;
+  ++(resultat == ResultatPolice::convertie ? bilan_.fichiers : bilan_.echecs);
+  return true;
+}
+
 bool CopieVersPc::copie_fichier(const FichierCopie &fichier, const DossierSortie &cible) {
+  if (convertit_police(fichier, cible)) return true;
   if (!place_suffit(fichier, cible)) return false;
   bool saute = false;
   if (!sans_fourche(fichier, saute)) return true;

@@ -110,7 +110,7 @@ void Console::afficher_etat_seul(std::string_view texte) {
 
 void Console::journal(GenreJournal genre, std::string_view texte) {
   ecrit_journal(genre, texte);
-  if (options.bavard && genre != GenreJournal::brut) ligne(en_ligne(texte));
+  if (options.bavard && genre != GenreJournal::brut && genre != GenreJournal::trace) ligne(en_ligne(texte));
 }
 
 bool Console::arret_demande() {

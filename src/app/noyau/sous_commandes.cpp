@@ -73,11 +73,11 @@ constexpr OptionCli kGet[] = {{"to", '\0', 6903, ""},
                               {"fonts", '\0', 6907, "yes|no"},
                               {"signatures", '\0', 6704, ""}};
 constexpr OptionCli kFind[] = {{"signature", '\0', 6908, ""}, {"long", 'l', 6900}, {"json", '\0', 6718}};
-[[maybe_unused]] constexpr OptionCli kRsrc[] = {{"extract", '\0', 6940, ""},
-                                                {"output", 'o', 6941, ""},
-                                                {"hex", '\0', 6942},
-                                                {"force", 'f', 6702},
-                                                {"json", '\0', 6718}};
+constexpr OptionCli kRsrc[] = {{"extract", '\0', 6940, ""},
+                               {"output", 'o', 6941, ""},
+                               {"hex", '\0', 6942},
+                               {"force", 'f', 6702},
+                               {"json", '\0', 6718}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -106,9 +106,9 @@ constexpr SousCommande kCommandes[] = {
     {"", "get", 2, kSansFin, kGet, commande_get, 6882, 6892},
     {"", "find", 1, 2, kFind, commande_find, 6883, 6893},
     {"", "cat", 2, 2, kCat, commande_cat, 6884, 6894},
-    //    {"", "rsrc", 1, 2, kRsrc, commande_rsrc, 6930, 6935},
-    //    {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
-    //    {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},
+    {"", "rsrc", 1, 2, kRsrc, commande_rsrc, 6930, 6935},
+    {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
+    {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},
 };
 
 }  // namespace
