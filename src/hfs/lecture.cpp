@@ -208,4 +208,20 @@ ResultatFourche lecture_secteurs(const Fichier &flux, std::uint64_t secteur, std
                    });
 }
 
+bool ecriture_secteurs(const Fichier &flux, std::uint64_t secteur, std::uint64_t nombre) {
+  if (nombre > kSecteurMax) return false;
+  Jauge jauge(nombre * kTailleSecteur);
+  std::vector<std::uint8_t> tampon(kSecteursParPas * kTailleSecteur);
+  while (nombre > 0) {
+    const auto passe = static_cast<std::uint32_t>(std::min(nombre, kSecteursParPas));
+    if (flux.lire(std::span(tampon).first(std::size_t{passe} * kTailleSecteur)) < 0) return false;
+    ecrit_secteurs(tampon.data(), secteur, passe);
+    if (support().echec_ecriture != 0) return false;
+    secteur += passe;
+    nombre -= passe;
+    jauge.avance(std::uint64_t{passe} * kTailleSecteur);
+  }
+  return true;
+}
+
 }  // namespace varnion

@@ -9,7 +9,7 @@
 #include "hfs/extents.hpp"
 #include "IO/fichier.hpp"
 
-// Forks of the mounted volume, read whole or by position.
+// Forks of the mounted volume, read whole or by position; runs of sectors from and to PC files.
 
 namespace varnion {
 
@@ -81,5 +81,10 @@ using PuitsFourche = std::function<bool(std::span<const std::uint8_t>)>;
 /// Copies `octets` bytes of the image from a sector on to a PC file: bytes copied.
 [[nodiscard]] ResultatFourche lecture_secteurs(const Fichier &flux, std::uint64_t secteur,
                                                std::uint64_t octets);
+
+/// Writes `nombre` sectors of the image from `secteur` on with what the PC file gives from its position on.
+/// Where the file ends early the rest of the buffer goes out as it stands: zeros, or bytes of the same file
+/// written before. False when a read or a write failed; the user's stop is not looked for.
+[[nodiscard]] bool ecriture_secteurs(const Fichier &flux, std::uint64_t secteur, std::uint64_t nombre);
 
 }  // namespace varnion

@@ -207,6 +207,21 @@ TYPED_TEST(Lecture, CopiesToAFile) {
   EXPECT_EQ(fichier_taille(flux), longueur + 700);
 }
 
+TYPED_TEST(Lecture, WritesAFileToSectors) {
+  this->pose_extents({});
+  const Fichier flux = plateforme::fichier_anonyme();
+  std::string contenu(70 * std::size_t{kTailleSecteur} + 100, 'x');
+  contenu[0] = 'a';
+  contenu.back() = 'z';
+  ASSERT_TRUE(fichier_puts(contenu, flux));
+  ASSERT_TRUE(fichier_debut(flux));
+  ASSERT_TRUE(ecriture_secteurs(flux, 5000, 71));
+  const auto octets = medium().octets(5000, 72);
+  EXPECT_EQ(octets[0], 'a');
+  EXPECT_EQ(octets[contenu.size() - 1], 'z');
+  EXPECT_EQ(octets[71 * std::size_t{kTailleSecteur}], 0);  // not one sector more
+}
+
 // Sectors asked of the medium, to tell a descent from a scan.
 struct Compteur {
   std::uint64_t requetes = 0;
