@@ -120,6 +120,21 @@ bool double_catalogue() {
   return ajoute_noeuds_carte();
 }
 
+// Takes the nodes out of a header's counts that its file does not hold: the extra ones would be given out and
+// lose what is written to them.
+bool accorde_compte(const DescripteurArbre &arbre, std::uint64_t octets) {
+  FicheEnteteArbre &fiche = arbre.fiche();
+  const std::uint64_t tient = octets / arbre.taille_noeud;
+  if (tient == 0 || fiche.totalNodes <= tient) return false;
+  const std::uint32_t trop = fiche.totalNodes - static_cast<std::uint32_t>(tient);
+  fiche.totalNodes = static_cast<std::uint32_t>(tient);
+  fiche.freeNodes = fiche.freeNodes - std::min<std::uint32_t>(fiche.freeNodes, trop);
+  operations().journal(
+      GenreJournal::information,
+      formate("B-tree %d: %u nodes counted that the file does not hold", {arbre.genre, trop}));
+  return true;
+}
+
 }  // namespace
 
 // By design the end of the catalog's room ends the process with 1080. Here the message is shown and the
@@ -138,15 +153,11 @@ bool assure_noeuds(std::uint32_t nombre, SiImpossible sinon) {
 
 void accorde_catalogue() {
   if (catalogue().taille_noeud == 0) return;
-  FicheEnteteArbre &fiche = catalogue().fiche();
-  const std::uint64_t tient = octets_catalogue() / catalogue().taille_noeud;
-  if (tient != 0 && fiche.totalNodes > tient) {
-    const std::uint32_t trop = fiche.totalNodes - static_cast<std::uint32_t>(tient);
-    fiche.totalNodes = static_cast<std::uint32_t>(tient);
-    fiche.freeNodes = fiche.freeNodes - std::min<std::uint32_t>(fiche.freeNodes, trop);
-    operations().journal(GenreJournal::information,
-                         formate("catalog: %u nodes counted that the file does not hold", {trop}));
-  }
+  (void)accorde_compte(catalogue(), octets_catalogue());
+  VolumeCourant &volume = volume_courant();
+  if (volume.est_hfsplus && volume.extents.taille_noeud != 0 &&
+      accorde_compte(volume.extents, std::uint64_t{volume.vhb->extentsFile.totalBlocks} * volume.taille_bloc))
+    (void)ecriture_noeud_extents(0, volume.extents.octets_entete());
   if (!ajoute_noeuds_carte())
     operations().journal(GenreJournal::erreur, "catalog: the node map is too short and cannot be enlarged");
 }

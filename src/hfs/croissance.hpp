@@ -13,7 +13,7 @@ enum class SiImpossible { message, silence };
 /// growth was tried. The current-node buffer of the catalog stays as it is.
 [[nodiscard]] bool assure_noeuds(std::uint32_t nombre, SiImpossible sinon = SiImpossible::message);
 
-/// Brings the node count of the catalog's header down to what its file holds, and gives every node its bit.
+/// Brings the node counts of the headers down to what the files hold, and gives every catalog node its bit.
 /// The bitmap and the node map are loaded.
 void accorde_catalogue();
 

@@ -196,6 +196,18 @@ template bool insere_compte<CatalogueHfsPlus>(const PetitTampon &, std::span<con
 template bool supprime_courante<CatalogueHfs>();
 template bool supprime_courante<CatalogueHfsPlus>();
 
+InfoDossier info_nouveau_dossier() {
+  InfoDossier info{};
+  info.haut = std::uint16_t{0x50};
+  info.gauche = std::uint16_t{0x30};
+  info.bas = std::uint16_t{0x110};
+  info.droite = std::uint16_t{0x1E0};
+  info.frLocation_v = std::uint16_t{0x70};
+  info.frLocation_h = std::uint16_t{0x248};
+  info.frView = std::uint16_t{0x100};
+  return info;
+}
+
 void ecrit_courant() {
   const DescripteurArbre &arbre = volume_courant().catalogue;
   ecriture_noeud(arbre.noeud, arbre.octets());

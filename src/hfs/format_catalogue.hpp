@@ -182,6 +182,9 @@ template <typename C>
 template <typename C>
 [[nodiscard]] bool supprime_courante();
 
+/// Default window of a new folder: 80, 48, 272, 480 on the screen, its icon at 112, 584.
+[[nodiscard]] InfoDossier info_nouveau_dossier();
+
 /// Writes the current node, in which a record has been changed in place.
 void ecrit_courant();
 

@@ -55,19 +55,6 @@ std::uint32_t prend_id() {
   return id;
 }
 
-// Default window of a new folder: 80, 48, 272, 480 on the screen, its icon at 112, 584.
-InfoDossier info_nouveau_dossier() {
-  InfoDossier info{};
-  info.haut = std::uint16_t{0x50};
-  info.gauche = std::uint16_t{0x30};
-  info.bas = std::uint16_t{0x110};
-  info.droite = std::uint16_t{0x1E0};
-  info.frLocation_v = std::uint16_t{0x70};
-  info.frLocation_h = std::uint16_t{0x248};
-  info.frView = std::uint16_t{0x100};
-  return info;
-}
-
 // Inserts a record and its thread, or neither.
 template <typename C>
 bool insere_avec_fil(std::uint32_t parent, const NomItem &nom, std::uint32_t id,

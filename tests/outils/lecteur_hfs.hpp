@@ -22,9 +22,10 @@ inline std::optional<int> ordre_ascii(const std::string &a, const std::string &b
 class LecteurHfs {
  public:
   /// `debut` and `taille`: the volume in the image, bytes.
-  LecteurHfs(Octets image, std::uint64_t debut, std::uint64_t taille) : image_(image) {
+  LecteurHfs(Octets image, std::uint64_t debut, std::uint64_t taille, bool edite = false) : image_(image) {
     v_.debut = debut;
     v_.taille = taille;
+    v_.edite = edite;
   }
 
   VolumeLu lit() {
@@ -67,15 +68,41 @@ class LecteurHfs {
     exige(image_.contient(v_.octet(v_.blocs), 0), "allocation blocks leave the image");
   }
 
-  Octets fichier(Octets mdb, std::uint64_t taille, std::uint64_t extents, const std::string &nom) {
-    const std::uint32_t debut = mdb.be16(extents);
-    const std::uint32_t nombre = mdb.be16(extents + 2);
-    exige(mdb.rempli(extents + 4, 8), nom + " has more than one extent");
-    exige(std::uint64_t{nombre} * v_.taille_bloc == mdb.be32(taille), nom + ": size and extent disagree");
-    for (std::uint32_t b = debut; b < debut + nombre; ++b)
-      if (!v_.marque(b)) exige(false, nom + ": block " + std::to_string(b) + " is not marked");
-    v_.plages.push_back({v_.octet(debut), v_.octet(debut + nombre), "HFS " + nom});
-    return image_.partie(v_.octet(debut), mdb.be32(taille));
+  static std::vector<SuiteLue> suites(Octets o, std::uint64_t p) {
+    std::vector<SuiteLue> liste;
+    for (int i = 0; i < 3; ++i, p += 4)
+      if (o.be16(p + 2) != 0) liste.push_back({o.be16(p), o.be16(p + 2)});
+    return liste;
+  }
+
+  // Further runs of a file, from the leaves of the extents tree: data fork alone.
+  void ajoute_suites(std::vector<SuiteLue> &liste, std::uint32_t id) {
+    for (const auto &e : v_.extents.feuilles) {
+      std::uint32_t avant = 0;
+      for (const SuiteLue &s : liste) avant += s.nombre;
+      if (e.cle.u8(1) != 0 || e.cle.be32(2) != id) continue;
+      exige(e.cle.be16(6) == avant, "start block of a record of the extents tree");
+      for (const SuiteLue &s : suites(e.donnees, 0)) liste.push_back(s);
+    }
+  }
+
+  Octets fichier(Octets mdb, std::uint64_t taille, std::uint64_t extents, const std::string &nom,
+                 std::uint32_t id) {
+    std::vector<SuiteLue> liste = suites(mdb, extents);
+    ajoute_suites(liste, id);
+    exige(v_.edite || liste.size() == 1, nom + " has more than one extent");
+    std::uint64_t nombre = 0;
+    for (const SuiteLue &s : liste) {
+      nombre += s.nombre;
+      for (std::uint32_t b = s.debut; b < s.debut + s.nombre; ++b) {
+        if (!v_.marque(b)) exige(false, nom + ": block " + std::to_string(b) + " is not marked");
+        if (!v_.blocs_pris.insert(b).second) exige(false, nom + ": block " + std::to_string(b) + " taken");
+      }
+      v_.plages.push_back({v_.octet(s.debut), v_.octet(s.debut + s.nombre), "HFS " + nom});
+    }
+    exige(nombre * v_.taille_bloc == mdb.be32(taille), nom + ": size and extents disagree");
+    if (liste.size() == 1) return image_.partie(v_.octet(liste[0].debut), mdb.be32(taille));
+    return v_.joint(image_, liste);
   }
 
   void lit_arbres(Octets mdb) {
@@ -85,14 +112,14 @@ class LecteurHfs {
       return a.texte(1, 7).compare(b.texte(1, 7));
     };
     v_.extents =
-        LecteurArbreB(fichier(mdb, 0x82, 0x86, "extents tree"), genre, "extents tree", v_.fautes).lit();
-    exige(v_.extents.feuilles.empty(), "the extents tree is not empty");
+        LecteurArbreB(fichier(mdb, 0x82, 0x86, "extents tree", 3), genre, "extents tree", v_.fautes).lit();
+    exige(v_.edite || v_.extents.feuilles.empty(), "the extents tree is not empty");
     genre.cle_max = 0x25;
     genre.compare = [](Octets a, Octets b) -> std::optional<int> {
       if (a.be32(2) != b.be32(2)) return a.be32(2) < b.be32(2) ? -1 : 1;
       return ordre_ascii(a.texte(7, a.u8(6)), b.texte(7, b.u8(6)));
     };
-    v_.catalogue = LecteurArbreB(fichier(mdb, 0x92, 0x96, "catalog"), genre, "catalog", v_.fautes).lit();
+    v_.catalogue = LecteurArbreB(fichier(mdb, 0x92, 0x96, "catalog", 4), genre, "catalog", v_.fautes).lit();
   }
 
   FourcheLue fourche(Octets r, std::uint64_t longueurs, std::uint64_t extents) {
@@ -102,6 +129,7 @@ class LecteurHfs {
     f.debut = r.be16(extents);
     f.blocs = r.be16(extents + 2);
     f.seule = r.rempli(extents + 4, 8);
+    f.suites = suites(r, extents);
     return f;
   }
 
@@ -167,8 +195,8 @@ class LecteurHfs {
   VolumeLu v_;
 };
 
-inline VolumeLu lit_hfs(Octets image, std::uint64_t debut, std::uint64_t taille) {
-  return LecteurHfs(image, debut, taille).lit();
+inline VolumeLu lit_hfs(Octets image, std::uint64_t debut, std::uint64_t taille, bool edite = false) {
+  return LecteurHfs(image, debut, taille, edite).lit();
 }
 
 }  // namespace varnion::outils

@@ -45,9 +45,11 @@ inline int ordre_tn1150(Octets a, Octets b) {
 
 class LecteurHfsplus {
  public:
-  LecteurHfsplus(Octets image, std::uint64_t debut, std::uint64_t taille) : image_(image) {
+  LecteurHfsplus(Octets image, std::uint64_t debut, std::uint64_t taille, bool edite = false)
+      : image_(image) {
     v_.debut = debut;
     v_.taille = taille;
+    v_.edite = edite;
   }
 
   VolumeLu lit() {
@@ -85,7 +87,11 @@ class LecteurHfsplus {
     exige(v_.marque(0), "the block of the header is not marked");
     exige(v_.marque(static_cast<std::uint32_t>((v_.taille - 1024) / v_.taille_bloc)) || v_.taille_bloc == 0,
           "the block of the alternate header is not marked");
-    special(e, kFourcheAllocation, "allocation file");
+    const std::uint32_t queue = (1024 + v_.taille_bloc - 1) / std::max(v_.taille_bloc, 1U);
+    for (std::uint32_t b = 0; std::uint64_t{b} * v_.taille_bloc < 1536 && v_.taille_bloc != 0; ++b)
+      v_.blocs_pris.insert(b);
+    for (std::uint32_t b = 1; b <= queue && b <= v_.blocs; ++b) v_.blocs_pris.insert(v_.blocs - b);
+    special(e, kFourcheAllocation, "allocation file", 6);
     exige(e.rempli(0x160, 160), "attributes and startup file");
   }
 
@@ -96,17 +102,45 @@ class LecteurHfsplus {
     f.debut = o.be32(p + 16);
     f.blocs = o.be32(p + 20);
     f.seule = o.rempli(p + 24, 56) && o.be32(p + 12) == f.blocs;
+    f.suites = suites(o, p + 16);
     return f;
   }
 
-  Octets special(Octets e, std::uint64_t p, const std::string &nom) {
-    const FourcheLue f = fourche(e, p);
-    exige(f.seule && f.blocs != 0 && f.longueur == f.physique, nom + ": fork");
-    exige(std::uint64_t{f.debut} + f.blocs <= v_.blocs, nom + " leaves the volume");
-    for (std::uint32_t b = f.debut; b < f.debut + f.blocs; ++b)
-      if (!v_.marque(b)) exige(false, nom + ": block " + std::to_string(b) + " is not marked");
-    v_.plages.push_back({v_.octet(f.debut), v_.octet(f.debut + f.blocs), "HFS+ " + nom});
-    return image_.partie(v_.octet(f.debut), f.longueur);
+  static std::vector<SuiteLue> suites(Octets o, std::uint64_t p) {
+    std::vector<SuiteLue> liste;
+    for (int i = 0; i < 8; ++i, p += 8)
+      if (o.be32(p + 4) != 0) liste.push_back({o.be32(p), o.be32(p + 4)});
+    return liste;
+  }
+
+  // Further runs of a file, from the leaves of the extents file: data fork alone.
+  void ajoute_suites(std::vector<SuiteLue> &liste, std::uint32_t id) {
+    for (const auto &e : v_.extents.feuilles) {
+      std::uint32_t avant = 0;
+      for (const SuiteLue &s : liste) avant += s.nombre;
+      if (e.cle.u8(2) != 0 || e.cle.be32(4) != id) continue;
+      exige(e.cle.be32(8) == avant, "start block of a record of the extents file");
+      for (const SuiteLue &s : suites(e.donnees, 0)) liste.push_back(s);
+    }
+  }
+
+  Octets special(Octets e, std::uint64_t p, const std::string &nom, std::uint32_t id) {
+    FourcheLue f = fourche(e, p);
+    ajoute_suites(f.suites, id);
+    exige(v_.edite || f.seule, nom + ": fork in pieces");
+    std::uint64_t nombre = 0;
+    for (const SuiteLue &s : f.suites) {
+      nombre += s.nombre;
+      exige(std::uint64_t{s.debut} + s.nombre <= v_.blocs, nom + " leaves the volume");
+      for (std::uint32_t b = s.debut; b < s.debut + s.nombre; ++b) {
+        if (!v_.marque(b)) exige(false, nom + ": block " + std::to_string(b) + " is not marked");
+        if (!v_.blocs_pris.insert(b).second) exige(false, nom + ": block " + std::to_string(b) + " taken");
+      }
+      v_.plages.push_back({v_.octet(s.debut), v_.octet(s.debut + s.nombre), "HFS+ " + nom});
+    }
+    exige(nombre != 0 && f.longueur == f.physique && f.physique == nombre * v_.taille_bloc, nom + ": fork");
+    if (f.suites.size() == 1) return image_.partie(v_.octet(f.debut), f.longueur);
+    return v_.joint(image_, f.suites);
   }
 
   void lit_arbres(Octets e) {
@@ -117,14 +151,15 @@ class LecteurHfsplus {
     genre.cle_max = 10;
     genre.compare = [](Octets a, Octets b) -> std::optional<int> { return a.tout().compare(b.tout()); };
     v_.extents =
-        LecteurArbreB(special(e, kFourcheExtents, "extents file"), genre, "extents file", v_.fautes).lit();
-    exige(v_.extents.feuilles.empty(), "the extents file is not empty");
+        LecteurArbreB(special(e, kFourcheExtents, "extents file", 3), genre, "extents file", v_.fautes).lit();
+    exige(v_.edite || v_.extents.feuilles.empty(), "the extents file is not empty");
     genre.cle_max = 0x204;
     genre.compare = [](Octets a, Octets b) -> std::optional<int> {
       if (a.be32(2) != b.be32(2)) return a.be32(2) < b.be32(2) ? -1 : 1;
       return ordre_tn1150(a.partie(8, 2 * a.be16(6)), b.partie(8, 2 * b.be16(6)));
     };
-    v_.catalogue = LecteurArbreB(special(e, kFourcheCatalogue, "catalog"), genre, "catalog", v_.fautes).lit();
+    v_.catalogue =
+        LecteurArbreB(special(e, kFourcheCatalogue, "catalog", 4), genre, "catalog", v_.fautes).lit();
     exige(v_.catalogue.attributs == 6, "attributes of the catalog");
   }
 
@@ -184,8 +219,8 @@ class LecteurHfsplus {
   VolumeLu v_;
 };
 
-inline VolumeLu lit_hfsplus(Octets image, std::uint64_t debut, std::uint64_t taille) {
-  return LecteurHfsplus(image, debut, taille).lit();
+inline VolumeLu lit_hfsplus(Octets image, std::uint64_t debut, std::uint64_t taille, bool edite = false) {
+  return LecteurHfsplus(image, debut, taille, edite).lit();
 }
 
 }  // namespace varnion::outils

@@ -8,10 +8,15 @@
 
 namespace varnion::outils {
 
+struct SuiteLue {
+  std::uint32_t debut = 0, nombre = 0;
+};
+
 struct FourcheLue {
   std::uint64_t longueur = 0, physique = 0;
-  std::uint32_t debut = 0, blocs = 0;  ///< its one extent
+  std::uint32_t debut = 0, blocs = 0;  ///< its first extent
   bool seule = true;                   ///< no further extent
+  std::vector<SuiteLue> suites;        ///< all extents of its record
 };
 
 /// A file or folder of a Macintosh volume.
@@ -47,6 +52,9 @@ struct VolumeLu {
   ArbreBLu catalogue, extents;
   Octets entete;
   Fautes fautes;
+  bool edite = false;  ///< the volume has been changed: files and catalog may lie in pieces
+  std::unordered_set<std::uint32_t> blocs_pris;    ///< blocks of files and of the volume's own structures
+  std::vector<std::vector<std::uint8_t>> tampons;  ///< files in pieces, joined
 
   [[nodiscard]] const ObjetMac *trouve(const std::string &chemin) const {
     const auto place = par_chemin.find(chemin);
@@ -59,7 +67,26 @@ struct VolumeLu {
     return bloc / 8 < carte.size() && (static_cast<std::uint8_t>(carte[bloc / 8]) & 0x80U >> bloc % 8) != 0;
   }
   [[nodiscard]] std::string contenu(Octets image, const FourcheLue &f) const {
-    return image.texte(octet(f.debut), f.longueur);
+    std::string tout;
+    for (const SuiteLue &s : f.suites)
+      tout += image.texte(octet(s.debut), std::uint64_t{s.nombre} * taille_bloc);
+    return tout.substr(0, f.longueur);
+  }
+  /// The bytes of all runs, one behind the other.
+  [[nodiscard]] Octets joint(Octets image, const std::vector<SuiteLue> &suites) {
+    std::vector<std::uint8_t> tout;
+    for (const SuiteLue &s : suites) {
+      const std::string morceau = image.texte(octet(s.debut), std::uint64_t{s.nombre} * taille_bloc);
+      tout.insert(tout.end(), morceau.begin(), morceau.end());
+    }
+    tampons.push_back(std::move(tout));
+    return Octets(tampons.back());
+  }
+  /// Blocks marked in the bitmap, among those of the volume.
+  [[nodiscard]] std::size_t blocs_marques() const {
+    std::size_t n = 0;
+    for (std::uint32_t b = 0; b < blocs; ++b) n += marque(b) ? 1 : 0;
+    return n;
   }
   std::unordered_map<std::string, std::size_t> par_chemin;
 };
@@ -127,17 +154,23 @@ class VerificateurVolume {
 
   void verifie_fourche(const ObjetMac &o, const FourcheLue &f, const char *quoi) {
     const std::string qui = o.chemin + ": " + quoi;
-    f_.exige(f.seule, qui + " has more than one extent");
+    f_.exige(f.seule || v_.edite, qui + " has more than one extent");
     const std::uint64_t blocs = (f.longueur + v_.taille_bloc - 1) / v_.taille_bloc;
+    std::uint64_t trouves = 0;
+    for (const SuiteLue &s : f.suites) trouves += s.nombre;
     // More blocks than the bytes need are allowed: a source that grew leaves such forks.
-    f_.exige(f.blocs >= blocs && f.physique == std::uint64_t{f.blocs} * v_.taille_bloc,
-             qui + ": " + std::to_string(f.longueur) + " bytes in " + std::to_string(f.blocs) + " blocks");
-    if (!f_.exige(std::uint64_t{f.debut} + f.blocs <= v_.blocs, qui + " leaves the volume")) return;
-    for (std::uint32_t b = f.debut; b < f.debut + f.blocs; ++b) {
-      if (!v_.marque(b)) f_.note(qui + ": block " + std::to_string(b) + " is not marked");
-      blocs_fichiers_.insert(b);
+    f_.exige(trouves >= blocs && f.physique == trouves * v_.taille_bloc,
+             qui + ": " + std::to_string(f.longueur) + " bytes in " + std::to_string(trouves) + " blocks");
+    for (const SuiteLue &s : f.suites) {
+      if (!f_.exige(std::uint64_t{s.debut} + s.nombre <= v_.blocs, qui + " leaves the volume")) return;
+      for (std::uint32_t b = s.debut; b < s.debut + s.nombre; ++b) {
+        if (!v_.marque(b)) f_.note(qui + ": block " + std::to_string(b) + " is not marked");
+        blocs_fichiers_.insert(b);
+        if (!v_.blocs_pris.insert(b).second)
+          f_.note(qui + ": block " + std::to_string(b) + " has two owners");
+      }
+      blocs_comptes_ += s.nombre;
     }
-    blocs_comptes_ += f.blocs;
   }
 
   VolumeLu &v_;
