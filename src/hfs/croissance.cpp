@@ -99,11 +99,11 @@ std::optional<SuiteBlocs> suite_de_noeuds(std::uint32_t blocs) {
   return suite;
 }
 
-// Doubles the catalog file. By design the sizes double even when the allocator gives a shorter run; here they
-// follow the run, for nodes without a place on the disk would lose what is put into them. The disk sees the
-// blocks marked and the header with the longer file before the tree counts its new nodes.
-bool double_catalogue() {
-  const auto blocs = static_cast<std::uint32_t>(octets_catalogue() / volume_courant().taille_bloc);
+// Adds up to so many blocks to the catalog file. By design the sizes double even when the allocator gives a
+// shorter run; here they follow the run, for nodes without a place on the disk would lose what is put into
+// them. The disk sees the blocks marked and the header with the longer file before the tree counts its new
+// nodes.
+bool agrandit_catalogue(std::uint32_t blocs) {
   if (blocs == 0 || blocs > blocs_libres()) return false;
   const auto suite = suite_de_noeuds(blocs);
   if (!suite) return false;
@@ -144,10 +144,15 @@ bool assure_noeuds(std::uint32_t nombre, SiImpossible sinon) {
   if (noeuds_disponibles(nombre)) return true;
   if (!carte_allocation().chargee || catalogue().taille_noeud == 0) return false;
   for (int tour = 0; tour < 32; ++tour) {
-    if (!double_catalogue()) break;
+    // The catalog doubles.
+    if (!agrandit_catalogue(static_cast<std::uint32_t>(octets_catalogue() / volume_courant().taille_bloc)))
+      break;
     if (noeuds_disponibles(nombre)) return true;
   }
-  if (sinon == SiImpossible::message) operations().afficher_erreur(charger_chaine(kMessageCroissance));
+  // What must not fail, on a volume too full for that, does with less.
+  if (sinon == SiImpossible::silence)
+    return agrandit_catalogue(nombre * blocs_par_noeud()) && noeuds_disponibles(nombre);
+  operations().afficher_erreur(charger_chaine(kMessageCroissance));
   return false;
 }
 

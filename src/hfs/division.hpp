@@ -28,11 +28,13 @@ class CleGardee {
   PetitTampon octets_;
 };
 
-/// The way from the current leaf up to the root, by index records that point downward: the nodes that a split
-/// of the leaf takes when it sends up keys of up to that of `cle` and of the records on the way; nullopt when
-/// the way is broken. Reads other nodes: the leaf is read again at the end, with its `index`.
+/// The way from the current node, of height `hauteur`, up to the root by index records that point downward:
+/// the nodes that a split of this node takes when it sends up keys of up to that of `cle` and of the records
+/// on the way; nullopt when the way is broken. Reads other nodes: the node is read again at the end, with its
+/// `index`.
 template <typename Traits>
-[[nodiscard]] std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle);
+[[nodiscard]] std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle,
+                                                            std::uint16_t hauteur = 1);
 
 /// After another record has come to stand first in node `fils`: the index records above take the new key,
 /// from height `niveau` on, as far as they stand first in their node themselves. A longer key may split an

@@ -222,7 +222,8 @@ std::size_t plus_long_index(OctetsNoeud noeud, std::size_t autre) {
 }  // namespace
 
 template <typename Traits>
-std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle_neuve) {
+std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle_neuve,
+                                              std::uint16_t hauteur) {
   DescripteurArbre &arbre = catalogue();
   const std::uint32_t feuille = arbre.noeud;
   const std::int32_t index = arbre.index;
@@ -233,7 +234,7 @@ std::optional<std::uint32_t> noeuds_du_chemin(std::span<const std::uint8_t> cle_
   bool divise_ici = true;
   std::uint32_t noeuds = 1;
   std::size_t taille = plus_long_index<Traits>(noeud, Traits::taille_index(cle_neuve));
-  for (std::uint16_t niveau = 2; sain && niveau <= profondeur; ++niveau) {
+  for (auto niveau = static_cast<std::uint16_t>(hauteur + 1); sain && niveau <= profondeur; ++niveau) {
     const CleGardee<Traits> cle(enregistrement(noeud, 0));
     noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, cle.lue());
     sain = !noeud.empty() && noeud_sain(noeud);
@@ -260,7 +261,8 @@ void corrige_premieres_cles(std::uint16_t niveau, std::uint32_t fils, const CleG
     if (noeud.empty() || !noeud_sain(noeud)) return;
     const std::size_t liberee = enregistrement(noeud, arbre.index).size();
     if (place_prise(noeud) - liberee + fiche_taille + 2 > noeud.size()) {
-      if (!assure_noeuds(noeuds_pour_correction(), SiImpossible::silence)) return;
+      const auto noeuds = noeuds_du_chemin<Traits>(nouvelle.octets(), niveau);
+      if (!noeuds || !assure_noeuds(*noeuds, SiImpossible::silence)) return;
       if (!divise<Traits>(garde_index(noeud, arbre.index, fiche_taille), {})) return;
       noeud = index_de_fils<Traits>(static_cast<std::uint8_t>(niveau), fils, ancienne.lue());
       if (noeud.empty() || !noeud_sain(noeud)) return;
@@ -273,8 +275,10 @@ void corrige_premieres_cles(std::uint16_t niveau, std::uint32_t fils, const CleG
   }
 }
 
-template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfs>(std::span<const std::uint8_t>);
-template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfsPlus>(std::span<const std::uint8_t>);
+template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfs>(std::span<const std::uint8_t>,
+                                                                  std::uint16_t);
+template std::optional<std::uint32_t> noeuds_du_chemin<TraitsHfsPlus>(std::span<const std::uint8_t>,
+                                                                      std::uint16_t);
 template void corrige_premieres_cles<TraitsHfs>(std::uint16_t, std::uint32_t, const CleGardee<TraitsHfs> &,
                                                 const CleGardee<TraitsHfs> &);
 template void corrige_premieres_cles<TraitsHfsPlus>(std::uint16_t, std::uint32_t,
