@@ -45,6 +45,16 @@ bool maj_thread(const RubriqueLue &lue, std::uint32_t parent, const NomItem &nom
   return !C::cherche(C::nom(NomItem{}), type, lue.id).empty() && supprime_courante<C>();
 }
 
+// New key and new thread, or neither: the thread first, for on HFS+ it may find no room.
+template <typename C>
+bool change_cle_et_fil(const RubriqueLue &lue, std::uint32_t parent, const NomItem &nom) {
+  if (!maj_thread<C>(lue, parent, nom)) return false;
+  if (change_cle<C>(lue, parent, nom)) return true;
+  if (!maj_thread<C>(lue, lue.parent, lue.nom))
+    operations().journal(GenreJournal::erreur, formate("catalog: thread of %d not put back", {lue.id}));
+  return false;
+}
+
 template <typename C>
 int renomme_rubrique(const std::optional<RubriqueLue> &lue, const NomItem &nouveau, std::uint32_t parent) {
   if (!lue || lue->parent != parent || lue->id <= kIdRacine || C::vide(C::nom(nouveau))) return 0;
@@ -54,7 +64,7 @@ int renomme_rubrique(const std::optional<RubriqueLue> &lue, const NomItem &nouve
     return 0;
   }
   trace_operation("*ren ", lue->nom, &nouveau);
-  return change_cle<C>(*lue, parent, nouveau) && maj_thread<C>(*lue, parent, nouveau) ? 1 : 0;
+  return change_cle_et_fil<C>(*lue, parent, nouveau) ? 1 : 0;
 }
 
 // True when `dossier` is `ancetre` or lies below it; also when the way up runs in a circle.
@@ -83,7 +93,7 @@ int deplace_de(const NomItem &nom, std::uint32_t de, std::uint32_t vers) {
   auto cible = dossier_par_id<C>(vers);
   const auto *fiche = cible ? fiche_comme<typename C::Dossier>(cible->donnees) : nullptr;
   if (fiche == nullptr || C::valence(*fiche) >= C::kValenceMax) return 0;
-  if (!change_cle<C>(*lue, vers, lue->nom) || !maj_thread<C>(*lue, vers, lue->nom)) return 0;
+  if (!change_cle_et_fil<C>(*lue, vers, lue->nom)) return 0;
   C::compte(lue->type, de, -1);
   C::compte(lue->type, vers, 1);
   ajuste_valence(-1, de);
@@ -98,14 +108,14 @@ int nom_volume_change_de(NomItem nom) {
   const auto racine = dossier_par_id<C>(kIdRacine);
   if (!racine) return 0;
   trace_operation("*label ", nom);
-  if (!change_cle<C>(*racine, kIdParentRacine, nom)) return 0;
+  if (!change_cle_et_fil<C>(*racine, kIdParentRacine, nom)) return 0;
   if (!C::kPlus) {
     auto &champ = volume_courant().mdb->drVN;
     champ.fill(0);
     champ[0] = static_cast<std::uint8_t>(nom.mac.size());
     std::copy(nom.mac.begin(), nom.mac.end(), champ.begin() + 1);
   }
-  return maj_thread<C>(*racine, kIdParentRacine, nom) ? 1 : 0;
+  return 1;
 }
 
 // What `renomme_masque` makes of a name.

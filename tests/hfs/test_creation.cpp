@@ -76,7 +76,7 @@ class Creation : public ::testing::Test {
 };
 
 TEST_F(Creation, LaysHfsOutByItsSize) {
-  for (const auto [mo, bloc] : {std::pair{1U, 512U}, {7U, 512U}, {8U, 1024U}, {64U, 8192U}, {700U, 89600U}}) {
+  for (const auto &[mo, bloc] : {std::pair{1U, 512U}, {7U, 512U}, {8U, 1024U}, {64U, 8192U}, {700U, 89600U}}) {
     const PlanImage plan = calcul_hfs(mo);
     EXPECT_EQ(plan.taille_bloc, bloc) << mo;
     EXPECT_EQ(plan.nb_blocs, mo * 2048 / (bloc / 512)) << mo;
@@ -198,7 +198,7 @@ TEST_F(Creation, ChangesTheSizeOfAnHfsImage) {
   ASSERT_TRUE(chargement_carte());
   EXPECT_FALSE(redimensionne(8, 64));
   EXPECT_EQ(ops.erreurs.size(), 2U);
-  for (const auto [de, vers] : {std::pair{8U, 20U}, {20U, 5U}}) {
+  for (const auto &[de, vers] : {std::pair{8U, 20U}, {20U, 5U}}) {
     SCOPED_TRACE(vers);
     ASSERT_TRUE(redimensionne(de, vers));
     support().image = {};

@@ -1,5 +1,6 @@
-#include <chrono>
+#include <array>
 
+#include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
 #include "image_essai.hpp"
 
@@ -31,16 +32,29 @@ class Edition : public VolumeEdite<Format> {
     this->ops.erreurs.clear();
     return noms;
   }
+  // Leaves free runs of these sizes, in this order, one block apart, and little else.
+  void troue(const std::vector<std::uint32_t> &tailles) {
+    for (std::size_t i = 0; i < tailles.size(); ++i) {
+      const std::string contenu(std::size_t{tailles[i]} * taille_bloc(), 'x');
+      ASSERT_NE(this->ajoute(kIdRacine, "trou" + std::to_string(i), contenu), 0U);
+      ASSERT_NE(this->ajoute(kIdRacine, "mur" + std::to_string(i), "x"), 0U);
+    }
+    ASSERT_NE(this->ajoute(kIdRacine, "reste", std::string(std::size_t{blocs_libres()} * taille_bloc(), 'x')),
+              0U);
+    for (std::size_t i = 0; i < tailles.size(); ++i)
+      ASSERT_EQ(supprime_par_nom(nom_item("trou" + std::to_string(i)), kIdRacine), 1);
+  }
 };
 TYPED_TEST_SUITE(Edition, DeuxFormats);
 
 TYPED_TEST(Edition, GivesFirstIdsAndKeepsDefaultWindow) {
   this->cree(1);
   EXPECT_EQ(cree_dossier(nom_item("a"), kIdRacine), TypeParam::kPlus ? 23U : 17U);
-  const auto place =
-      std::search(this->image().begin(), this->image().end(),
-                  std::begin({0, 0x50, 0, 0x30, 1, 0x10, 1, 0xE0, 0, 0, 0, 0x70, 2, 0x48, 1, 0}),
-                  std::end({0, 0x50, 0, 0x30, 1, 0x10, 1, 0xE0, 0, 0, 0, 0x70, 2, 0x48, 1, 0}));
+  static constexpr std::array<std::uint8_t, 16> kFenetre{0, 0x50, 0, 0x30, 1, 0x10, 1, 0xE0,
+                                                         0, 0,    0, 0x70, 2, 0x48, 1, 0};
+  auto place = std::search(this->image().begin(), this->image().end(), kFenetre.begin(), kFenetre.end());
+  ASSERT_NE(place, this->image().end());
+  place = std::search(place + 1, this->image().end(), kFenetre.begin(), kFenetre.end());  // behind the root
   EXPECT_NE(place, this->image().end());
   EXPECT_EQ(this->fautes(), "");
 }
@@ -74,22 +88,19 @@ TYPED_TEST(Edition, TellsWhenThereIsNoSpace) {
 
 TYPED_TEST(Edition, TellsWhenTheSpaceIsInTooManyPieces) {
   this->cree(2);
-  // Holes of 12 blocks between files.
-  std::uint32_t taille = 12;
-  const auto noms = this->remplit(taille);
-  ASSERT_GT(noms.size(), 20U);
-  for (std::size_t i = 0; i < noms.size(); i += 2)
-    EXPECT_EQ(supprime_par_nom(nom_item(noms[i]), kIdRacine), 1);
-  const std::uint32_t trop = taille * (TypeParam::kPlus ? 9 : 4);
+  // HFS takes runs of 10 blocks, HFS+ those longer than an eighth of what is still wanted.
+  using Tailles = std::vector<std::uint32_t>;
+  this->troue(TypeParam::kPlus ? Tailles{13, 11, 10, 9, 8, 7, 6, 5, 200} : Tailles{12, 12, 12, 200});
+  const std::uint32_t trop = TypeParam::kPlus ? 100 : 40;
+  const std::uint32_t juste = TypeParam::kPlus ? 69 : 36;
   const std::uint32_t libres = blocs_libres();
-  ASSERT_GT(libres, trop);
-  EXPECT_EQ(this->ajoute(kIdRacine, "gros", std::string(std::size_t{trop} * this->taille_bloc(), 'x')), 0U);
+  const auto contenu = [this](std::uint32_t blocs) {
+    return std::string(std::size_t{blocs} * this->taille_bloc(), 'x');
+  };
+  EXPECT_EQ(this->ajoute(kIdRacine, "gros", contenu(trop)), 0U);
   EXPECT_TRUE(this->montre("too fragmented"));
   EXPECT_EQ(blocs_libres(), libres);
-  // One run fewer goes in.
-  EXPECT_NE(
-      this->ajoute(kIdRacine, "juste", std::string(std::size_t{trop - taille} * this->taille_bloc(), 'y')),
-      0U);
+  EXPECT_NE(this->ajoute(kIdRacine, "juste", contenu(juste)), 0U);
   EXPECT_EQ(this->fautes(), "");
 }
 
@@ -137,11 +148,13 @@ TYPED_TEST(Edition, DoublesTheCatalogOrSaysThatItCannot) {
 }
 
 TYPED_TEST(Edition, GrowsACatalogIntoTheExtentsTree) {
-  this->cree(TypeParam::kPlus ? 6 : 3);
-  // Every free run is short: growth takes it in many pieces.
-  const auto noms = this->remplit(10);
-  for (std::size_t i = 0; i + 1 < noms.size(); i += 2)
-    EXPECT_EQ(supprime_par_nom(nom_item(noms[i]), kIdRacine), 1);
+  this->cree(TypeParam::kPlus ? 8 : 3);
+  // Each growth finds a run of its own: on HFS any of 10 blocks, on HFS+ one longer than an eighth of the
+  // catalog. Short runs make up the free space that a doubling asks for.
+  std::vector<std::uint32_t> tailles(TypeParam::kPlus ? 50 : 60, TypeParam::kPlus ? 24 : 12);
+  for (std::uint32_t catalogue = 256; TypeParam::kPlus && tailles.size() < 62; catalogue += tailles.back())
+    tailles.push_back(catalogue / 8 + 2 - catalogue / 8 % 2);
+  this->troue(tailles);
   const std::string nom(TypeParam::kPlus ? 200 : 20, 'n');
   for (std::uint32_t n = 0; n < 5000 && volume_courant().extents.fiche().leafRecords == 0U; ++n)
     if (cree_dossier(nom_item(std::to_string(n) + nom), kIdRacine) == 0) break;
