@@ -88,7 +88,8 @@ inline ImageLue lit_image(const std::string &chemin, Cotes cotes) {
     recueille(image.carte.fautes);
     const Partition *p = image.carte.volume();
     if (!image.fautes.exige(p != nullptr, "no volume in the partition map")) return image;
-    image.volume = (cotes.hfsplus ? lit_hfsplus : lit_hfs)(image.vue, p->debut * 512, p->nombre * 512);
+    image.volume = cotes.hfsplus ? lit_hfsplus(image.vue, p->debut * 512, p->nombre * 512)
+                                 : lit_hfs(image.vue, p->debut * 512, p->nombre * 512);
     recueille(image.volume.fautes);
     plages.push_back({0, 2048, "sector 0"});
     plages.insert(plages.end(), image.volume.plages.begin(), image.volume.plages.end());

@@ -18,6 +18,7 @@ constexpr int kDossierAbime = 6866;
 constexpr int kArrete = 6869;
 constexpr int kTropProfond = 6871;
 constexpr int kLectureSeule = 6874;           // image, reason
+constexpr int kTexteEparse = 7403;            // image
 constexpr int kCompressee = 6875;             // image
 constexpr std::uint16_t kInvisible = 0x4000;  // kIsInvisible of the Finder flags
 constexpr std::size_t kProfondeurMax = 400;   // levels; a Macintosh path rarely has ten
@@ -87,7 +88,10 @@ VolumeOuvert::VolumeOuvert(ContexteCli &contexte, std::string_view image, AccesV
       return;
     }
   }
-  ouvert_ = ouvrir_partition(*chemin, options) == EtatOuverture::montee;
+  const EtatOuverture ouverture = ouvrir_partition(*chemin, options);
+  ouvert_ = ouverture == EtatOuverture::montee;
+  if (ouverture == EtatOuverture::eparse)
+    operations().afficher_erreur(message(kTexteEparse, {tronque_chemin(*chemin, kCheminMessage)}));
   if (ouvert_ && ecriture && support().lecture_seule) {
     operations().afficher_erreur(message(kLectureSeule, {tronque_chemin(*chemin, kCheminMessage)}));
     fermer_partition();

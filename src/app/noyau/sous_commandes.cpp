@@ -78,6 +78,30 @@ constexpr OptionCli kRsrc[] = {{"extract", '\0', 6940, ""},
                                {"hex", '\0', 6942},
                                {"force", 'f', 6702},
                                {"json", '\0', 6718}};
+constexpr OptionCli kImage[] = {{"size", '\0', 7450, ""},
+                                {"hfsplus", '\0', 7451},
+                                {"label", '\0', 7452, ""},
+                                {"zero", '\0', 7453},
+                                {"force", 'f', 6702}};
+constexpr OptionCli kSupprime[] = {{"recursive", 'r', 7454}};
+constexpr OptionCli kAttr[] = {{"type", '\0', 6722, ""},
+                               {"creator", '\0', 6723, ""},
+                               {"created", '\0', 7455, ""},
+                               {"modified", '\0', 7456, ""},
+                               {"locked", '\0', 7457, kOuiNon},
+                               {"invisible", '\0', 7458, kOuiNon},
+                               {"alias", '\0', 7458, kOuiNon},
+                               {"bundle", '\0', 7458, kOuiNon},
+                               {"custom-icon", '\0', 7458, kOuiNon},
+                               {"stationery", '\0', 7458, kOuiNon},
+                               {"name-locked", '\0', 7458, kOuiNon},
+                               {"shared", '\0', 7458, kOuiNon},
+                               {"inited", '\0', 7458, kOuiNon},
+                               {"no-inits", '\0', 7458, kOuiNon},
+                               {"on-desk", '\0', 7458, kOuiNon},
+                               {"color", '\0', 7459, "0|1|2|3|4|5|6|7"}};
+constexpr OptionCli kSignature[] = {{"replace", '\0', 7460, ""}};
+constexpr OptionCli kTaille[] = {{"size", '\0', 7450, ""}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -109,6 +133,16 @@ constexpr SousCommande kCommandes[] = {
     {"", "rsrc", 1, 2, kRsrc, commande_rsrc, 6930, 6935},
     {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
     {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},
+    {"", "new", 1, 1, kImage, commande_new, 7430, 7440},
+    {"", "mkdir", 2, kSansFin, {}, commande_mkdir, 7431, 7441},
+    {"", "rm", 2, kSansFin, kSupprime, commande_rm, 7432, 7442},
+    {"", "rename", 3, 3, {}, commande_rename, 7433, 7443},
+    {"", "mv", 3, kSansFin, {}, commande_mv, 7434, 7444},
+    {"", "attr", 2, kSansFin, kAttr, commande_attr, 7435, 7445},
+    {"", "swap", 2, kSansFin, {}, commande_swap, 7436, 7446},
+    {"", "label", 2, 2, {}, commande_label, 7437, 7447},
+    {"", "signature", 1, 2, kSignature, commande_signature, 7438, 7448},
+    {"", "resize", 1, 1, kTaille, commande_resize, 7439, 7449},
 };
 
 }  // namespace

@@ -54,6 +54,16 @@ struct SousCommande {
 [[nodiscard]] int commande_rsrc(ContexteCli &contexte);
 [[nodiscard]] int commande_alias(ContexteCli &contexte);
 [[nodiscard]] int commande_convert(ContexteCli &contexte);
+[[nodiscard]] int commande_new(ContexteCli &contexte);
+[[nodiscard]] int commande_mkdir(ContexteCli &contexte);
+[[nodiscard]] int commande_rm(ContexteCli &contexte);
+[[nodiscard]] int commande_rename(ContexteCli &contexte);
+[[nodiscard]] int commande_mv(ContexteCli &contexte);
+[[nodiscard]] int commande_attr(ContexteCli &contexte);
+[[nodiscard]] int commande_swap(ContexteCli &contexte);
+[[nodiscard]] int commande_label(ContexteCli &contexte);
+[[nodiscard]] int commande_signature(ContexteCli &contexte);
+[[nodiscard]] int commande_resize(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);

@@ -1,0 +1,80 @@
+#include "app/noyau/actions_edition.hpp"
+
+#include "hfs/texte_mac.hpp"
+#include "hfs/volume.hpp"
+#include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kNomFaux = 7400;   // name
+constexpr int kNomLong = 7401;   // name, limit
+constexpr int kNonEcrit = 7402;  // image, reason
+constexpr std::size_t kNomHfsPlusMax = 255;
+
+}  // namespace
+
+int modifie_volume(ContexteCli &contexte, const std::function<bool()> &change) {
+  const VolumeOuvert volume(contexte, contexte.arguments.positions[0], AccesVolume::ecriture);
+  if (!volume) return kEchec;
+  support().echec_ecriture = 0;
+  reponses_volume() = {};
+  if (!chargement_carte()) return kEchec;
+  const bool fait = change();
+  const bool ecrit = ecriture_structures() && support().echec_ecriture == 0;
+  liberation_carte();
+  if (!ecrit) {
+    const std::string raison = plateforme::texte_erreur(support().echec_ecriture);
+    operations().afficher_erreur(message(kNonEcrit, {volume.chemin(), raison}));
+  }
+  return fait && ecrit ? kFait : kEchec;
+}
+
+NomItem nom_de(const ElementMac &element) {
+  return {element.nom_hfs, element.nom_hfsplus};
+}
+
+std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
+  const std::u16string large = plateforme::utf8_vers_large(nom_de_partie(utf8));
+  const std::string montre = plateforme::utf8_vers_texte(utf8);
+  const bool zero = large.find(u'\0') != std::u16string::npos;
+  NomItem nom;
+  std::size_t longueur = 0;
+  if (volume_courant().est_hfsplus) {
+    nom.unicode = decompose_hfsplus(large);
+    longueur = nom.unicode.vue().size();
+    // What does not fit in a name is left off by the decomposition: the composed form tells.
+    if (large.size() > kNomHfsPlusMax) longueur = large.size();
+  } else if (auto mac = utf8_vers_mac(plateforme::large_vers_utf8(large)); mac) {
+    nom.mac = std::move(*mac);
+    longueur = nom.mac.size();
+  }
+  if (longueur == 0 || zero || large.find(u':') != std::u16string::npos) {
+    operations().afficher_erreur(message(kNomFaux, {montre}));
+    return std::nullopt;
+  }
+  if (longueur > limite) {
+    operations().afficher_erreur(message(kNomLong, {montre, limite}));
+    return std::nullopt;
+  }
+  return nom;
+}
+
+std::optional<NomItem> nom_tape(std::string_view utf8) {
+  return nom_tape(utf8, volume_courant().est_hfsplus ? kNomHfsPlusMax : kNomHfsMax);
+}
+
+std::vector<std::string> parties_chemin(std::string_view chemin) {
+  std::vector<std::string> parties;
+  while (!chemin.empty()) {
+    const std::size_t barre = std::min(chemin.find('/'), chemin.size());
+    if (barre != 0) parties.emplace_back(chemin.substr(0, barre));
+    chemin.remove_prefix(std::min(barre + 1, chemin.size()));
+  }
+  return parties;
+}
+
+}  // namespace varnion

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/noyau/actions_volume.hpp"
+#include "hfs/operations_catalogue.hpp"
+#include "noms/regles.hpp"
+
+namespace varnion {
+
+/// Opens the image of the first position for writing, loads the bitmap, runs `change` and flushes the volume,
+/// whatever it gave. Exit status: 0 when `change` gave true and everything reached the disk.
+[[nodiscard]] int modifie_volume(ContexteCli &contexte, const std::function<bool()> &change);
+
+/// The name of an item as the engine takes it.
+[[nodiscard]] NomItem nom_de(const ElementMac &element);
+
+/// A name typed in UTF-8 as a part of a path (":" stands for "/"); nullopt, after a message, when it is
+/// empty, longer than `limite` (bytes of Mac Roman, or units) or holds a character that the volume cannot.
+[[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite);
+/// The same for a file or folder.
+[[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8);
+
+/// The parts of a path.
+[[nodiscard]] std::vector<std::string> parties_chemin(std::string_view chemin);
+
+}  // namespace varnion
