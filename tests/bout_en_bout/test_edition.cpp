@@ -164,7 +164,7 @@ TEST(EditionHfsutils, BothProgramsWorkOnOneVolume) {
       reussit({"attr", "v.img", "Other", "--locked", "off"});
       reussit({"resize", "v.img", "--size", "7"});
       EXPECT_NE(reussit({"info", "v.img", "--json"}).find("\"blocks\": 14336"), std::string::npos);
-      ASSERT_EQ(execute("hmount v.img && hls -R > ../ls.txt && hcopy -r :Other out.txt && hcopy -r a.txt "
+      ASSERT_EQ(execute("hmount v.img && hls -aR > ../ls.txt && hcopy -r :Other out.txt && hcopy -r a.txt "
                         ":Second && humount"),
                 0)
           << lit(bac + "hfs.log");
