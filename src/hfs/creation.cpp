@@ -239,6 +239,9 @@ class ImageHfs : public Image {
     return ecrit(plan_.entete + kPremierSecteurBlocs + fin + 1, Secteur{});
   }
 
+  // From 36 MiB up the trees have more nodes than the map in the header has bits, and the map nodes that
+  // Inside Macintosh asks for are not made. The catalog gets them when it is first changed; of the extents
+  // tree only the first nodes are ever used.
   bool ecrit_arbres() {
     const std::uint32_t noeuds = kBlocsReserves * (plan_.taille_bloc / kTailleSecteur);
     DossierHfs racine = nouvelle_racine<CatalogueHfs>();

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "hfs/carte_volume.hpp"
 #include "hfs/croissance.hpp"
 #include "hfs/division.hpp"
 #include "hfs/ecriture.hpp"
@@ -209,6 +210,15 @@ std::uint32_t noeuds_pour_correction() {
   return profondeur * (profondeur + 2);
 }
 
+// Nodes that an insertion leaves free while a volume is edited. Keys of HFS+ differ in length: a deletion
+// that brings a longer key to the front of a leaf may have to split an index node, on a volume where nothing
+// is left for the catalog to grow into.
+template <typename Traits>
+std::uint32_t reserve() {
+  if (std::is_same_v<Traits, TraitsHfs> || !carte_allocation().chargee) return 0;
+  return noeuds_pour_correction();
+}
+
 // The longest index record that the keys of a node, or `autre`, would make.
 template <typename Traits>
 std::size_t plus_long_index(OctetsNoeud noeud, std::size_t autre) {
@@ -350,7 +360,7 @@ class Insertion {
       const std::int32_t rang = catalogue().index == kIndexFin ? nombre : catalogue().index;
       if (tient_en_feuille<Traits>(noeud, cle_, donnees_.size())) return pose_ici(noeud, rang, nombre);
       const auto noeuds = noeuds_du_chemin<Traits>(cle_);
-      if (!noeuds || !assure_noeuds(*noeuds)) return false;
+      if (!noeuds || !assure_noeuds(*noeuds + reserve<Traits>())) return false;
       if (rang == nombre && (feuille_seule || nombre == 1)) {
         return divise<Traits>(nombre, compose_fiche<Traits>(cle_, donnees_));
       }
