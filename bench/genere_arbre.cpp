@@ -1,6 +1,7 @@
-// Makes a tree of files with known sizes and repeatable bytes: genere_arbre FOLDER small|large|mixed|flat [COUNT]
+// Makes a tree of files with known sizes and repeatable bytes: genere_arbre FOLDER small|large|mixed|many|flat [COUNT]
 //   small  60,000 files of 1 to 8 KB in 2,000 folders      large  one file of 2,000,000,000 bytes
-//   mixed  3,000 files and 1 GB in 100 folders             flat   20,000 files of 100 bytes in one folder
+//   mixed  3,000 files and 1 GB in 100 folders             many   60,000 files of up to 34 KB, 1 GB, in 300 folders
+//   flat   20,000 files of 100 bytes in one folder
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +51,7 @@ void arbre(const std::filesystem::path &racine, int dossiers, int fichiers, Tail
 
 int main(int argc, char **argv) {
   if (argc < 3) {
-    std::fputs("genere_arbre FOLDER small|large|mixed|flat [COUNT]\n", stderr);
+    std::fputs("genere_arbre FOLDER small|large|mixed|many|flat [COUNT]\n", stderr);
     return 2;
   }
   const std::filesystem::path racine(argv[1]);
@@ -66,6 +67,8 @@ int main(int argc, char **argv) {
       const std::uint64_t tirage = hasard() % 10;
       return tirage < 7 ? hasard() % 65536 : hasard() % 2200000;
     });
+  } else if (genre == "many") {
+    arbre(racine, 300, nombre > 0 ? nombre : 60000, [] { return hasard() % 34800; });
   } else {
     for (int f = 0; f < (nombre > 0 ? nombre : 20000); ++f) ecrit(racine / ("flat file " + std::to_string(f)), 100);
   }
