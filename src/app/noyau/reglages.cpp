@@ -108,6 +108,12 @@ void pose_corps(Reglages &r, const std::string &texte) {
   r.corps = texte.size() <= 1 || valeur == 0 ? Reglages{}.corps : valeur;
 }
 
+// Numbers of resources have 16 bits with a sign; those of the system's own fonts lie below.
+void pose_numpol(Reglages &r, const std::string &texte) {
+  const int valeur = nombre<int>(texte);
+  if (valeur >= Reglages{}.numpol && valeur <= INT16_MAX) r.numpol = valeur;
+}
+
 // --- the table
 // ------------------------------------------------------------------------------------------------
 
@@ -141,6 +147,7 @@ constexpr FicheReglage kFiches[] = {
     {"DComp", kChangement, pose_texte<&R::dossier_compile>, lit_texte<&R::dossier_compile>},
     {"Corps", kChangement, pose_corps, lit_nombre<&R::corps>},
     {"Sign", kChangement, pose_texte<&R::signatures>, lit_texte<&R::signatures>},
+    {"numpol", kChangement, pose_numpol, lit_nombre<&R::numpol>},
     {"WinVLV", kChangement, pose_texte<&R::navigateur>, lit_texte<&R::navigateur>},
     {"WReper", kChangement, pose_texte<&R::dossier_navigateur>, lit_texte<&R::dossier_navigateur>},
 };

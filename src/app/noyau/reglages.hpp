@@ -35,6 +35,7 @@ struct Reglages {
   int corps = 10;               ///< font size of the dump viewer
   std::string signatures;       ///< `Sign`: signature file, full path
   std::string journal;          ///< log file, full path
+  int numpol = 0x400;           ///< number of the next Macintosh font made
   int taille_projet = 700;      ///< `szProj`, megabytes
   int taille_isop = 700;        ///< `szIsop`, megabytes
   std::array<std::vector<std::string>, 3> recents;  ///< by working mode, the latest first

@@ -102,6 +102,13 @@ constexpr OptionCli kAttr[] = {{"type", '\0', 6722, ""},
                                {"color", '\0', 7459, "0|1|2|3|4|5|6|7"}};
 constexpr OptionCli kSignature[] = {{"replace", '\0', 7460, ""}};
 constexpr OptionCli kTaille[] = {{"size", '\0', 7450, ""}};
+constexpr OptionCli kPut[] = {{"into", '\0', 6952, ""},
+                              {"mode", '\0', 6953, "data|resource"},
+                              {"replace", '\0', 6954, "ask|yes|no"},
+                              {"containers", '\0', 6955, "ask|yes|no"},
+                              {"fonts", '\0', 6956, "yes|no"},
+                              {"truncate", '\0', 6957, "auto|crc|ask"},
+                              {"signatures", '\0', 6704, ""}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -143,6 +150,7 @@ constexpr SousCommande kCommandes[] = {
     {"", "label", 2, 2, {}, commande_label, 7437, 7447},
     {"", "signature", 1, 2, kSignature, commande_signature, 7438, 7448},
     {"", "resize", 1, 1, kTaille, commande_resize, 7439, 7449},
+    {"", "put", 2, kSansFin, kPut, commande_put, 6950, 6951},
 };
 
 }  // namespace
