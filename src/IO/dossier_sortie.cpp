@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "IO/dossiers.hpp"
 #include "IO/plateforme.hpp"
@@ -46,6 +47,20 @@ Fichier DossierSortie::cree(const std::string &nom) const {
 
 bool DossierSortie::supprime(const std::string &nom) const {
   return ::unlinkat(dossier_.descripteur(), nom.c_str(), 0) == 0;
+}
+
+bool DossierSortie::renomme(const std::string &ancien, const std::string &nouveau) const {
+  return ::renameat(dossier_.descripteur(), ancien.c_str(), dossier_.descripteur(), nouveau.c_str()) == 0;
+}
+
+bool DossierSortie::existe(const std::string &nom) const {
+  return ::faccessat(dossier_.descripteur(), nom.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool DossierSortie::est_le_fichier(const std::string &nom, const Fichier &fichier) const {
+  struct stat ici {}, la {};
+  return ::fstatat(dossier_.descripteur(), nom.c_str(), &ici, 0) == 0 &&
+         ::fstat(fichier.descripteur(), &la) == 0 && ici.st_dev == la.st_dev && ici.st_ino == la.st_ino;
 }
 
 bool DossierSortie::est_dossier(const std::string &nom) const {

@@ -26,6 +26,12 @@ class DossierSortie {
   [[nodiscard]] Fichier cree(const std::string &nom) const;
   /// Removes a file or a link, never a folder.
   [[nodiscard]] bool supprime(const std::string &nom) const;
+  /// Gives a file another name; one that has it is replaced.
+  [[nodiscard]] bool renomme(const std::string &ancien, const std::string &nouveau) const;
+  /// True when something has the name.
+  [[nodiscard]] bool existe(const std::string &nom) const;
+  /// True when the name stands for the open file.
+  [[nodiscard]] bool est_le_fichier(const std::string &nom, const Fichier &fichier) const;
   /// True when the name stands for a folder.
   [[nodiscard]] bool est_dossier(const std::string &nom) const;
   /// Bytes free for the user; nullopt when unknown.

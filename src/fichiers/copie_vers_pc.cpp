@@ -17,6 +17,7 @@
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "res/chaines.hpp"
@@ -44,6 +45,7 @@ constexpr int kTropGrand = 6155;      // Macintosh path
 constexpr int kListeAbimee = 6156;    // Macintosh path of a folder
 constexpr int kPartiel = 6157;        // Macintosh path
 constexpr int kCompagnonPris = 6158;  // path
+constexpr int kEstSource = 6160;      // path
 constexpr int kTropProfond = 6159;    // Macintosh path
 
 constexpr std::size_t kProfondeurMax = 400;  // folders held open at once
@@ -107,6 +109,10 @@ ResultatEcriture ecrit_forme(const Fichier &sortie, const ElementFichier &elemen
     default:
       return ecrit_fourche(sortie, element.data);
   }
+}
+
+std::uint64_t taille_image() {
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(support().image), 0));
 }
 
 // Modification time, Unix seconds.
@@ -175,7 +181,7 @@ bool CopieVersPc::copie_vers_pc(const ElementMac &element, const DossierSortie &
 bool CopieVersPc::copie_element(const ElementMac &element, const DossierSortie &cible) {
   return element.dossier ? copie_dossier_vers_pc(element, cible)
                          : copie_fichier({element_de_volume(sans_lien(element)),
-                                          source_ + element.nom_chemin(), element.hfsplus},
+                                          source_ + element.nom_chemin(), element.hfsplus, taille_image()},
                                          cible);
 }
 
@@ -211,7 +217,6 @@ bool CopieVersPc::copie_dossier_vers_pc(const ElementMac &dossier, const Dossier
   const bool suite = copie_contenu(dossier, *dedans, chemin);
   --profondeur_;
   source_ = ici;
-  donnes_.erase(dedans->chemin());
   return suite && !bilan_.arret;
 }
 
@@ -239,37 +244,51 @@ bool CopieVersPc::convertit_police(const FichierCopie &fichier, const DossierSor
   if (!options_.polices || !est_police_mac(fichier.element.type()) ||
       !veut_convertir_police(CotePolices::mac, texte(fichier.chemin)))
     return false;
-  const ResultatPolice resultat = convertit_police_mac(fichier.element, cible);
+  const ResultatPolice resultat = convertit_police_mac(
+      fichier.element, cible, [&](const std::string &nom) { return police_remplace(nom, cible); });
   // A file in which no font was found is copied as it is: nothing of it may be lost.
   if (resultat == ResultatPolice::aucune) return false;
-  ++(resultat == ResultatPolice::convertie ? bilan_.fichiers : bilan_.echecs);
+  const bool faite = resultat == ResultatPolice::convertie;
+  if (faite) ++bilan_.fichiers;
+  ++(faite ? bilan_.copies : bilan_.echecs);
   return true;
 }
 
-bool CopieVersPc::copie_fichier(const FichierCopie &fichier, const DossierSortie &cible) {
-  if (convertit_police(fichier, cible)) return true;
-  if (!place_suffit(fichier, cible)) return false;
-  bool saute = false;
-  if (!sans_fourche(fichier, saute)) return true;
+// True when a font may have this name: nothing else does, or what does may go.
+bool CopieVersPc::police_remplace(const std::string &nom, const DossierSortie &dossier) {
+  const std::string chemin = dossier.chemin() + nom;
+  const bool libre = !dossier.existe(nom);
+  const bool remplace = reponses_copie_pc().remplacement == Remplacement::tous && !donnes_.contains(chemin) &&
+                        !dossier.est_dossier(nom) && !est_source({}, nom, dossier);
+  if (libre || remplace) donnes_.insert(chemin);
+  return libre || remplace;
+}
+
+bool CopieVersPc::copie_fichier(const FichierCopie &fichier, const DossierSortie &dossier) {
+  if (convertit_police(fichier, dossier)) return true;
+  if (!place_suffit(fichier, dossier)) return false;
+  if (!a_fourche_voulue(fichier)) return true;
   bool suite = true;
-  std::string nom;
-  Fichier sortie = ouvre_cible(fichier, cible, nom, suite);
-  if (!sortie) return suite;
-  if (trace_fichiers())
-    operations().journal(GenreJournal::brut,
-                         texte(fichier.chemin) + "\t" + texte(cible.chemin() + nom) + "\r\n");
-  ++bilan_.fichiers;
-  bilan_.octets += octets_comptes(fichier);
-  bilan_.octets_lus += octets_copies(fichier);
-  annonce(fichier, cible.chemin() + nom);
-  suite = ecrit(fichier, cible, nom, std::move(sortie));
+  for (bool reprise = true; reprise;) {
+    std::optional<CibleFichier> cible;
+    ouvre_cible(fichier, dossier, cible, suite);
+    if (!cible) return suite;
+    if (trace_fichiers())
+      operations().journal(GenreJournal::brut, texte(fichier.chemin) + "\t" + texte(cible->chemin()) + "\r\n");
+    annonce(fichier, cible->chemin());
+    const Suite apres = ecrit(fichier, dossier, *cible);
+    reprise = apres == Suite::reprise;
+    if (reprise) donnes_.erase(cible->chemin());
+    suite = apres != Suite::arret;
+  }
   if (options_.suivi) options_.suivi(bilan_);
   return suite;
 }
 
-bool CopieVersPc::place_suffit(const FichierCopie &fichier, const DossierSortie &cible) {
-  const auto libre = cible.espace_libre();
-  const std::uint64_t voulu = fichier.element.data.longueur + fichier.element.rsrc.longueur;
+bool CopieVersPc::place_suffit(const FichierCopie &fichier, const DossierSortie &dossier) {
+  const auto libre = dossier.espace_libre();
+  const std::uint64_t annonces = fichier.element.data.longueur + fichier.element.rsrc.longueur;
+  const std::uint64_t voulu = std::min(annonces, fichier.plafond);
   if (!libre || voulu <= *libre) return true;
   ++bilan_.echecs;
   bilan_.arret = true;
@@ -278,12 +297,13 @@ bool CopieVersPc::place_suffit(const FichierCopie &fichier, const DossierSortie 
 }
 
 // False: the fork that the mode asks for is empty, and the file is left out.
-bool CopieVersPc::sans_fourche(const FichierCopie &fichier, bool &saute) {
+bool CopieVersPc::a_fourche_voulue(const FichierCopie &fichier) {
   const bool donnees = forme() != kCopieRessource;
   if (forme() != kCopieData && donnees) return true;
   if ((donnees ? fichier.element.data : fichier.element.rsrc).longueur != 0) return true;
   ReponsesCopiePc &reponses = reponses_copie_pc();
   bool &tait = fichier.hfsplus ? reponses.tait_hfsplus : reponses.tait_hfs;
+  bool saute = false;
   if (!tait) {
     const std::string nom = texte(fichier.chemin);
     tait = operations().annoncer_retenir(
@@ -295,6 +315,8 @@ bool CopieVersPc::sans_fourche(const FichierCopie &fichier, bool &saute) {
 }
 
 void CopieVersPc::annonce(const FichierCopie &fichier, const std::string &cible) {
+  ++bilan_.fichiers;
+  bilan_.octets += octets_comptes(fichier);
   const std::string de = tronque_chemin(texte(fichier.chemin), kCheminEtat);
   const std::string vers = tronque_chemin(texte(cible), kCheminEtat);
   operations().afficher_etat_seul(message(kCopieDe, {de, vers}) +
@@ -332,38 +354,47 @@ std::string CopieVersPc::nom_demande(const FichierCopie &fichier, const DossierS
   return {};
 }
 
-Fichier CopieVersPc::ouvre_cible(const FichierCopie &fichier, const DossierSortie &cible, std::string &nom,
-                                 bool &suite) {
+// Closed where the file is left out; `suite` says how the walk goes on then.
+void CopieVersPc::ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier,
+                              std::optional<CibleFichier> &cible, bool &suite) {
   const bool saisie = options_.nommage == ModeNommage::saisie;
-  nom = saisie ? nom_demande(fichier, cible, suite) : nom_regle(fichier);
-  if (nom.empty()) return {};
-  NomsDonnes &donnes = donnes_[cible.chemin()];
-  Fichier sortie = cible.cree(nom);
-  if (!sortie && errno == EEXIST) {
-    const bool de_cette_copie = donnes.contains(nom);
+  const std::string nom = saisie ? nom_demande(fichier, dossier, suite) : nom_regle(fichier);
+  if (nom.empty()) return;
+  cible.emplace(dossier, nom, false);
+  if (!cible->ouverte() && errno == EEXIST) {
+    const bool de_cette_copie = donnes_.contains(dossier.chemin() + nom);
     if (!de_cette_copie || reponses_copie_pc().remplacement == Remplacement::demande) {
-      sortie = remplace(nom, cible, suite);
-      if (!sortie) return {};
+      cible.reset();
+      if (!accepte_remplacer(fichier, nom, dossier, suite)) return;
+      cible.emplace(dossier, nom, true);
     } else {
-      // Two Macintosh files with one PC name: neither may take the other's place unasked.
-      const std::string base = nom;
-      for (unsigned numero = 1; !sortie && numero < kNumerosMax; ++numero) {
-        nom = nom_disque_numerote(base, numero, limite_nom());
-        sortie = cible.cree(nom);
-        if (!sortie && errno != EEXIST) break;
-      }
-      ++bilan_.renommes;
-      operations().afficher_avis(message(kRenomme, {texte(fichier.chemin), texte(nom)}));
+      ouvre_numerotee(fichier, dossier, cible);
     }
   }
-  if (!sortie) suite = echec_ecriture(cible.chemin() + nom, errno);
-  donnes.insert(nom);
-  return sortie;
+  if (cible->ouverte()) {
+    donnes_.insert(cible->chemin());
+    return;
+  }
+  const int erreur = errno;
+  suite = echec_ecriture(cible->chemin(), erreur);
+  cible.reset();
+}
+
+// Two Macintosh files with one PC name: neither may take the other's place unasked.
+void CopieVersPc::ouvre_numerotee(const FichierCopie &fichier, const DossierSortie &dossier,
+                                  std::optional<CibleFichier> &cible) {
+  const std::string base = cible->nom();
+  for (unsigned numero = 1; !cible->ouverte() && errno == EEXIST && numero < kNumerosMax; ++numero)
+    cible.emplace(dossier, nom_disque_numerote(base, numero, limite_nom()), false);
+  if (!cible->ouverte()) return;
+  ++bilan_.renommes;
+  operations().afficher_avis(message(kRenomme, {texte(fichier.chemin), texte(cible->nom())}));
 }
 
 // The file that is there goes or stays, as the user says.
-Fichier CopieVersPc::remplace(const std::string &nom, const DossierSortie &cible, bool &suite) {
-  const std::string chemin = texte(cible.chemin() + nom);
+bool CopieVersPc::accepte_remplacer(const FichierCopie &fichier, const std::string &nom,
+                                    const DossierSortie &dossier, bool &suite) {
+  const std::string chemin = texte(dossier.chemin() + nom);
   Remplacement &reponse = reponses_copie_pc().remplacement;
   bool oui = reponse == Remplacement::tous;
   if (reponse == Remplacement::demande) {
@@ -374,19 +405,21 @@ Fichier CopieVersPc::remplace(const std::string &nom, const DossierSortie &cible
     oui = choix > 0;
     suite = oui || choix == -1;
   }
-  if (!oui) {
-    ++bilan_.sautes;
-    if (reponse == Remplacement::aucun) {
-      ++bilan_.echecs;
-      operations().afficher_erreur(message(kLaisse, {chemin}));
-    }
-    return {};
+  if (oui && !est_source(fichier, nom, dossier)) return true;
+  ++bilan_.sautes;
+  if (oui || reponse == Remplacement::aucun) {
+    ++bilan_.echecs;
+    operations().afficher_erreur(message(oui ? kEstSource : kLaisse, {chemin}));
   }
-  if (cible.est_dossier(nom)) errno = EISDIR;
-  Fichier sortie;
-  if (!cible.est_dossier(nom) && cible.supprime(nom)) sortie = cible.cree(nom);
-  if (!sortie) suite = echec_ecriture(cible.chemin() + nom, cible.est_dossier(nom) ? EISDIR : errno);
-  return sortie;
+  return false;
+}
+
+// True for the very file that is being read: the image, or the container.
+bool CopieVersPc::est_source(const FichierCopie &fichier, const std::string &nom, const DossierSortie &dossier) {
+  if (support().image && dossier.est_le_fichier(nom, support().image)) return true;
+  if (fichier.source.empty()) return false;
+  const Fichier source = plateforme::ouvre(fichier.source, Ouverture::lecture);
+  return source && dossier.est_le_fichier(nom, source);
 }
 
 // --- content
@@ -400,61 +433,68 @@ bool CopieVersPc::echec_ecriture(const std::string &chemin, int erreur) {
   return !bilan_.arret;
 }
 
-bool CopieVersPc::ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &cible,
-                                  const std::string &nom) {
-  const std::string compagnon = std::string(kPrefixeCompagnon) + nom;
-  NomsDonnes &donnes = donnes_[cible.chemin()];
-  if (donnes.contains(compagnon)) {
-    ++bilan_.echecs;
-    operations().afficher_erreur(message(kCompagnonPris, {texte(cible.chemin() + compagnon)}));
-    return true;
-  }
-  static_cast<void>(cible.supprime(compagnon));
-  Fichier sortie = cible.cree(compagnon);
-  if (!sortie) return echec_ecriture(cible.chemin() + compagnon, errno);
-  donnes.insert(compagnon);
-  const ResultatEcriture resultat = ecrit_appledouble(sortie, fichier.element);
-  const int erreur = errno;
-  if (resultat == ResultatEcriture::fait && sortie.fermer()) return true;
-  static_cast<void>(cible.supprime(compagnon));
-  if (resultat == ResultatEcriture::ecriture || resultat == ResultatEcriture::fait)
-    return echec_ecriture(cible.chemin() + compagnon, erreur);
+// What could not be read, or does not fit: told, and the walk goes on. A stop is asked about first.
+CopieVersPc::Suite CopieVersPc::echec_lecture(ResultatEcriture resultat, const FichierCopie &fichier) {
+  if (resultat == ResultatEcriture::lecture && operations().arret_demande())
+    return arret_voulu() ? Suite::arret : Suite::reprise;
   ++bilan_.echecs;
   operations().afficher_erreur(
       message(resultat == ResultatEcriture::trop_grand ? kTropGrand : kIllisible, {texte(fichier.chemin)}));
-  return true;
+  return Suite::continue_;
 }
 
-bool CopieVersPc::ecrit(const FichierCopie &fichier, const DossierSortie &cible, const std::string &nom,
-                        Fichier sortie) {
-  const ElementFichier &element = fichier.element;
-  bool suite = !vers_compagnon() || ecrit_compagnon(fichier, cible, nom);
-  const ResultatEcriture resultat = suite ? ecrit_forme(sortie, element) : ResultatEcriture::ecriture;
-  int erreur = errno;
-  const bool partiel =
-      resultat == ResultatEcriture::lecture && garde_partiel() && !operations().arret_demande();
-  if (resultat == ResultatEcriture::fait || partiel) {
-    if (element.dates.modification != 0) {
-      const std::int64_t date = date_unix(element);
-      static_cast<void>(plateforme::fixe_dates(sortie, date, date));
-    }
-    if (sortie.fermer()) {
-      if (!partiel) return true;
-      ++bilan_.echecs;
-      operations().afficher_erreur(message(kPartiel, {texte(fichier.chemin)}));
-      return true;
-    }
-    erreur = errno;
-  }
-  static_cast<void>(cible.supprime(nom));
-  if (!suite || (resultat == ResultatEcriture::lecture && arret_voulu())) return false;
-  if (resultat == ResultatEcriture::lecture || resultat == ResultatEcriture::trop_grand) {
+// The companion, written but not yet in its place.
+CopieVersPc::Suite CopieVersPc::ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &dossier,
+                                                const std::string &nom, std::optional<CibleFichier> &compagnon) {
+  const std::string nom_compagnon = std::string(kPrefixeCompagnon) + nom;
+  if (donnes_.contains(dossier.chemin() + nom_compagnon)) {
     ++bilan_.echecs;
-    operations().afficher_erreur(
-        message(resultat == ResultatEcriture::lecture ? kIllisible : kTropGrand, {texte(fichier.chemin)}));
-    return true;
+    operations().afficher_erreur(message(kCompagnonPris, {texte(dossier.chemin() + nom_compagnon)}));
+    return Suite::continue_;
   }
-  return echec_ecriture(cible.chemin() + nom, erreur);
+  compagnon.emplace(dossier, nom_compagnon, true);
+  ResultatEcriture resultat = ResultatEcriture::ecriture;
+  if (compagnon->ouverte()) resultat = ecrit_appledouble(compagnon->fichier(), fichier.element);
+  if (resultat == ResultatEcriture::fait) return Suite::continue_;
+  const int erreur = errno;
+  compagnon.reset();
+  if (resultat != ResultatEcriture::ecriture) return echec_lecture(resultat, fichier);
+  return echec_ecriture(dossier.chemin() + nom_compagnon, erreur) ? Suite::continue_ : Suite::arret;
+}
+
+CopieVersPc::Suite CopieVersPc::ecrit(const FichierCopie &fichier, const DossierSortie &dossier,
+                                      CibleFichier &cible) {
+  const ElementFichier &element = fichier.element;
+  std::optional<CibleFichier> compagnon;
+  if (vers_compagnon()) {
+    const Suite suite = ecrit_compagnon(fichier, dossier, cible.nom(), compagnon);
+    if (suite != Suite::continue_) return suite;
+  }
+  const ResultatEcriture resultat = ecrit_forme(cible.fichier(), element);
+  const bool arret = resultat == ResultatEcriture::lecture && operations().arret_demande();
+  // What was read of a damaged fork is no reason to lose an older file.
+  const bool partiel = resultat == ResultatEcriture::lecture && garde_partiel() && !arret && !cible.remplace();
+  if (resultat == ResultatEcriture::ecriture)
+    return echec_ecriture(cible.chemin(), errno) ? Suite::continue_ : Suite::arret;
+  if (resultat != ResultatEcriture::fait && !partiel) return echec_lecture(resultat, fichier);
+  if (element.dates.modification != 0) {
+    const std::int64_t date = date_unix(element);
+    static_cast<void>(plateforme::fixe_dates(cible.fichier(), date, date));
+  }
+  if (!cible.garde() || (compagnon && !compagnon->garde())) {
+    const int erreur = errno;
+    if (!cible.remplace()) cible.jette();
+    return echec_ecriture(cible.chemin(), erreur) ? Suite::continue_ : Suite::arret;
+  }
+  if (compagnon) donnes_.insert(compagnon->chemin());
+  if (partiel) {
+    ++bilan_.echecs;
+    operations().afficher_erreur(message(kPartiel, {texte(fichier.chemin)}));
+    return Suite::continue_;
+  }
+  ++bilan_.copies;
+  bilan_.octets_lus += octets_copies(fichier);
+  return Suite::continue_;
 }
 
 }  // namespace varnion

@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 
+#include "fichiers/ecriture.hpp"
 #include "fichiers/element.hpp"
 #include "fichiers/nom_pc.hpp"
 #include "hfs/catalogue.hpp"
@@ -31,9 +32,10 @@ struct ReponsesCopiePc {
 [[nodiscard]] ReponsesCopiePc &reponses_copie_pc();
 
 struct BilanCopiePc {
-  std::uint64_t fichiers = 0, dossiers = 0;
+  std::uint64_t fichiers = 0, dossiers = 0;  ///< begun
   std::uint64_t octets = 0;      ///< as the status line counts them: nothing in the two Apple modes
-  std::uint64_t octets_lus = 0;  ///< of all forks copied
+  std::uint64_t copies = 0;      ///< files that are whole on the PC
+  std::uint64_t octets_lus = 0;  ///< of their forks
   std::uint64_t vides = 0;       ///< files without the fork that was asked for, copied as empty files
   std::uint64_t renommes = 0;    ///< told by name: cut, or numbered beside a file of the same copy
   std::uint64_t sautes = 0;      ///< left out by an answer or for want of the fork
@@ -55,6 +57,9 @@ struct FichierCopie {
   ElementFichier element;
   std::string chemin;    ///< where it comes from, in UTF-8, for messages
   bool hfsplus = false;  ///< both kinds of catalog have their own silence about empty forks
+  /// Bytes that its medium holds: damaged lengths are not believed beyond it.
+  std::uint64_t plafond = ~std::uint64_t{0};
+  std::string source = {};  ///< path of the container, working text; empty for a file of the volume
 };
 
 /// One command that copies to the PC: the counters of its status line and the names it has given.
@@ -70,33 +75,46 @@ class CopieVersPc {
   [[nodiscard]] const BilanCopiePc &bilan() const { return bilan_; }
 
  private:
-  /// The names that this copy has given in a folder.
-  using NomsDonnes = std::unordered_set<std::string>;
+  enum class Suite {
+    continue_,
+    reprise,  ///< the user took the stop back: the file is copied again from its start
+    arret,
+  };
 
-  bool copie_element(const ElementMac &element, const DossierSortie &cible);
+  bool copie_element(const ElementMac &element, const DossierSortie &dossier);
   bool copie_dossier_vers_pc(const ElementMac &dossier, const DossierSortie &cible);
-  bool convertit_police(const FichierCopie &fichier, const DossierSortie &cible);
-  bool sans_fourche(const FichierCopie &fichier, bool &saute);
-  [[nodiscard]] bool place_suffit(const FichierCopie &fichier, const DossierSortie &cible);
-  [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &cible, bool &suite);
-  [[nodiscard]] std::string nom_regle(const FichierCopie &fichier);
-  [[nodiscard]] Fichier ouvre_cible(const FichierCopie &fichier, const DossierSortie &cible, std::string &nom,
-                                    bool &suite);
-  [[nodiscard]] Fichier remplace(const std::string &nom, const DossierSortie &cible, bool &suite);
-  bool ecrit(const FichierCopie &fichier, const DossierSortie &cible, const std::string &nom, Fichier sortie);
-  [[nodiscard]] bool ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &cible,
-                                     const std::string &nom);
   bool copie_contenu(const ElementMac &dossier, const DossierSortie &dedans, const std::string &chemin);
   bool dossier_refuse(const std::string &message, int erreur);
+
+  bool convertit_police(const FichierCopie &fichier, const DossierSortie &dossier);
+  bool police_remplace(const std::string &nom, const DossierSortie &dossier);
+  [[nodiscard]] bool place_suffit(const FichierCopie &fichier, const DossierSortie &dossier);
+  [[nodiscard]] bool a_fourche_voulue(const FichierCopie &fichier);
+
+  [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &dossier, bool &suite);
+  [[nodiscard]] std::string nom_regle(const FichierCopie &fichier);
+  void ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier,
+                   std::optional<CibleFichier> &cible, bool &suite);
+  void ouvre_numerotee(const FichierCopie &fichier, const DossierSortie &dossier,
+                       std::optional<CibleFichier> &cible);
+  [[nodiscard]] bool accepte_remplacer(const FichierCopie &fichier, const std::string &nom,
+                                       const DossierSortie &dossier, bool &suite);
+  [[nodiscard]] static bool est_source(const FichierCopie &fichier, const std::string &nom,
+                                       const DossierSortie &dossier);
+
+  [[nodiscard]] Suite ecrit(const FichierCopie &fichier, const DossierSortie &dossier, CibleFichier &cible);
+  [[nodiscard]] Suite ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &dossier,
+                                      const std::string &nom, std::optional<CibleFichier> &compagnon);
+  [[nodiscard]] Suite echec_lecture(ResultatEcriture resultat, const FichierCopie &fichier);
   bool echec_ecriture(const std::string &chemin, int erreur);
   void annonce(const FichierCopie &fichier, const std::string &cible);
   [[nodiscard]] bool arret_voulu();
 
   OptionsCopiePc options_;
   BilanCopiePc bilan_;
-  std::string source_;  ///< path of the folder being copied, in UTF-8, closed by "/"
-  std::unordered_map<std::string, NomsDonnes> donnes_;  ///< by the PC path of the folder
-  std::unordered_set<std::uint32_t> vus_;  ///< folders entered: a damaged tree may lead into itself
+  std::string source_;                      ///< path of the folder being copied, in UTF-8, closed by "/"
+  std::unordered_set<std::string> donnes_;  ///< PC paths that this copy has given
+  std::unordered_set<std::uint32_t> vus_;   ///< folders entered: a damaged tree may lead into itself
   std::size_t profondeur_ = 0;
 };
 

@@ -20,6 +20,7 @@ constexpr int kErreurEcriture = 6120;
 constexpr int kErreurLecture = 6121;
 constexpr int kTropGrand = 6122;
 constexpr int kResteInacheve = 6123;
+constexpr unsigned kProvisoiresMax = 1000;
 constexpr int kSansDate = 6124;
 constexpr std::size_t kCheminMessage = 80;
 
@@ -71,9 +72,23 @@ void SortieConteneur::verse(const FluxFourche &fourche) {
 
 CibleFichier::CibleFichier(const DossierSortie &dossier, std::string nom, bool remplace)
     : dossier_(dossier), nom_(std::move(nom)), fichier_(dossier.cree(nom_)) {
-  if (remplace && !fichier_.ouvert() && errno == EEXIST && dossier_.supprime(nom_))
-    fichier_ = dossier_.cree(nom_);
+  if (remplace && !fichier_.ouvert() && errno == EEXIST) {
+    if (dossier_.est_dossier(nom_)) {
+      errno = EISDIR;
+    } else {
+      ouvre_provisoire();
+    }
+  }
   faite_ = fichier_.ouvert();
+}
+
+// What is there already stays until the new file is whole.
+void CibleFichier::ouvre_provisoire() {
+  for (unsigned numero = 0; numero < kProvisoiresMax; ++numero) {
+    provisoire_ = ".varnion-" + std::to_string(numero) + ".part";
+    fichier_ = dossier_.cree(provisoire_);
+    if (fichier_.ouvert() || errno != EEXIST) return;
+  }
 }
 
 CibleFichier::~CibleFichier() {
@@ -81,7 +96,7 @@ CibleFichier::~CibleFichier() {
 }
 
 bool CibleFichier::garde() {
-  gardee_ = fichier_.fermer();
+  gardee_ = fichier_.fermer() && (provisoire_.empty() || dossier_.renomme(provisoire_, nom_));
   if (!gardee_) jette();
   return gardee_;
 }
@@ -91,7 +106,7 @@ void CibleFichier::jette() {
   const int erreur = errno;
   faite_ = false;
   fichier_.fermer();
-  if (!dossier_.supprime(nom_))
+  if (!dossier_.supprime(gardee_ || provisoire_.empty() ? nom_ : provisoire_))
     operations().journal(GenreJournal::erreur,
                          message(kResteInacheve, {plateforme::utf8_vers_texte(chemin())}));
   errno = erreur;

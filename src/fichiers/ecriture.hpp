@@ -44,7 +44,8 @@ class SortieConteneur {
   ResultatEcriture resultat_ = ResultatEcriture::fait;
 };
 
-/// A file of a folder made anew, in the place of one of that name, which is removed again unless it is kept.
+/// A file of a folder made anew, in the place of one of that name, which is removed again unless it is kept. The
+/// one that it replaces stays until then.
 class CibleFichier {
  public:
   /// `remplace` false: a name that is taken is left alone, and the target is closed (EEXIST).
@@ -55,6 +56,9 @@ class CibleFichier {
 
   [[nodiscard]] bool ouverte() const { return fichier_.ouvert(); }
   [[nodiscard]] const Fichier &fichier() const { return fichier_; }
+  /// True when a file of that name is to be replaced.
+  [[nodiscard]] bool remplace() const { return !provisoire_.empty(); }
+  [[nodiscard]] const std::string &nom() const { return nom_; }
   /// Path in UTF-8.
   [[nodiscard]] std::string chemin() const { return dossier_.chemin() + nom_; }
   /// Closes the file for good. False, and the file is removed, when the system reports a late error.
@@ -63,8 +67,11 @@ class CibleFichier {
   void jette();
 
  private:
+  void ouvre_provisoire();
+
   const DossierSortie &dossier_;
   std::string nom_;
+  std::string provisoire_;  ///< name of the new file until it replaces the old one; else empty
   Fichier fichier_;
   bool faite_ = false, gardee_ = false;
 };

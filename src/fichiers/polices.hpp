@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,10 +31,16 @@ enum class ResultatPolice {
   echec,   ///< a read or write failed, which was told; what was not finished is removed
 };
 
+/// Asked for each name (UTF-8) that a font is about to get: false when another must be taken. Without it PFB
+/// and PFM replace files of their names.
+using NomPermis = std::function<bool(const std::string &nom)>;
+
 /// Converts a font file of the Macintosh into files of a folder: `LWFN` to PFB and PFM, a suitcase to one TTF
-/// for each `sfnt`. PFB and PFM replace files of their names, a TTF takes a temporary name then.
+/// for each `sfnt`. PFB and PFM get numbered names where theirs is not permitted, a TTF takes a temporary
+/// name where its own is taken.
 [[nodiscard]] ResultatPolice convertit_police_mac(const ElementFichier &element,
-                                                  const DossierSortie &dossier);
+                                                  const DossierSortie &dossier,
+                                                  const NomPermis &permis = nullptr);
 
 /// The PostScript name in the clear text of a Type 1 font: what stands behind "/FontName /" up to a blank.
 [[nodiscard]] std::optional<std::string> nom_postscript(std::string_view texte);

@@ -127,25 +127,32 @@ using VisiteElement = std::function<bool(const ElementMac &)>;
 
 // --- searches over the whole volume
 
+// `fin`, when given, tells whether the whole volume was looked at.
+
 constexpr std::size_t kTrouvailles = 128;  ///< rows of the table of results
 
 /// `cherche_nom`: folders and files whose name agrees with a name that may hold "*" (`compare_nom_*`); at
 /// most `limite` of them.
 [[nodiscard]] std::vector<ElementMac> cherche_nom_hfs(std::string_view nom,
-                                                      std::size_t limite = kTrouvailles);
+                                                      std::size_t limite = kTrouvailles,
+    ResultatParcours *fin = nullptr);
 [[nodiscard]] std::vector<ElementMac> cherche_nom_hfsplus(const NomUnicode &nom,
-                                                          std::size_t limite = kTrouvailles);
+                                                          std::size_t limite = kTrouvailles,
+    ResultatParcours *fin = nullptr);
 /// The one of the mounted volume's format; `nom` is working text.
-[[nodiscard]] std::vector<ElementMac> cherche_nom(std::string_view nom, std::size_t limite = kTrouvailles);
+[[nodiscard]] std::vector<ElementMac> cherche_nom(std::string_view nom, std::size_t limite = kTrouvailles,
+    ResultatParcours *fin = nullptr);
 
 /// `compare_signature`: a text agrees with the 8 bytes type and creator when it is how they begin, or, of at
 /// most 4 bytes, how the creator begins.
 [[nodiscard]] bool compare_signature(std::string_view texte, std::span<const std::uint8_t, 8> signature);
 /// Files with that signature, at most `limite`; serves both formats.
 [[nodiscard]] std::vector<ElementMac> cherche_signature(std::string_view texte,
-                                                        std::size_t limite = kTrouvailles);
+                                                        std::size_t limite = kTrouvailles,
+    ResultatParcours *fin = nullptr);
 /// Files whose type or creator is "adrp": aliases.
-[[nodiscard]] std::vector<ElementMac> liste_alias(std::size_t limite = kTrouvailles);
+[[nodiscard]] std::vector<ElementMac> liste_alias(std::size_t limite = kTrouvailles,
+    ResultatParcours *fin = nullptr);
 
 /// Number of children that the record of a folder tells; 0 for what is no folder. `parent_dossier` is the
 /// folder's own parent; the root folder needs none.

@@ -21,6 +21,7 @@ constexpr int kSansTitre = 1287;
 constexpr int kEnveloppePubliee = 6060;
 constexpr int kAutreEntree = 6061;
 constexpr int kSansCatalogue = 6062;
+constexpr int kMotAncien = 6064;
 constexpr int kVolumeNu = 6063;
 
 constexpr std::uint64_t kEntete = 2;  // sectors from the start of a volume
@@ -143,6 +144,26 @@ std::uint64_t place_de_volume(const AnalysePartitions &analyse) {
   return analyse.debut;
 }
 
+// The word behind the Finder information says what a wrapper holds. Older systems kept the size of a volume
+// cache there (drVCSize, Inside Macintosh: Files, 2-62): with anything but 0 or "H+" in it the usual mount
+// leaves the state of the volume before in force. The volume is an ordinary one.
+void monte_ancien_hfs(VolumeCourant &volume, std::uint64_t debut, const Mdb &mdb) {
+  volume.debut_volume = debut;
+  volume.debut_allocation = debut + mdb.drAlBlSt;
+  volume.taille_bloc = mdb.drAlBlkSiz;
+  volume.secteurs_par_bloc = volume.taille_bloc / kTailleSecteur;
+  journalise(message(kMotAncien, {std::uint16_t{mdb.drEmbedSigWord}}));
+}
+
+void oublie_volume(VolumeCourant &volume) {
+  volume.est_hfsplus = false;
+  volume.mdb = nullptr;
+  volume.vhb = nullptr;
+  volume.debut_volume = 0;
+  volume.taille_bloc = 0;
+  volume.secteurs_par_bloc = 0;
+}
+
 int sans_volume() {
   operations().afficher_erreur(charger_chaine(kSansVolume));
   return 0;
@@ -162,12 +183,16 @@ bool monte_volume(std::uint64_t debut, bool publiee) {
   VolumeCourant &volume = volume_courant();
   const Secteur octets = lit_secteur(debut + kEntete);
   const Mdb &mdb = *vue<Mdb>(octets, 0);
+  oublie_volume(volume);
   volume.debut_allocation = debut;
   lecture_entete_volume();
-  const bool enveloppe = mdb.drSigWord == kSignatureHfs && mdb.drEmbedSigWord == kSignatureHfsPlus;
+  const bool hfs = mdb.drSigWord == kSignatureHfs;
+  const bool enveloppe = hfs && mdb.drEmbedSigWord == kSignatureHfsPlus;
   if (enveloppe && publiee) corrige_enveloppe(debut, mdb);
+  if (hfs && !enveloppe && mdb.drEmbedSigWord != 0 && publiee) monte_ancien_hfs(volume, debut, mdb);
   static_cast<void>(ouverture_arbres());
-  if (volume.catalogue.taille_noeud == 0 || volume.taille_bloc == 0 ||
+  const bool sans_entete = volume.est_hfsplus && !est_plus(volume.vhb->signature);
+  if (volume.catalogue.taille_noeud == 0 || volume.taille_bloc == 0 || sans_entete ||
       (mdb.drSigWord == kSignatureHfs && !enveloppe && mdb.drCTExtRec[0].blockCount == 0)) {
     support().lecture_seule = true;
     journalise(charger_chaine(kSansCatalogue));

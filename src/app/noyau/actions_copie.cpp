@@ -87,7 +87,7 @@ int conclut_copie(ContexteCli &contexte, const BilanCopiePc &bilan) {
   const auto ligne = [&contexte](const std::string &texte) {
     contexte.sortie << plateforme::texte_vers_utf8(texte) << "\n";
   };
-  ligne(message(kCopies, {bilan.fichiers, bilan.dossiers, taille_lisible(bilan.octets_lus)}));
+  ligne(message(kCopies, {bilan.copies, bilan.dossiers, taille_lisible(bilan.octets_lus)}));
   if (bilan.vides != 0) ligne(message(kVides, {bilan.vides}));
   if (bilan.sautes + bilan.echecs != 0) ligne(message(kManques, {bilan.sautes, bilan.echecs}));
   if (bilan.arret && contexte.console.arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));

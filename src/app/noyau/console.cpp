@@ -137,6 +137,9 @@ int Console::demander_oui_non(std::string_view texte) {
     if (!options.silencieux) message_prefixe(message(kRepondu, {texte, bouton(kNon)}));
     return 0;
   }
+  // A stop that is pending is what the question is about. A second one while it is asked means yes.
+  const bool arret = arret_demande();
+  if (arret) oublie_interruption();
   message_prefixe(texte);
   std::string reponse;
   for (int essai = 0; essai < kEssaisReponse && lit_reponse(charger_chaine(kReponsesDeux), reponse);
@@ -145,7 +148,7 @@ int Console::demander_oui_non(std::string_view texte) {
     if (c == 'Y' || c == 'O') return 1;
     if (c == 'N') return 0;
   }
-  return 0;
+  return arret && arret_demande() ? 1 : 0;
 }
 
 int Console::demander_tous(std::string_view texte) {

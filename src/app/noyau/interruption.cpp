@@ -34,6 +34,10 @@ void surveille_interruptions() {
   }
 }
 
+void oublie_interruption() {
+  demandee.store(false, std::memory_order_relaxed);
+}
+
 bool interruption_demandee() {
   return demandee.load(std::memory_order_relaxed);
 }

@@ -9,5 +9,7 @@ void surveille_interruptions();
 
 /// True once a stop was asked for.
 [[nodiscard]] bool interruption_demandee();
+/// Takes the request back: the user was asked about it.
+void oublie_interruption();
 
 }  // namespace varnion

@@ -281,7 +281,9 @@ int commande_convert(ContexteCli &contexte) {
       entiers = false;
     }
     pose_signature(*conteneur, *chemin);
-    static_cast<void>(copie.copie_fichier({std::move(conteneur->element), nom}, *cible));
+    FichierCopie source{std::move(conteneur->element), nom};
+    source.source = *chemin;
+    static_cast<void>(copie.copie_fichier(source, *cible));
   }
   const int statut = conclut_copie(contexte, copie.bilan());
   return entiers ? statut : kEchec;
