@@ -58,7 +58,8 @@ bool DossierSortie::existe(const std::string &nom) const {
 }
 
 bool DossierSortie::est_le_fichier(const std::string &nom, const Fichier &fichier) const {
-  struct stat ici {}, la {};
+  struct stat ici {
+  }, la{};
   return ::fstatat(dossier_.descripteur(), nom.c_str(), &ici, 0) == 0 &&
          ::fstat(fichier.descripteur(), &la) == 0 && ici.st_dev == la.st_dev && ici.st_ino == la.st_ino;
 }

@@ -274,7 +274,8 @@ bool CopieVersPc::copie_fichier(const FichierCopie &fichier, const DossierSortie
     ouvre_cible(fichier, dossier, cible, suite);
     if (!cible) return suite;
     if (trace_fichiers())
-      operations().journal(GenreJournal::brut, texte(fichier.chemin) + "\t" + texte(cible->chemin()) + "\r\n");
+      operations().journal(GenreJournal::brut,
+                           texte(fichier.chemin) + "\t" + texte(cible->chemin()) + "\r\n");
     annonce(fichier, cible->chemin());
     const Suite apres = ecrit(fichier, dossier, *cible);
     reprise = apres == Suite::reprise;
@@ -415,7 +416,8 @@ bool CopieVersPc::accepte_remplacer(const FichierCopie &fichier, const std::stri
 }
 
 // True for the very file that is being read: the image, or the container.
-bool CopieVersPc::est_source(const FichierCopie &fichier, const std::string &nom, const DossierSortie &dossier) {
+bool CopieVersPc::est_source(const FichierCopie &fichier, const std::string &nom,
+                             const DossierSortie &dossier) {
   if (support().image && dossier.est_le_fichier(nom, support().image)) return true;
   if (fichier.source.empty()) return false;
   const Fichier source = plateforme::ouvre(fichier.source, Ouverture::lecture);
@@ -445,7 +447,8 @@ CopieVersPc::Suite CopieVersPc::echec_lecture(ResultatEcriture resultat, const F
 
 // The companion, written but not yet in its place.
 CopieVersPc::Suite CopieVersPc::ecrit_compagnon(const FichierCopie &fichier, const DossierSortie &dossier,
-                                                const std::string &nom, std::optional<CibleFichier> &compagnon) {
+                                                const std::string &nom,
+                                                std::optional<CibleFichier> &compagnon) {
   const std::string nom_compagnon = std::string(kPrefixeCompagnon) + nom;
   if (donnes_.contains(dossier.chemin() + nom_compagnon)) {
     ++bilan_.echecs;
@@ -473,7 +476,8 @@ CopieVersPc::Suite CopieVersPc::ecrit(const FichierCopie &fichier, const Dossier
   const ResultatEcriture resultat = ecrit_forme(cible.fichier(), element);
   const bool arret = resultat == ResultatEcriture::lecture && operations().arret_demande();
   // What was read of a damaged fork is no reason to lose an older file.
-  const bool partiel = resultat == ResultatEcriture::lecture && garde_partiel() && !arret && !cible.remplace();
+  const bool partiel =
+      resultat == ResultatEcriture::lecture && garde_partiel() && !arret && !cible.remplace();
   if (resultat == ResultatEcriture::ecriture)
     return echec_ecriture(cible.chemin(), errno) ? Suite::continue_ : Suite::arret;
   if (resultat != ResultatEcriture::fait && !partiel) return echec_lecture(resultat, fichier);

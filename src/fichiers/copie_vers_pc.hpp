@@ -91,7 +91,8 @@ class CopieVersPc {
   [[nodiscard]] bool place_suffit(const FichierCopie &fichier, const DossierSortie &dossier);
   [[nodiscard]] bool a_fourche_voulue(const FichierCopie &fichier);
 
-  [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &dossier, bool &suite);
+  [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &dossier,
+                                        bool &suite);
   [[nodiscard]] std::string nom_regle(const FichierCopie &fichier);
   void ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier,
                    std::optional<CibleFichier> &cible, bool &suite);

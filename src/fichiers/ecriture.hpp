@@ -44,8 +44,8 @@ class SortieConteneur {
   ResultatEcriture resultat_ = ResultatEcriture::fait;
 };
 
-/// A file of a folder made anew, in the place of one of that name, which is removed again unless it is kept. The
-/// one that it replaces stays until then.
+/// A file of a folder made anew, in the place of one of that name, which is removed again unless it is kept.
+/// The one that it replaces stays until then.
 class CibleFichier {
  public:
   /// `remplace` false: a name that is taken is left alone, and the target is closed (EEXIST).

@@ -38,8 +38,7 @@ using NomPermis = std::function<bool(const std::string &nom)>;
 /// Converts a font file of the Macintosh into files of a folder: `LWFN` to PFB and PFM, a suitcase to one TTF
 /// for each `sfnt`. PFB and PFM get numbered names where theirs is not permitted, a TTF takes a temporary
 /// name where its own is taken.
-[[nodiscard]] ResultatPolice convertit_police_mac(const ElementFichier &element,
-                                                  const DossierSortie &dossier,
+[[nodiscard]] ResultatPolice convertit_police_mac(const ElementFichier &element, const DossierSortie &dossier,
                                                   const NomPermis &permis = nullptr);
 
 /// The PostScript name in the clear text of a Type 1 font: what stands behind "/FontName /" up to a blank.

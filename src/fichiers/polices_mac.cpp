@@ -53,6 +53,7 @@ struct Travail {
   std::vector<RessourceMac> ressources;
   const DossierSortie &dossier;
   std::string nom;  ///< of the Macintosh file, working text
+  const NomPermis &permis;
   int nb_polices = 0;
 };
 
@@ -139,6 +140,20 @@ std::string texte_clair(const Travail &travail, const std::vector<Post> &posts) 
   return texte;
 }
 
+// The name of the font, numbered where the files of that name must stay.
+std::string nom_permis(const Travail &travail, const std::string &nom) {
+  constexpr unsigned kNumerosMax = 1000;
+  const auto permis = [&travail](const std::string &essai) {
+    return travail.permis(nom_fichier(essai, ".pfb")) && travail.permis(nom_fichier(essai, ".pfm"));
+  };
+  if (!travail.permis || permis(nom)) return nom;
+  for (unsigned numero = 1; numero < kNumerosMax; ++numero) {
+    const std::string essai = formate("%s-%03u", {nom, numero});
+    if (permis(essai)) return essai;
+  }
+  return nom;
+}
+
 // A target that cannot be opened is given up without a word; one that breaks off is told.
 bool ecrit_pfm(const Travail &travail, std::string_view texte, std::string_view nom) {
   const auto traits = lit_traits_postscript(texte);
@@ -156,7 +171,7 @@ bool convertit_postscript(Travail &travail) {
   const std::string texte = texte_clair(travail, *posts);
   const auto nom = nom_postscript(texte);
   if (posts->empty() || !nom) return true;
-  const std::string nom_texte = nom_windows(*nom);
+  const std::string nom_texte = nom_permis(travail, nom_windows(*nom));
   const std::string nom_pfb = nom_fichier(nom_texte, ".pfb");
   annonce(nom_pfb);
   CibleFichier cible(travail.dossier, nom_pfb);
@@ -212,8 +227,9 @@ bool convertit_valise(Travail &travail) {
 
 }  // namespace
 
-ResultatPolice convertit_police_mac(const ElementFichier &element, const DossierSortie &dossier) {
-  Travail travail{nullptr, {}, dossier, nom_windows(element.nom)};
+ResultatPolice convertit_police_mac(const ElementFichier &element, const DossierSortie &dossier,
+                                    const NomPermis &permis) {
+  Travail travail{nullptr, {}, dossier, nom_windows(element.nom), permis};
   travail.fourche = std::make_shared<const Fichier>(fourche_en_fichier(element.rsrc));
   if (!travail.fourche->ouvert()) {
     echoue(ResultatEcriture::lecture, plateforme::texte_vers_utf8(travail.nom));

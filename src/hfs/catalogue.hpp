@@ -133,15 +133,14 @@ constexpr std::size_t kTrouvailles = 128;  ///< rows of the table of results
 
 /// `cherche_nom`: folders and files whose name agrees with a name that may hold "*" (`compare_nom_*`); at
 /// most `limite` of them.
-[[nodiscard]] std::vector<ElementMac> cherche_nom_hfs(std::string_view nom,
-                                                      std::size_t limite = kTrouvailles,
-    ResultatParcours *fin = nullptr);
+[[nodiscard]] std::vector<ElementMac> cherche_nom_hfs(std::string_view nom, std::size_t limite = kTrouvailles,
+                                                      ResultatParcours *fin = nullptr);
 [[nodiscard]] std::vector<ElementMac> cherche_nom_hfsplus(const NomUnicode &nom,
                                                           std::size_t limite = kTrouvailles,
-    ResultatParcours *fin = nullptr);
+                                                          ResultatParcours *fin = nullptr);
 /// The one of the mounted volume's format; `nom` is working text.
 [[nodiscard]] std::vector<ElementMac> cherche_nom(std::string_view nom, std::size_t limite = kTrouvailles,
-    ResultatParcours *fin = nullptr);
+                                                  ResultatParcours *fin = nullptr);
 
 /// `compare_signature`: a text agrees with the 8 bytes type and creator when it is how they begin, or, of at
 /// most 4 bytes, how the creator begins.
@@ -149,10 +148,10 @@ constexpr std::size_t kTrouvailles = 128;  ///< rows of the table of results
 /// Files with that signature, at most `limite`; serves both formats.
 [[nodiscard]] std::vector<ElementMac> cherche_signature(std::string_view texte,
                                                         std::size_t limite = kTrouvailles,
-    ResultatParcours *fin = nullptr);
+                                                        ResultatParcours *fin = nullptr);
 /// Files whose type or creator is "adrp": aliases.
 [[nodiscard]] std::vector<ElementMac> liste_alias(std::size_t limite = kTrouvailles,
-    ResultatParcours *fin = nullptr);
+                                                  ResultatParcours *fin = nullptr);
 
 /// Number of children that the record of a folder tells; 0 for what is no folder. `parent_dossier` is the
 /// folder's own parent; the root folder needs none.

@@ -47,9 +47,11 @@ std::vector<ElementMac> cherche_nom_hfs(std::string_view nom, std::size_t limite
                    [&](const ElementMac &element) { return compare_nom_hfs(nom, element.nom_hfs) == 0; });
 }
 
-std::vector<ElementMac> cherche_nom_hfsplus(const NomUnicode &nom, std::size_t limite, ResultatParcours *fin) {
-  return rassemble(
-      limite, fin, [&](const ElementMac &element) { return compare_nom_hfsplus(nom, element.nom_hfsplus) == 0; });
+std::vector<ElementMac> cherche_nom_hfsplus(const NomUnicode &nom, std::size_t limite,
+                                            ResultatParcours *fin) {
+  return rassemble(limite, fin, [&](const ElementMac &element) {
+    return compare_nom_hfsplus(nom, element.nom_hfsplus) == 0;
+  });
 }
 
 std::vector<ElementMac> cherche_nom(std::string_view nom, std::size_t limite, ResultatParcours *fin) {

@@ -104,6 +104,11 @@ TEST_F(Conteneurs, FontsComeOutAsFontsWhenAsked) {
   EXPECT_EQ(lit(d + "o/TestT1-Regular.pfb"),
             lit(std::string(VN_DONNEES) + "/polices/TestT1-Regular.expected.pfb"));
   EXPECT_TRUE(existe("o/TestT1-Regular.pfm"));
+  // Again: the fonts that are there stay.
+  fichier("o/TestT1-Regular.pfb", "mine");
+  reussit({"get", "i.iso", "TestT1", "--to", "o", "--fonts", "yes"});
+  EXPECT_EQ(lit(d + "o/TestT1-Regular.pfb"), "mine");
+  EXPECT_TRUE(existe("o/TestT1-Regular-001.pfb"));
   reussit({"get", "i.iso", "TestT1", "--to", "p", "--mode", "resource"});
   EXPECT_EQ(lit(d + "p/TestT1"), f.rsrc);
 }

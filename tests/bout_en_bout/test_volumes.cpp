@@ -162,6 +162,55 @@ TEST_P(Volumes, NamesThatMeetOnThePcAreNumbered) {
   EXPECT_EQ(sorti("two/a_b.txt").size() + sorti("two/a_b-001.txt").size(), 15U);
 }
 
+// Folders that become one on the PC: what the first brought is not replaced by the second.
+TEST_P(Volumes, FoldersThatMeetOnThePcKeepAllTheirFiles) {
+  fichier("f/a.b/x", "dot");
+  fichier("f/a_b/x", "underscore");
+  maitre({"f/a.b", "f/a_b"});
+  EXPECT_EQ(lance({"get", "i.iso", "/", "--to", "o", "--overwrite", "yes"}).statut, 0);
+  EXPECT_EQ(sorti("My_Disc/a_b/x").size() + sorti("My_Disc/a_b/x-001").size(), 13U);
+}
+
+TEST_P(Volumes, TheImageItselfAndOldFilesAreNeverLost) {
+  fichier("g/i.iso", "small");
+  maitre({"g/i.iso"});
+  const std::string image = lit(d + "i.iso");
+  echoue({"get", "i.iso", "i.iso", "--to", ".", "--overwrite", "yes"}, 1, "being read");
+  EXPECT_EQ(lit(d + "i.iso"), image);
+  // A file that cannot be written whole leaves the one that it would replace.
+  fichier("big/big.dat", std::string(300000, 'x'));
+  maitre({"big/big.dat"});
+  fichier("o/big.dat", "older");
+  Conditions conditions;
+  conditions.taille_max = 100000;
+  EXPECT_EQ(lance_sous(conditions, {"get", "i.iso", "big.dat", "--to", "o", "--overwrite", "yes"}).statut, 1);
+  EXPECT_EQ(sorti("big.dat"), "older");
+  EXPECT_EQ(std::distance(fs::directory_iterator(d + "o"), fs::directory_iterator()), 1);
+}
+
+// One press of Ctrl-C asks, and Yes stops; without questions it stops at once.
+TEST_P(Volumes, AStopIsAskedAboutWhereQuestionsAre) {
+  for (int i = 0; i < 400; ++i) fichier("many/f" + std::to_string(i), std::string(20000, 'm'));
+  maitre({"many"});
+  for (const bool interroge : {false, true}) {
+    fs::remove_all(d + "o");
+    Conditions conditions;
+    conditions.entree = "y\n";
+    conditions.pendant = [this](pid_t enfant) {
+      for (int essai = 0; essai < 2000 && !existe("o/My_Disc/f1"); ++essai) ::usleep(500);
+      ::kill(enfant, SIGINT);
+    };
+    std::vector<std::string> mots{"get", "i.iso", "/", "--to", "o"};
+    if (interroge) mots.emplace_back("--ask");
+    const Fin fin = lance_sous(conditions, mots);
+    EXPECT_EQ(fin.statut, existe("o/My_Disc/f99") ? 0 : 1) << fin.messages;
+    if (fin.statut == 0) continue;  // it was faster than the signal
+    EXPECT_EQ(fin.messages.find("really want to abort") != std::string::npos, interroge) << fin.messages;
+    for (const auto &entree : fs::directory_iterator(d + "o/My_Disc"))
+      EXPECT_EQ(entree.file_size(), 20000U) << entree.path();
+  }
+}
+
 TEST_P(Volumes, ListsFindsAndTellsFacts) {
   EXPECT_EQ(reussit({"ls", "i.iso"}), std::string("a.b/\n") + kApp + "\n");
   EXPECT_NE(reussit({"ls", "i.iso", "-a"}).find(".hidden"), std::string::npos);

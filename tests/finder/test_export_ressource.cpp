@@ -74,15 +74,21 @@ TEST(ExportRessource, Echecs) {
   for (const FormeRessource forme : {FormeRessource::binaire, FormeRessource::hexadecimale}) {
     ASSERT_TRUE(enregistre_ressource(fourche, r, forme, "t", *sortie, "r"));
     EXPECT_TRUE(script.erreurs.empty());
+    const std::uint64_t taille = plateforme::cherche_fichier(dossier + "r")->taille;
+    // The file of before stays, and nothing else.
+    const auto comme_avant = [&] {
+      return plateforme::cherche_fichier(dossier + "r")->taille == taille &&
+             plateforme::liste_dossier(dossier)->size() == 1;
+    };
     {
       const DisquePlein plein(1000);
       EXPECT_FALSE(enregistre_ressource(fourche, r, forme, "t", *sortie, "r"));
     }
-    EXPECT_FALSE(plateforme::existe(dossier + "r"));
+    EXPECT_TRUE(comme_avant());
     RessourceMac loin = r;
     loin.longueur = 100000;
     EXPECT_FALSE(enregistre_ressource(fourche, loin, forme, "t", *sortie, "r"));
-    EXPECT_FALSE(plateforme::existe(dossier + "r"));
+    EXPECT_TRUE(comme_avant());
     EXPECT_EQ(script.erreurs.size(), 2U);
     script.erreurs.clear();
   }

@@ -105,7 +105,10 @@ VolumeOuvert::~VolumeOuvert() {
 
 std::optional<ElementMac> trouve_mac(std::string_view chemin) {
   auto element = element_par_chemin(chemin);
-  if (!element) operations().afficher_erreur(message(kSansElement, {texte(chemin)}));
+  if (!element && !element_racine())
+    operations().afficher_erreur(message(kDossierAbime, {"/"}));
+  else if (!element)
+    operations().afficher_erreur(message(kSansElement, {texte(chemin)}));
   return element;
 }
 

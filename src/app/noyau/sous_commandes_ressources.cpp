@@ -31,6 +31,7 @@ namespace {
 constexpr int kSansRessources = 6910;  // file
 constexpr int kSansRessource = 6911;   // type and id, file
 constexpr int kFormeRessource = 6912;  // what was typed
+constexpr int kAliasIllisible = 1194;
 constexpr int kSansAlias = 6913;       // file
 constexpr int kAlias = 6914;           // and the lines that follow
 constexpr int kConteneurAbime = 6920;  // file
@@ -166,11 +167,13 @@ int extrait(ContexteCli &contexte, const Source &source, const Fichier &fourche,
 }
 
 // The alias of a file, or, of a plain PC file that is no resource fork, the record that it holds.
-bool lit_alias(const Source &source, TamponAlias &tampon) {
+bool lit_alias(const Source &source, TamponAlias &tampon, bool &trop_long) {
   tampon.fill(0);
   const Fichier fourche = fourche_ressources(source);
   if (!fourche) return false;
-  if (lecture_alias(fourche, tampon) == 0 && vue<FicheAlias>(tampon, 0)->longueur != 0) return true;
+  const int lue = lecture_alias(fourche, tampon);
+  if (lue == 0 && vue<FicheAlias>(tampon, 0)->longueur != 0) return true;
+  trop_long = lue < 0;
   if (source.genre != GenreConteneur::fichier) return false;
   tampon.fill(0);
   const std::int64_t lus = fourche.lire_a(tampon, 0);
@@ -246,8 +249,11 @@ int commande_alias(ContexteCli &contexte) {
   const auto trouvee = source(contexte.arguments);
   if (!trouvee) return kEchec;
   TamponAlias tampon{};
-  if (!lit_alias(*trouvee, tampon)) {
-    operations().afficher_erreur(message(kSansAlias, {tronque_chemin(texte(trouvee->nom), kCheminMessage)}));
+  bool trop_long = false;
+  if (!lit_alias(*trouvee, tampon, trop_long)) {
+    const std::string nom = tronque_chemin(texte(trouvee->nom), kCheminMessage);
+    operations().afficher_erreur(trop_long ? charger_chaine(kAliasIllisible) + "\n" + nom
+                                           : message(kSansAlias, {nom}));
     return kEchec;
   }
   montre_alias(contexte, tampon);

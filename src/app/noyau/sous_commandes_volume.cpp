@@ -28,12 +28,14 @@ constexpr int kRienTrouve = 1173;
 constexpr int kInfo = 6840;  // and the lines that follow
 constexpr int kImageNonEcrite = 6855;
 constexpr int kSansCarte = 6856;
-constexpr int kBlocCarte = 6857;
+constexpr int kSansCatalogue = 6857;
 constexpr int kCopieTemporaire = 6858;
 constexpr int kNon = 6859;
 constexpr int kEnveloppe = 6860;
 constexpr int kEstDossier = 6862;
 constexpr int kAucune = 6868;
+constexpr int kDossierAbime = 6866;
+constexpr int kArrete = 6869;
 constexpr int kFourcheCourte = 6870;
 constexpr int kCauseInconnue = 6873;
 constexpr int kSignatureVide = 6876;
@@ -124,8 +126,9 @@ std::string raison_lecture_seule(const std::string &chemin, const CarteImage &ca
   if (partition_courante().image_temporaire) return charger_chaine(kCopieTemporaire);
   if (!plateforme::ouvre(chemin, Ouverture::lecture_ecriture)) return charger_chaine(kImageNonEcrite);
   if (!support().lecture_seule) return {};
-  if (carte.genre == GenreCarte::aucune) return charger_chaine(kSansCarte);
-  return charger_chaine(carte.genre == GenreCarte::apple ? kBlocCarte : kCauseInconnue);
+  const bool sans_catalogue = volume_courant().catalogue.taille_noeud == 0 || !element_racine();
+  if (sans_catalogue) return charger_chaine(kSansCatalogue);
+  return charger_chaine(carte.genre == GenreCarte::aucune ? kSansCarte : kCauseInconnue);
 }
 
 ObjetJson json_arbre(const DescripteurArbre &arbre) {
@@ -301,12 +304,17 @@ std::string sans_barres(std::string chemin) {
 
 constexpr std::size_t kToutes = std::numeric_limits<std::size_t>::max();
 
-std::vector<ElementMac> trouve_par_nom(const std::string &utf8) {
+// On HFS+ in the form that the format asks for, and, where that finds nothing, composed: other systems have
+// written names so.
+std::vector<ElementMac> trouve_par_nom(const std::string &utf8, ResultatParcours &fin) {
   const std::string nom = nom_de_partie(utf8);
-  if (volume_courant().est_hfsplus)
-    return cherche_nom_hfsplus(decompose_hfsplus(plateforme::utf8_vers_large(nom)), kToutes);
+  if (volume_courant().est_hfsplus) {
+    const std::u16string large = plateforme::utf8_vers_large(nom);
+    auto trouves = cherche_nom_hfsplus(decompose_hfsplus(large), kToutes, &fin);
+    return trouves.empty() ? cherche_nom_hfsplus(nom_unicode(large), kToutes, &fin) : trouves;
+  }
   const auto mac = utf8_vers_mac(nom);
-  return mac ? cherche_nom_hfs(*mac, kToutes) : std::vector<ElementMac>();
+  return mac ? cherche_nom_hfs(*mac, kToutes, &fin) : std::vector<ElementMac>();
 }
 
 }  // namespace
@@ -358,16 +366,20 @@ int commande_find(ContexteCli &contexte) {
   if (!volume) return kEchec;
   const auto signature = utf8_vers_mac(voulu);
   std::vector<ElementMac> trouves;
+  ResultatParcours fin;
   if (!par_signature)
-    trouves = trouve_par_nom(voulu);
+    trouves = trouve_par_nom(voulu, fin);
   else if (signature)
-    trouves = cherche_signature(*signature, kToutes);
+    trouves = cherche_signature(*signature, kToutes, &fin);
   Liste liste(contexte);
   for (const ElementMac &element : trouves) {
     const auto chemin = chemin_de(element);
     liste.ajoute(chemin ? sans_barres(*chemin) : "?/" + element.nom_chemin(), element);
   }
   liste.finit();
+  if (fin.etat == EtatParcours::endommage) operations().afficher_erreur(message(kDossierAbime, {"/"}));
+  if (fin.etat == EtatParcours::arrete) operations().afficher_erreur(charger_chaine(kArrete));
+  if (!fin.entier()) return kEchec;
   if (!trouves.empty()) return kFait;
   operations().afficher_erreur(message(kRienTrouve, {texte(voulu)}));
   return kEchec;
@@ -392,7 +404,8 @@ int commande_cat(ContexteCli &contexte) {
         return static_cast<bool>(contexte.sortie);
       });
   if (fin.entiere() || fin.etat == EtatFourche::puits) return fin.entiere() ? kFait : kEchec;
-  operations().afficher_erreur(message(kFourcheCourte, {chemin}));
+  operations().afficher_erreur(fin.etat == EtatFourche::arret ? charger_chaine(kArrete)
+                                                              : message(kFourcheCourte, {chemin}));
   return kEchec;
 }
 
