@@ -45,6 +45,7 @@ constexpr int kTropGrand = 6155;      // Macintosh path
 constexpr int kListeAbimee = 6156;    // Macintosh path of a folder
 constexpr int kPartiel = 6157;        // Macintosh path
 constexpr int kCompagnonPris = 6158;  // path
+constexpr int kComprime = 6161;       // Macintosh path
 constexpr int kEstSource = 6160;      // path
 constexpr int kTropProfond = 6159;    // Macintosh path
 
@@ -109,6 +110,13 @@ ResultatEcriture ecrit_forme(const Fichier &sortie, const ElementFichier &elemen
     default:
       return ecrit_fourche(sortie, element.data);
   }
+}
+
+// A file that Mac OS X 10.6 and later compressed: the content lies in its attributes, and both forks lie.
+bool est_comprime(const ElementMac &element) {
+  constexpr std::size_t kOwnerFlags = 9;  // in HFSPlusBSDInfo
+  constexpr std::uint8_t kUfCompressed = 0x20;
+  return element.hfsplus && !element.dossier && (element.permissions[kOwnerFlags] & kUfCompressed) != 0;
 }
 
 std::uint64_t taille_image() {
@@ -179,6 +187,11 @@ bool CopieVersPc::copie_vers_pc(const ElementMac &element, const DossierSortie &
 }
 
 bool CopieVersPc::copie_element(const ElementMac &element, const DossierSortie &cible) {
+  if (est_comprime(element)) {
+    ++bilan_.echecs;
+    operations().afficher_erreur(message(kComprime, {texte(source_ + element.nom_chemin())}));
+    return true;
+  }
   return element.dossier ? copie_dossier_vers_pc(element, cible)
                          : copie_fichier({element_de_volume(sans_lien(element)),
                                           source_ + element.nom_chemin(), element.hfsplus, taille_image()},
