@@ -210,7 +210,9 @@ bool ajoute_noeuds_carte() {
   if (total <= bits) return true;
   const std::uint64_t octets_par_noeud = octets_par_noeud_carte(arbre.taille_noeud);
   const std::uint64_t manque = quotient_haut(total - bits, octets_par_noeud * 8);
-  if (manque > total) return false;
+  // More bits than a catalog of this program ever has come from a damaged header.
+  constexpr std::uint64_t kOctetsMax = std::uint64_t{1} << 26;
+  if (manque > total || manque * octets_par_noeud > kOctetsMax) return false;
   // The new nodes may lie among those that get their bits only now.
   const std::size_t ancienne_taille = carte.octets.size();
   const std::size_t rang = carte.chaine.size();

@@ -24,7 +24,9 @@ constexpr int kMessageMorcelee = 1041;
 constexpr int kMessagePlein = 1073;
 constexpr int kMessageMemoire = 1082;
 constexpr int kMessageCarteAbimee = 6020;
+constexpr int kMessageTailles = 6024;
 constexpr std::uint32_t kFenetreMax = 0x100000;  // bytes
+constexpr std::uint32_t kBlocMax = 1U << 26;     // bytes; larger blocks come from a damaged header
 constexpr std::size_t kOctetsSecteur = kTailleSecteur;
 
 CarteAllocation &carte() {
@@ -165,8 +167,7 @@ bool charge_hfsplus() {
   const std::uint64_t utile = quotient_haut<std::uint64_t>(volume.vhb->totalBlocks, std::uint64_t{8} * 512);
   c.secteurs = static_cast<std::uint32_t>(std::min<std::uint64_t>(volume.secteurs_carte, utile));
   c.taille = c.secteurs * kTailleSecteur;
-  if (volume.taille_bloc == 0 || volume.taille_bloc % kTailleSecteur != 0 || c.taille == 0)
-    return refuse(kMessageCarteAbimee);
+  if (c.taille == 0) return refuse(kMessageCarteAbimee);
   c.taille_recopie = volume.catalogue.taille_noeud;
   c.capacite = std::min(c.taille, kFenetreMax);
   c.tampon.reset(new (std::nothrow) std::uint8_t[c.capacite + 4]());
@@ -316,8 +317,20 @@ void ecrit_marques_plus() {
   for (std::uint64_t s = c.bas / kTailleSecteur; s * kTailleSecteur < c.haut; ++s) {
     const std::uint64_t secteur = position_fourche_hfsplus(s, fourche, kIdFichierCarte);
     if (secteur == 0 || c.fichier.lire_a(octets, s * kTailleSecteur) != kTailleSecteur) return;
-    ecrit_secteurs(octets.data(), secteur, 1);
+    ecrit_volume(octets.data(), secteur, 1);
   }
+}
+
+// False for sizes of a damaged header: a change would write gigabytes behind the end of the image. An image
+// cut short by a little passes.
+bool tailles_admises() {
+  constexpr std::uint64_t kDepassement = std::uint64_t{1} << 20;  // bytes
+  const VolumeCourant &volume = volume_courant();
+  const std::uint32_t taille = volume.taille_bloc;
+  if (taille == 0 || taille % kTailleSecteur != 0 || taille > kBlocMax) return false;
+  if (!support().image.ouvert()) return true;
+  const std::int64_t image = fichier_taille(support().image);
+  return image >= 0 && fin_volume() <= (static_cast<std::uint64_t>(image) + kDepassement) / kTailleSecteur;
 }
 
 }  // namespace
@@ -329,6 +342,11 @@ CarteAllocation &carte_allocation() {
 bool chargement_carte() {
   const VolumeCourant &volume = volume_courant();
   if (!volume.a_entete()) return false;
+  if (!support().lecture_seule && !tailles_admises()) {
+    operations().journal(GenreJournal::erreur, formate("volume: blocks of %u bytes up to sector %u, refused",
+                                                       {volume.taille_bloc, fin_volume()}));
+    return refuse(kMessageTailles);
+  }
   bool chargee = false;
   if (!support().lecture_seule) {
     chargee = volume.est_hfsplus ? charge_hfsplus() : charge_hfs();
@@ -420,15 +438,15 @@ void ecrit_marques() {
   if (c.bas < c.haut && !volume.est_hfsplus) {
     const auto premier = static_cast<std::uint32_t>(c.bas / kTailleSecteur);
     const auto fin = static_cast<std::uint32_t>(quotient_haut<std::uint64_t>(c.haut, kTailleSecteur));
-    ecrit_secteurs(bits_hfs().data() + premier * kOctetsSecteur,
-                   volume.debut_volume + volume.mdb->drVBMSt + premier, fin - premier);
+    ecrit_volume(bits_hfs().data() + premier * kOctetsSecteur,
+                 volume.debut_volume + volume.mdb->drVBMSt + premier, fin - premier);
   }
   c.bas = ~std::uint64_t{0};
   c.haut = 0;
   if (volume.est_hfsplus) {
-    ecrit_secteurs(volume.vhb, volume.debut_allocation + 2, 1);
+    ecrit_volume(volume.vhb, volume.debut_allocation + 2, 1);
   } else {
-    ecrit_secteurs(volume.mdb, volume.debut_volume + 2, 1);
+    ecrit_volume(volume.mdb, volume.debut_volume + 2, 1);
   }
 }
 
@@ -439,7 +457,7 @@ void ecriture_carte_hfs() {
   volume.mdb->drWrCnt = volume.mdb->drWrCnt + 1;
   const auto mdb = octets_de(*volume.mdb);
   std::copy(mdb.begin(), mdb.end(), c.tampon.get() + 2 * kOctetsSecteur);
-  ecrit_secteurs(c.tampon.get(), volume.debut_volume, volume.mdb->drVBMSt + c.secteurs);
+  ecrit_volume(c.tampon.get(), volume.debut_volume, volume.mdb->drVBMSt + c.secteurs);
   ecriture_mdb_secours();
   c = {};
 }
@@ -462,7 +480,7 @@ void ecriture_carte_hfsplus() {
       if (!fenetre_de(fait)) return;
       const std::uint64_t place = fait - c.base;
       const std::uint64_t octets = std::min(bout - fait, c.longueur - place);
-      ecrit_secteurs(c.tampon.get() + place, secteur, static_cast<std::uint32_t>(octets / kTailleSecteur));
+      ecrit_volume(c.tampon.get() + place, secteur, static_cast<std::uint32_t>(octets / kTailleSecteur));
       fait += octets;
       secteur += octets / kTailleSecteur;
     }

@@ -23,10 +23,19 @@ DescripteurArbre &catalogue() {
   return volume_courant().catalogue;
 }
 
+// Bytes of a file of the HFS+ header, which cannot be longer than the volume.
+std::uint64_t octets_fourche(const FourchePlus &fourche) {
+  const VolumeCourant &volume = volume_courant();
+  return std::uint64_t{std::min<std::uint32_t>(fourche.totalBlocks, volume.vhb->totalBlocks)} *
+         volume.taille_bloc;
+}
+
 std::uint64_t octets_catalogue() {
   const VolumeCourant &volume = volume_courant();
-  if (!volume.est_hfsplus) return volume.mdb->drCTFlSize;
-  return std::uint64_t{volume.vhb->catalogFile.totalBlocks} * volume.taille_bloc;
+  if (!volume.est_hfsplus)
+    return std::min<std::uint64_t>(volume.mdb->drCTFlSize,
+                                   std::uint64_t{volume.mdb->drNmAlBlks} * volume.taille_bloc);
+  return octets_fourche(volume.vhb->catalogFile);
 }
 
 // Blocks that a node takes whole: an extent of the catalog must not end inside a node.
@@ -40,9 +49,9 @@ void efface_suite(SuiteBlocs suite) {
   std::uint64_t secteur = secteur_de_bloc(suite.debut);
   const bool jauge = secteurs > std::uint64_t{4} * kSecteursVides;
   if (jauge) operations().progression_debut(secteurs / kSecteursVides + 1);
-  while (secteurs > 0) {
+  while (secteurs > 0 && support().echec_ecriture == 0) {
     const auto nombre = static_cast<std::uint32_t>(std::min<std::uint64_t>(secteurs, kSecteursVides));
-    ecrit_secteurs(zeros.data(), secteur, nombre);
+    ecrit_volume(zeros.data(), secteur, nombre);
     secteur += nombre;
     secteurs -= nombre;
     if (jauge) operations().progression_pas(1);
@@ -161,7 +170,7 @@ void accorde_catalogue() {
   (void)accorde_compte(catalogue(), octets_catalogue());
   VolumeCourant &volume = volume_courant();
   if (volume.est_hfsplus && volume.extents.taille_noeud != 0 &&
-      accorde_compte(volume.extents, std::uint64_t{volume.vhb->extentsFile.totalBlocks} * volume.taille_bloc))
+      accorde_compte(volume.extents, octets_fourche(volume.vhb->extentsFile)))
     (void)ecriture_noeud_extents(0, volume.extents.octets_entete());
   if (!ajoute_noeuds_carte())
     operations().journal(GenreJournal::erreur, "catalog: the node map is too short and cannot be enlarged");

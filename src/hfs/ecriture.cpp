@@ -15,7 +15,7 @@ void ecrit_noeud_disque(const DescripteurArbre &arbre, std::uint32_t noeud,
                         std::span<const std::uint8_t> octets) {
   const std::uint64_t position = position_noeud(arbre, noeud);
   if (position == kSansPosition) return;
-  ecrit_secteurs(octets.data(), position, arbre.taille_noeud / kTailleSecteur);
+  ecrit_volume(octets.data(), position, arbre.taille_noeud / kTailleSecteur);
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ bool ecrit_suite(const SourceFourche &source, std::uint64_t &reste, SuiteBlocs s
         static_cast<std::size_t>(std::min<std::uint64_t>(reste, std::uint64_t{nombre} * kTailleSecteur));
     std::fill(tampon.begin(), tampon.end(), std::uint8_t{0});
     fait = octets == 0 || source.lit(std::span(tampon).first(octets));
-    if (fait) ecrit_secteurs(tampon.data(), secteur, nombre);
+    if (fait) ecrit_volume(tampon.data(), secteur, nombre);
     reste -= octets;
     secteur += nombre;
     secteurs -= nombre;

@@ -61,6 +61,14 @@ std::uint64_t octets_image(std::uint64_t fin_partition) {
   return std::max(fin_partition, fin_blocs) * kTailleSecteur;
 }
 
+// False where a damaged map would make the file longer by far more than was asked for.
+bool agrandissement_admis(std::uint64_t fin_partition, std::int64_t secteurs) {
+  constexpr std::int64_t kDepassement = std::int64_t{1} << 20;  // bytes
+  const std::int64_t taille = fichier_taille(support().image);
+  const std::int64_t admis = taille + secteurs * std::int64_t{kTailleSecteur} + kDepassement;
+  return taille >= 0 && octets_image(fin_partition) <= static_cast<std::uint64_t>(admis);
+}
+
 }  // namespace
 
 std::int64_t dernier_bloc_utilise() {
@@ -96,7 +104,9 @@ bool redimensionne(std::uint32_t ancienne, std::uint32_t nouvelle) {
   const std::int64_t blocs = secteurs / std::int64_t{volume.secteurs_par_bloc};
   const std::int64_t total = volume.mdb->drNmAlBlks + blocs;
   if (place == 0 || nouvelle == 0 || total > 65535 || nouvelle > taille_maximale()) return refuse(agrandit);
-  if (total <= dernier_bloc_utilise() || volume.mdb->drFreeBks + blocs < 0) return refuse(agrandit);
+  const std::int64_t dernier = dernier_bloc_utilise();
+  if (!carte_allocation().chargee) return false;  // the load has told why
+  if (total <= dernier || volume.mdb->drFreeBks + blocs < 0) return refuse(agrandit);
 
   Mdb &mdb = *volume.mdb;
   const std::uint64_t fin =
@@ -106,7 +116,8 @@ bool redimensionne(std::uint32_t ancienne, std::uint32_t nouvelle) {
   mdb.drNmAlBlks = static_cast<std::uint16_t>(total);
   mdb.drFreeBks = static_cast<std::uint16_t>(libres + blocs);
   // A longer file first, a shorter one last: the structures never name what is not there.
-  if (agrandit && !fichier_tronquer(support().image, octets_image(fin))) {
+  if (agrandit &&
+      (!agrandissement_admis(fin, secteurs) || !fichier_tronquer(support().image, octets_image(fin)))) {
     mdb.drNmAlBlks = static_cast<std::uint16_t>(avant);
     mdb.drFreeBks = libres;
     return refuse(true);

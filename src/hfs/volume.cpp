@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <string_view>
 
@@ -128,10 +129,10 @@ void ecrit_entetes_hfsplus(const VolumeCourant &volume) {
   std::array<std::uint8_t, kSecteursEntete * kOctetsSecteur> secteurs{};
   const auto entete = octets_de(*volume.vhb);
   std::copy(entete.begin(), entete.end(), secteurs.begin() + kPlaceEntete);
-  ecrit_secteurs(secteurs.data(), volume.debut_allocation, kSecteursEntete);
+  ecrit_volume(secteurs.data(), volume.debut_allocation, kSecteursEntete);
   const std::uint64_t fin = std::uint64_t{volume.vhb->totalBlocks} * volume.secteurs_par_bloc;
   if (fin < kSecteursEntete + kSecteursEntete) return;
-  ecrit_secteurs(secteurs.data(), volume.debut_allocation + fin - kSecteursEntete, kSecteursEntete);
+  ecrit_volume(secteurs.data(), volume.debut_allocation + fin - kSecteursEntete, kSecteursEntete);
 }
 
 std::string filtre_affichage(const std::string &texte) {
@@ -207,11 +208,39 @@ std::uint32_t date_mac() {
   return date_mac_de(plateforme::maintenant());
 }
 
+std::uint64_t fin_volume() {
+  const VolumeCourant &volume = volume_courant();
+  if (!volume.a_entete()) return 0;
+  constexpr std::uint64_t kDerriereHfs = 2;  // the alternate MDB and the sector behind it
+  const std::uint64_t blocs =
+      volume.est_hfsplus ? std::uint64_t{volume.vhb->totalBlocks} : std::uint64_t{volume.mdb->drNmAlBlks};
+  return volume.debut_allocation + blocs * volume.secteurs_par_bloc + (volume.est_hfsplus ? 0 : kDerriereHfs);
+}
+
+void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nombre) {
+  Support &medium = support();
+  if (medium.entree_driver == driver_fichier && medium.image.ouvert()) {
+    std::uint64_t fin = fin_volume();
+    if (!carte_allocation().chargee) {
+      const auto taille = static_cast<std::uint64_t>(std::max<std::int64_t>(0, fichier_taille(medium.image)));
+      fin = std::min(fin, quotient_haut<std::uint64_t>(taille, kTailleSecteur));
+    }
+    if (nombre > fin || position > fin - nombre) {
+      if (medium.echec_ecriture == 0)
+        operations().journal(GenreJournal::erreur,
+                             formate("volume: write to sector %u outside of it, refused", {position}));
+      if (medium.echec_ecriture == 0) medium.echec_ecriture = EIO;
+      return;
+    }
+  }
+  ecrit_secteurs(tampon, position, nombre);
+}
+
 void ecriture_mdb_secours() {
   const VolumeCourant &volume = volume_courant();
   if (volume.mdb == nullptr) return;
   const std::uint64_t fin = std::uint64_t{volume.mdb->drNmAlBlks} * volume.secteurs_par_bloc;
-  ecrit_secteurs(volume.mdb, volume.debut_allocation + fin, 1);
+  ecrit_volume(volume.mdb, volume.debut_allocation + fin, 1);
 }
 
 bool ecriture_structures() {

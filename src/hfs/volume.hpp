@@ -76,6 +76,13 @@ int ouverture_arbres();
 /// the node map reaches the disk. False when a write failed.
 [[nodiscard]] bool ecriture_structures();
 
+/// Sector behind the last one that the mounted volume may write by its header; 0 without a header.
+[[nodiscard]] std::uint64_t fin_volume();
+/// Writes sectors of the mounted volume. In an image file nothing behind `fin_volume` is written, nor, while
+/// the bitmap is not loaded, behind the end of the file: such a write comes from a damaged structure and
+/// counts as a failed one (EIO), with a journal line.
+void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nombre);
+
 /// Writes the HFS alternate master directory block, at the sector behind the last allocation block. The
 /// format wants it in the last sector but one of the volume; the two agree when the blocks fill the volume.
 void ecriture_mdb_secours();
