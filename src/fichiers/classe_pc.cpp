@@ -62,7 +62,11 @@ std::string FichierPc::affiche() const {
 
 bool lit_debut_pc(FichierPc &fichier) {
   const std::int64_t taille = fichier_taille(fichier.fichier);
-  const std::int64_t lus = taille >= 0 ? fichier.fichier.lire_a(fichier.tampon, 0) : -1;
+  if (taille < 0) return false;
+  const auto debut = std::span(fichier.tampon)
+                         .first(static_cast<std::size_t>(
+                             std::min<std::int64_t>(taille, std::int64_t{sizeof(fichier.tampon)})));
+  const std::int64_t lus = fichier.fichier.lire_a(debut, 0);
   if (lus < 0) return false;
   fichier.taille = static_cast<std::uint64_t>(taille);
   fichier.lus = static_cast<std::size_t>(std::min(lus, taille));

@@ -12,6 +12,7 @@
 #include "hfs/carte_volume.hpp"
 #include "hfs/volume.hpp"
 #include "IO/etat.hpp"
+#include "IO/memoire_secteurs.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 #include "noms/regles.hpp"
@@ -118,6 +119,7 @@ int commande_put(ContexteCli &contexte) {
     operations().afficher_erreur(message(kImmuable, {tronque_chemin(volume.chemin(), kCheminMessage)}));
     return kEchec;
   }
+  const MemoireSecteurs memoire;
   OptionsCopieMac options = options_put(contexte);
   pose_reponses(arguments, contexte.console);
   CopieVersMac copie(std::move(options));
