@@ -6,7 +6,6 @@
 
 #include "fichiers/applesimple.hpp"
 #include "fichiers/ecriture.hpp"
-#include "fichiers/macbinaire.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "fichiers/polices.hpp"
 #include "hfs/extents.hpp"
@@ -97,19 +96,6 @@ std::uint64_t octets_comptes(const FichierCopie &fichier) {
 std::uint64_t octets_copies(const FichierCopie &fichier) {
   const bool deux = forme() == kCopieAppleDouble || forme() == kCopieAppleSingle;
   return deux ? fichier.element.data.longueur + fichier.element.rsrc.longueur : octets_comptes(fichier);
-}
-
-ResultatEcriture ecrit_forme(const Fichier &sortie, const ElementFichier &element) {
-  switch (forme()) {
-    case kCopieRessource:
-      return ecrit_fourche(sortie, element.rsrc);
-    case kCopieMacBinaire:
-      return ecrit_macbinaire(sortie, element);
-    case kCopieAppleSingle:
-      return ecrit_applesingle(sortie, element);
-    default:
-      return ecrit_fourche(sortie, element.data);
-  }
 }
 
 // A file that Mac OS X 10.6 and later compressed: the content lies in its attributes, and both forks lie.
@@ -486,7 +472,7 @@ CopieVersPc::Suite CopieVersPc::ecrit(const FichierCopie &fichier, const Dossier
     const Suite suite = ecrit_compagnon(fichier, dossier, cible.nom(), compagnon);
     if (suite != Suite::continue_) return suite;
   }
-  const ResultatEcriture resultat = ecrit_forme(cible.fichier(), element);
+  const ResultatEcriture resultat = ecrit_forme(mode_copie(), cible.fichier(), element);
   const bool arret = resultat == ResultatEcriture::lecture && operations().arret_demande();
   // What was read of a damaged fork is no reason to lose an older file.
   const bool partiel =

@@ -21,25 +21,11 @@ constexpr int kErreurLecture = 6121;
 constexpr int kTropGrand = 6122;
 constexpr int kResteInacheve = 6123;
 constexpr unsigned kProvisoiresMax = 1000;
-constexpr int kSansDate = 6124;
 constexpr std::size_t kCheminMessage = 80;
 
 struct EtatCopie {
   std::uint32_t mode = kCopieData;
 };
-
-ResultatEcriture ecrit_forme(std::uint32_t mode, const Fichier &cible, const ElementFichier &element) {
-  switch (mode & kMasqueModeCopie) {
-    case kCopieRessource:
-      return ecrit_fourche(cible, element.rsrc);
-    case kCopieMacBinaire:
-      return ecrit_macbinaire(cible, element);
-    case kCopieAppleSingle:
-      return ecrit_applesingle(cible, element);
-    default:
-      return ecrit_fourche(cible, element.data);
-  }
-}
 
 }  // namespace
 
@@ -128,30 +114,17 @@ ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche)
   return sortie.resultat();
 }
 
-bool ecrit_sous_forme(std::uint32_t mode, const DossierSortie &dossier, const std::string &nom,
-                      const ElementFichier &element, std::optional<std::int64_t> date_pc) {
-  const auto echoue = [](ResultatEcriture resultat, const CibleFichier &fautive) {
-    dit_echec_ecriture(resultat, fautive.chemin(), errno);
-    return false;
-  };
-  CibleFichier cible(dossier, nom);
-  if (!cible.ouverte()) return echoue(ResultatEcriture::ecriture, cible);
-  std::optional<CibleFichier> compagnon;
-  if ((mode & kMasqueModeCopie) == kCopieAppleDouble) {
-    compagnon.emplace(dossier, std::string(kPrefixeCompagnon) + nom);
-    if (!compagnon->ouverte()) return echoue(ResultatEcriture::ecriture, *compagnon);
-    const ResultatEcriture resultat = ecrit_appledouble(compagnon->fichier(), element);
-    if (resultat != ResultatEcriture::fait) return echoue(resultat, *compagnon);
+ResultatEcriture ecrit_forme(std::uint32_t mode, const Fichier &cible, const ElementFichier &element) {
+  switch (mode & kMasqueModeCopie) {
+    case kCopieRessource:
+      return ecrit_fourche(cible, element.rsrc);
+    case kCopieMacBinaire:
+      return ecrit_macbinaire(cible, element);
+    case kCopieAppleSingle:
+      return ecrit_applesingle(cible, element);
+    default:
+      return ecrit_fourche(cible, element.data);
   }
-  const ResultatEcriture resultat = ecrit_forme(mode, cible.fichier(), element);
-  if (resultat != ResultatEcriture::fait) return echoue(resultat, cible);
-  if (date_pc && !plateforme::fixe_dates(cible.fichier(), *date_pc, *date_pc))
-    operations().journal(GenreJournal::erreur,
-                         message(kSansDate, {plateforme::utf8_vers_texte(cible.chemin())}));
-  if (compagnon && !compagnon->garde()) return echoue(ResultatEcriture::ecriture, *compagnon);
-  if (cible.garde()) return true;
-  if (compagnon) compagnon->jette();
-  return echoue(ResultatEcriture::ecriture, cible);
 }
 
 }  // namespace varnion

@@ -83,12 +83,9 @@ void dit_echec_ecriture(ResultatEcriture resultat, std::string_view chemin_utf8,
 /// One fork alone.
 [[nodiscard]] ResultatEcriture ecrit_fourche(const Fichier &cible, const FluxFourche &fourche);
 
-/// Writes the Macintosh file as `nom` (UTF-8) of a folder, in the form that `mode` (`mode_copie.hpp`) asks
-/// for, its companion with it; what had these names is replaced. `date_pc`, in Unix seconds, becomes the
-/// access and modification time. A failure is told to the user and leaves neither file. True when all was
-/// written.
-[[nodiscard]] bool ecrit_sous_forme(std::uint32_t mode, const DossierSortie &dossier, const std::string &nom,
-                                    const ElementFichier &element,
-                                    std::optional<std::int64_t> date_pc = std::nullopt);
+/// Writes the Macintosh file to `cible`, an empty file open for writing, in the form that `mode`
+/// (`mode_copie.hpp`) asks for; of AppleDouble the data fork.
+[[nodiscard]] ResultatEcriture ecrit_forme(std::uint32_t mode, const Fichier &cible,
+                                           const ElementFichier &element);
 
 }  // namespace varnion
