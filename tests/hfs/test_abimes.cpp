@@ -5,6 +5,7 @@
 
 #include "edition_abimee.hpp"
 #include "image_essai.hpp"
+#include "res/chaines.hpp"
 
 // Editing on damaged volumes in image files. VARNION_ABIMES multiplies the rounds.
 
@@ -47,6 +48,57 @@ TEST_P(Abimes, EditingEndsAndStaysInTheImage) {
     ASSERT_LT(std::chrono::steady_clock::now() - debut, std::chrono::seconds(8)) << tour;
     ops.erreurs.clear();
     ops.journaux.clear();
+  }
+}
+
+// Sizes in the header that the image does not bear out, and an image that lacks no more than its very end.
+TEST_P(Abimes, SizesAreHeldAgainstTheImage) {
+  constexpr std::int64_t kSansCoupe = -1;
+  struct Cas {
+    const char *nom;
+    std::size_t place[2];  // in the header: HFS, HFS+
+    std::uint8_t valeur;
+    std::int64_t coupe;  // bytes taken from the end of the image
+    int message;         // 0: the volume can be changed
+  };
+  const Cas cas[] = {
+      {"as it is", {36, 110}, 'x', kSansCoupe, 0},
+      {"cut by a little", {36, 110}, 'x', 100000, 0},
+      {"many more blocks", {18, 44}, 0xF0, kSansCoupe, 6024},
+      {"blocks of megabytes", {20, 40}, 0x01, kSansCoupe, 6024},
+      {"blocks of no whole sectors", {23, 43}, 0x01, kSansCoupe, 6024},
+  };
+  const bool plus = GetParam();
+  VolumeSain sain = FabriqueVolume::fabrique(plus);
+  const std::vector<std::uint8_t> original = sain.octets;
+  for (const Cas &c : cas) {
+    SCOPED_TRACE(c.nom);
+    fermer_partition();
+    ops.erreurs.clear();
+    sain.octets = original;
+    if (c.valeur != 'x') sain.octets[sain.zones[0].place + c.place[plus ? 1 : 0]] = c.valeur;
+    if (c.coupe > 0) sain.octets.resize(sain.octets.size() - static_cast<std::size_t>(c.coupe));
+    support().image = plateforme::fichier_anonyme();
+    support().lecture_seule = false;
+    support().echec_ecriture = 0;
+    ASSERT_TRUE(support().image.ecrire_a(sain.octets, 0));
+    ASSERT_EQ(analyse_volume(), 1);
+    EXPECT_EQ(chargement_carte(), c.message == 0);
+    if (c.message != 0) {
+      // A mount that finds no catalog is read-only, and then nothing is shown.
+      EXPECT_TRUE(support().lecture_seule ||
+                  ops.erreurs == std::vector<std::string>{charger_chaine(c.message)});
+      EXPECT_EQ(FabriqueVolume::ajoute(kIdRacine, "neuf", 10), 0U);
+      EXPECT_FALSE(redimensionne(1, 2));
+      std::vector<std::uint8_t> apres(sain.octets.size() + 1);
+      EXPECT_EQ(support().image.lire_a(apres, 0), static_cast<std::int64_t>(sain.octets.size()));
+      apres.pop_back();
+      EXPECT_TRUE(apres == sain.octets) << "the image has changed";
+    } else {
+      EXPECT_NE(FabriqueVolume::ajoute(kIdRacine, "neuf", 10), 0U);
+      EXPECT_TRUE(ecriture_structures());
+      EXPECT_LE(static_cast<std::size_t>(fichier_taille(support().image)), original.size());
+    }
   }
 }
 
