@@ -219,7 +219,9 @@ std::uint64_t fin_volume() {
 
 void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nombre) {
   Support &medium = support();
-  if (medium.entree_driver == driver_fichier && medium.image.ouvert()) {
+  // `entree_driver` may stand before the file driver with something kept in memory; the other entry tells
+  // where it all goes.
+  if (medium.entree_driver_carte == driver_fichier && medium.image.ouvert()) {
     std::uint64_t fin = fin_volume();
     if (!carte_allocation().chargee) {
       const auto taille = static_cast<std::uint64_t>(std::max<std::int64_t>(0, fichier_taille(medium.image)));

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -14,6 +14,7 @@
 #include "hfs/operations_catalogue.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
+#include "IO/memoire_secteurs.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 
@@ -155,6 +156,9 @@ class EditionAbimee {
   static void edite(std::span<const std::uint8_t> script) {
     for (int tour = 0; tour < 2; ++tour) {
       if (analyse_volume() == 0 || !chargement_carte()) return;
+      // The second time with sectors kept in memory, as while files are put into a volume.
+      std::optional<MemoireSecteurs> memoire;
+      if (tour == 1) memoire.emplace();
       const std::size_t moitie = script.size() / 2;
       const auto part = tour == 0 ? script.first(moitie) : script.subspan(moitie);
       for (std::size_t i = 0; i + 3 <= part.size(); i += 3) commande(part.subspan(i, 3));
