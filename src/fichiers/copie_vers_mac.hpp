@@ -89,6 +89,7 @@ class CopieVersMac {
     std::uint16_t drapeaux = 0;
     std::uint32_t creation = 0, modification = 0;  ///< of a head, local time
     Fourche data, rsrc;
+    bool remplace = false;  ///< a file of that name goes when this one is whole
   };
   struct EtatSource;
 
@@ -121,6 +122,7 @@ class CopieVersMac {
 
   // --- ecriture_vers_mac.cpp
   Suite libere_nom(const FichierPc &fichier, Ecriture &ecriture, std::uint32_t parent);
+  [[nodiscard]] static NomItem nom_provisoire(std::uint32_t parent);
   Suite ecriture_fichier_mac(const FichierPc &fichier, Ecriture &ecriture, std::uint32_t parent);
   Suite echec_ecriture(const FichierPc &fichier, const EtatSource &etat);
   [[nodiscard]] NouveauFichier fiche_nouvelle(const FichierPc &fichier, const Ecriture &ecriture) const;

@@ -141,8 +141,21 @@ CopieVersMac::Suite CopieVersMac::libere_nom(const FichierPc &fichier, Ecriture 
     operations().afficher_erreur(message(kLaisse, {nom, court(fichier.affiche())}));
     return Suite::saute;
   }
-  if (supprime_par_nom(ecriture.nom, parent) == 1) return Suite::entre;
+  // Where both have room the old file goes once the new one is whole.
+  ecriture.remplace = !ancien->dossier && voulus <= blocs_libres();
+  if (ecriture.remplace || supprime_par_nom(ecriture.nom, parent) == 1) return Suite::entre;
   return echec(message(kPasRemplace, {nom}));
+}
+
+// A name that no item of the folder has.
+NomItem CopieVersMac::nom_provisoire(std::uint32_t parent) {
+  constexpr unsigned kEssaisMax = 1000;
+  NomItem nom;
+  for (unsigned numero = 0; numero < kEssaisMax; ++numero) {
+    nom = nom_item("varnion." + std::to_string(numero) + ".part");
+    if (existe(nom, parent) == 0) break;
+  }
+  return nom;
 }
 
 // --- the record
@@ -175,8 +188,12 @@ CopieVersMac::Suite CopieVersMac::ecriture_fichier_mac(const FichierPc &fichier,
   EtatSource etat;
   const SourceFourche data = etat.source(ecriture.data);
   const SourceFourche rsrc = etat.source(ecriture.rsrc);
-  if (insere_fichier(parent, ecriture.nom, fiche_nouvelle(fichier, ecriture), data, rsrc) == 0)
+  const NomItem nom = ecriture.remplace ? nom_provisoire(parent) : ecriture.nom;
+  if (insere_fichier(parent, nom, fiche_nouvelle(fichier, ecriture), data, rsrc) == 0)
     return echec_ecriture(fichier, etat);
+  if (ecriture.remplace &&
+      (supprime_par_nom(ecriture.nom, parent) != 1 || renomme_par_nom(nom, ecriture.nom, parent) != 1))
+    return echec(message(kPasRemplace, {nom_item_windows(ecriture.nom)}));
   ++bilan_.fichiers;
   bilan_.octets += data.longueur + rsrc.longueur;
   return Suite::entre;

@@ -274,6 +274,20 @@ TEST_P(Put, AFullDiskAndAnUnwritableImageAreTold) {
   EXPECT_TRUE(a("can only be read", fin.messages)) << fin.messages;
 }
 
+TEST_P(Put, AFailedReplacementLeavesTheOldFile) {
+  fichier("old/f", "first");
+  entre({"old/f"});
+  fichier("new/f", std::string(3000000, 'x'));
+  Conditions plein;
+  plein.taille_max = 1500000;
+  EXPECT_EQ(lance_sous(plein, {"put", "i.img", "new/f", "--replace", "yes"}).statut, 1);
+  EXPECT_EQ(data("f"), "first");
+  EXPECT_FALSE(a(".part", liste())) << liste();
+  entre({"new/f", "--replace", "yes"});
+  EXPECT_EQ(data("f").size(), 3000000U);
+  EXPECT_FALSE(a(".part", liste())) << liste();
+}
+
 TEST_P(Put, AnUnreadableFileEndsItsFolderAndIsNamed) {
   fichier("src/a", "a");
   fichier("src/b", "b");
