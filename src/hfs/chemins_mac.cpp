@@ -37,8 +37,12 @@ std::optional<NomUnicode> unites_de(std::string_view utf8) {
 // The forms in which a name may lie on an HFS+ volume: as typed, decomposed, composed.
 std::optional<ElementMac> par_cle_hfsplus(std::uint32_t parent, const std::string &nom) {
   const std::u16string composee = plateforme::utf8_vers_large(nom);
-  for (const auto &forme :
-       {unites_de(nom), std::optional(decompose_hfsplus(composee)), std::optional(nom_unicode(composee))}) {
+  bool entier = false;
+  std::optional<NomUnicode> decomposee = decompose_hfsplus(composee, &entier);
+  if (!entier) decomposee.reset();  // what was cut off may be what tells it from another item
+  std::optional<NomUnicode> courte;
+  if (composee.size() <= kUnitesMax) courte = nom_unicode(composee);
+  for (const auto &forme : {unites_de(nom), decomposee, courte}) {
     if (!forme || forme->vue().empty()) continue;
     if (auto element = element_hfsplus(parent, *forme)) return element;
   }

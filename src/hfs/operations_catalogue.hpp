@@ -77,8 +77,10 @@ int renomme_par_id(const NomItem &nouveau, std::uint32_t id, std::uint32_t paren
 int renomme_par_nom(const NomItem &ancien, const NomItem &nouveau, std::uint32_t parent);
 /// HFS: renames the items that match `motif`; both texts, in Mac Roman, may hold one "*". What follows the
 /// star of the new name comes from the old one, from the star of the pattern on. Without a star there only
-/// the first match is renamed. 1 when something was renamed.
-int renomme_masque(std::string_view motif, std::string_view nouveau, std::uint32_t parent);
+/// the first match is renamed. 1 when something was renamed; `refuses`, when given, counts those that were
+/// not, each told.
+int renomme_masque(std::string_view motif, std::string_view nouveau, std::uint32_t parent,
+                   int *refuses = nullptr);
 
 /// Moves an item to another folder: 1 done, 0 refused. 1152 is shown when the name is taken there.
 int deplace(const NomItem &nom, std::uint32_t de, std::uint32_t vers);

@@ -172,14 +172,17 @@ int renomme_par_nom(const NomItem &ancien, const NomItem &nouveau, std::uint32_t
   });
 }
 
-int renomme_masque(std::string_view motif, std::string_view nouveau, std::uint32_t parent) {
+int renomme_masque(std::string_view motif, std::string_view nouveau, std::uint32_t parent, int *refuses) {
   if (volume_courant().est_hfsplus || !modifiable()) return 0;
   const bool un = nouveau.find('*') == std::string_view::npos;
   int renommes = 0;
   for (const std::string &ancien : noms_du_masque(motif, parent, un)) {
     const std::string nom = nom_par_masque(motif, nouveau, ancien);
     if (nom == ancien) continue;
-    if (renomme_par_nom({ancien, {}}, {nom, {}}, parent) == 1) renommes = 1;
+    if (renomme_par_nom({ancien, {}}, {nom, {}}, parent) == 1)
+      renommes = 1;
+    else if (refuses != nullptr)
+      ++*refuses;
   }
   return renommes;
 }

@@ -362,8 +362,9 @@ std::array<char16_t, 3> suite_de(char16_t unite) {
 
 }  // namespace
 
-NomUnicode decompose_hfsplus(std::u16string_view large) {
+NomUnicode decompose_hfsplus(std::u16string_view large, bool *entier) {
   NomUnicode nom;
+  if (entier != nullptr) *entier = true;
   for (std::size_t i = 0; i < large.size() && large[i] != 0; ++i) {
     std::u16string sequence;
     for (const char16_t unite : suite_de(large[i])) {
@@ -372,7 +373,9 @@ NomUnicode decompose_hfsplus(std::u16string_view large) {
     const bool paire =
         (large[i] & 0xFC00) == 0xD800 && i + 1 < large.size() && (large[i + 1] & 0xFC00) == 0xDC00;
     if (paire) sequence += large[++i];
-    if (!nom.ajoute_entiere(sequence)) break;
+    if (nom.ajoute_entiere(sequence)) continue;
+    if (entier != nullptr) *entier = false;
+    break;
   }
   return nom;
 }

@@ -59,8 +59,8 @@ static_assert(sizeof(NomUnicode) == 512 && alignof(NomUnicode) == 1);
 
 /// A wide name, in composed form, by the whole decomposition table of TN1150, Hangul by algorithm. For names
 /// that code page 1252 cannot show. ":" becomes "_", as on HFS. A sequence that does not fit in 255 units
-/// whole ends the name.
-[[nodiscard]] NomUnicode decompose_hfsplus(std::u16string_view large);
+/// whole ends the name; `entier`, when given, tells that none did.
+[[nodiscard]] NomUnicode decompose_hfsplus(std::u16string_view large, bool *entier = nullptr);
 
 /// Precomposed Latin-1 letter for a base letter and a combining mark (U+0300-0303, 0308, 030A, 0327); 0 for
 /// any pair not known. The tilde is known on N and n only.

@@ -85,6 +85,20 @@ TEST_P(Edition, NamesThatAVolumeCannotHoldAreRefused) {
     echoue({"mkdir", "v.img", "日本語"}, 1, "cannot hold");
     EXPECT_EQ(tout(), "");
   }
+  // A name too long never reaches another item, whose name is how it begins.
+  const std::string plein = GetParam() ? std::string(255, 'n') : std::string(31, 'n');
+  reussit({"mkdir", "v.img", plein});
+  echoue({"rm", "v.img", plein + "nn"}, 1, "No item");
+  if (GetParam()) {
+    std::string accents;
+    for (int i = 0; i < 200; ++i) accents += "é";  // two units each on the volume
+    echoue({"mkdir", "v.img", accents}, 1, "255");
+    echoue({"mkdir", "v.img", "\xEF\xBB\xBF"}, 1, "cannot hold");
+    echoue({"mkdir", "v.img", "\xFF\xFE"}, 1, "cannot hold");
+  }
+  reussit({"rm", "v.img", plein});
+  echoue({"attr", "v.img", "/", "--modified", "2001-02-30"}, 1, "2001-02-30");
+  echoue({"attr", "v.img", "/", "--modified", "2001-02-03 04:05zz"}, 1, "04:05zz");
   echoue({"rm", "v.img", "/"}, 1, "root folder");
   echoue({"rename", "v.img", "/", "x"}, 1, "root folder");
 }

@@ -4,6 +4,7 @@
 #include "hfs/volume.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "noms/ordre.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -41,18 +42,22 @@ std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
   const std::u16string large = plateforme::utf8_vers_large(nom_de_partie(utf8));
   const std::string montre = plateforme::utf8_vers_texte(utf8);
   const bool zero = large.find(u'\0') != std::u16string::npos;
+  // Bytes that are no UTF-8 read as U+FFFD.
+  const bool faux =
+      large.find(u'\uFFFD') != std::u16string::npos && utf8.find("\xEF\xBF\xBD") == std::string_view::npos;
   NomItem nom;
   std::size_t longueur = 0;
   if (volume_courant().est_hfsplus) {
-    nom.unicode = decompose_hfsplus(large);
-    longueur = nom.unicode.vue().size();
-    // What does not fit in a name is left off by the decomposition: the composed form tells.
-    if (large.size() > kNomHfsPlusMax) longueur = large.size();
+    bool entier = false;
+    nom.unicode = decompose_hfsplus(large, &entier);
+    longueur = entier ? nom.unicode.vue().size() : kNomHfsPlusMax + 1;
+    // Characters that the order of names passes over make a name that is equal to none.
+    if (entier && compare_hfsplus(nom.unicode.vue(), {}) == 0) longueur = 0;
   } else if (auto mac = utf8_vers_mac(plateforme::large_vers_utf8(large)); mac) {
     nom.mac = std::move(*mac);
     longueur = nom.mac.size();
   }
-  if (longueur == 0 || zero || large.find(u':') != std::u16string::npos) {
+  if (longueur == 0 || zero || faux || large.find(u':') != std::u16string::npos) {
     operations().afficher_erreur(message(kNomFaux, {montre}));
     return std::nullopt;
   }

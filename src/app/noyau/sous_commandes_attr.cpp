@@ -17,6 +17,7 @@ namespace varnion {
 
 namespace {
 
+constexpr int kArrete = 6869;
 constexpr int kCodeFaux = 7414;    // text
 constexpr int kDateFausse = 7415;  // text
 constexpr int kRienDemande = 7416;
@@ -70,11 +71,13 @@ std::optional<std::uint32_t> date_tapee(const std::string &saisie) {
   constexpr std::int64_t kEpoqueMac = 2082844800;
   int a = 0, mo = 0, j = 0, h = 0, mi = 0, s = 0;
   char separateur = 'T';
-  const int lus =
-      std::sscanf(saisie.c_str(), "%4d-%2d-%2d%c%2d:%2d:%2d", &a, &mo, &j, &separateur, &h, &mi, &s);
-  const bool forme = (lus == kChampsDate || lus > kChampsHeure) && (separateur == 'T' || separateur == ' ');
-  const bool bornes =
-      mo >= 1 && mo <= 12 && j >= 1 && j <= 31 && h >= 0 && h < 24 && mi >= 0 && mi < 60 && s >= 0 && s < 60;
+  int fin = 0;
+  const int lus = std::sscanf(saisie.c_str(), "%4d-%2d-%2d%n%c%2d:%2d%n:%2d%n", &a, &mo, &j, &fin,
+                              &separateur, &h, &mi, &fin, &s, &fin);
+  const bool forme = (lus == kChampsDate || lus > kChampsHeure) && (separateur == 'T' || separateur == ' ') &&
+                     static_cast<std::size_t>(fin) == saisie.size();
+  const bool jour = mo >= 1 && mo <= 12 && j >= 1 && plateforme::date_utc(jours(a, mo, j) * 86400).jour == j;
+  const bool bornes = jour && h >= 0 && h < 24 && mi >= 0 && mi < 60 && s >= 0 && s < 60;
   std::int64_t date = forme && bornes ? jours(a, mo, j) * 86400 + h * 3600 + mi * 60 + s + kEpoqueMac : 0;
   if (volume_courant().est_hfsplus) date += plateforme::biais_fuseau();
   if (!forme || !bornes || date <= 0 || date > 0xFFFFFFFF) {
@@ -147,8 +150,13 @@ int commande_attr(ContexteCli &contexte) {
     AttributsItem demande;
     if (!lit_demande(arguments, demande)) return false;
     bool tous = true;
-    for (const std::string &chemin : std::span(arguments.positions).subspan(1))
+    for (const std::string &chemin : std::span(arguments.positions).subspan(1)) {
+      if (operations().arret_demande()) {
+        operations().afficher_erreur(charger_chaine(kArrete));
+        return false;
+      }
       tous = change(arguments, chemin, demande) && tous;
+    }
     return tous;
   });
 }

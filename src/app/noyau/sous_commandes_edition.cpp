@@ -23,6 +23,7 @@ constexpr int kRienRenomme = 7411;  // pattern
 constexpr int kMasqueHfs = 7412;
 constexpr int kSignatureFausse = 7413;  // text
 constexpr int kLabelLong = 6547;        // label, limit, view
+constexpr int kArrete = 6869;
 constexpr int kEchangeVain = 1172;
 constexpr int kSignatureRemplacee = 1428;
 constexpr int kSignatureAbsente = 1429;
@@ -61,7 +62,7 @@ bool pour_chaque(const Arguments &arguments, std::size_t fin,
                  const std::function<bool(const std::string &)> &fait) {
   bool tous = true;
   for (std::size_t rang = 1; rang < fin; ++rang) {
-    if (operations().arret_demande()) return false;
+    if (operations().arret_demande()) return echoue(charger_chaine(kArrete));
     tous = fait(arguments.positions[rang]) && tous;
   }
   return tous;
@@ -75,13 +76,15 @@ bool fait_dossiers(const std::string &chemin) {
   std::uint32_t parent = kIdRacine;
   const std::vector<std::string> parties = parties_chemin(chemin);
   for (std::size_t rang = 0; rang < parties.size(); ++rang) {
-    const auto trouve = element_par_nom(parent, parties[rang]);
+    // The last is looked for by its key alone: a look-up that finds nothing goes through the whole folder.
     const bool dernier = rang + 1 == parties.size();
-    if (trouve && trouve->dossier && !dernier) {
+    const auto trouve = dernier ? std::nullopt : element_par_nom(parent, parties[rang]);
+    if (trouve && !trouve->dossier) return echoue(message(kPasDossier, {texte(chemin)}));
+    if (trouve) {
       parent = trouve->id;
       continue;
     }
-    const auto nom = trouve ? std::optional(nom_de(*trouve)) : nom_tape(parties[rang]);
+    const auto nom = nom_tape(parties[rang]);
     if (!nom) return false;
     parent = cree_dossier(*nom, parent);
     if (parent == 0) return false;
@@ -109,8 +112,10 @@ bool renomme_par_masque(const std::string &dossier, const std::string &motif, co
   const auto ancien = nom_tape(motif);
   const auto vers = nom_tape(nouveau);
   if (!parent || !ancien || !vers) return false;
-  return renomme_masque(ancien->mac, vers->mac, parent->id) != 0 ||
-         echoue(message(kRienRenomme, {texte(motif)}));
+  int refuses = 0;
+  const bool fait = renomme_masque(ancien->mac, vers->mac, parent->id, &refuses) != 0;
+  if (refuses != 0) return false;
+  return fait || echoue(message(kRienRenomme, {texte(motif)}));
 }
 
 bool renomme(const std::string &chemin, const std::string &nouveau) {
