@@ -1,6 +1,6 @@
 # Shared by ./check and ./demo: packages and build.
 
-paquets_construction=(g++ cmake ninja-build pkg-config qt6-base-dev zlib1g-dev libbz2-dev libjpeg-dev
+paquets_construction=(g++ cmake ninja-build pkg-config qt6-base-dev libqt6svg6-dev zlib1g-dev libbz2-dev libjpeg-dev
                       libutf8proc-dev)
 
 # Installs the packages of the build and those named, as far as they are missing.

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QString>
+
+namespace varnion {
+
+/// An icon of the program by its name. Strokes that a drawing leaves open ("currentColor") take `trait`, so
+/// that the icon can be read on a light and on a dark ground.
+[[nodiscard]] QIcon icone(const QString &nom, const QColor &trait);
+
+/// The icon for a type of file of the PC, by the extension of its name; `defaut` where the desktop has none.
+[[nodiscard]] QIcon icone_extension(const QString &nom, const QIcon &defaut);
+
+}  // namespace varnion

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <QAbstractTableModel>
+#include <QHash>
+#include <QIcon>
+
+#include "app/qt/document.hpp"
+
+namespace varnion {
+
+constexpr int kColonnes = 7;
+
+struct IconesListe {
+  QIcon dossier, fichier, iso, hfs;
+};
+
+/// The rows of one folder: one record an item, texts made when a row is shown.
+class ModeleListe final : public QAbstractTableModel {
+ public:
+  using QAbstractTableModel::QAbstractTableModel;
+
+  /// Another folder; the sort state is cleared.
+  void montre(ContenuDossier contenu, bool dates_utc);
+  void icones(const IconesListe &icones) { icones_ = icones; }
+  /// Icons of files by their extension, as the ISO view has them.
+  void icones_par_extension(bool oui) { par_extension_ = oui; }
+  /// Texts in another language: the captions of the columns and all cells.
+  void retraduit();
+
+  /// A click on a column: ascending, then each time the other way round.
+  void clique_colonne(int colonne);
+  /// Column in force with its direction; nothing when the order is that of the reading.
+  struct Tri {
+    int colonne;
+    bool descendant;
+  };
+  [[nodiscard]] std::optional<Tri> tri() const { return tri_; }
+
+  [[nodiscard]] const LigneListe &ligne(int rang) const { return lignes_[static_cast<std::size_t>(rang)]; }
+  [[nodiscard]] int nb_dossiers() const { return nb_dossiers_; }
+  [[nodiscard]] bool endommage() const { return endommage_; }
+
+  [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+  [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+  [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+  [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+ private:
+  [[nodiscard]] QString texte(const LigneListe &ligne, int colonne) const;
+  [[nodiscard]] QIcon icone_de(const LigneListe &ligne) const;
+  void trie();
+
+  std::vector<LigneListe> lignes_;
+  int nb_dossiers_ = 0;
+  bool endommage_ = false;
+  bool dates_utc_ = false;
+  bool par_extension_ = false;
+  std::optional<Tri> tri_;
+  IconesListe icones_;
+  mutable QHash<QString, QIcon> extensions_;  ///< asked for once each
+};
+
+}  // namespace varnion

@@ -1,0 +1,250 @@
+#include "app/qt/operations_qt.hpp"
+
+#include <algorithm>
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QThread>
+#include <QVBoxLayout>
+
+#include "app/noyau/journal.hpp"
+#include "app/qt/message.hpp"
+#include "app/qt/texte_qt.hpp"
+#include "noms/regles.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kDureeAvis = 3000;  // milliseconds
+constexpr int kSouffle = 100;     // milliseconds between two looks at the window
+constexpr int kOk = 1001;
+constexpr int kAnnuler = 1002;
+
+bool est_saisie(QEvent::Type type) {
+  switch (type) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::Shortcut:
+    case QEvent::ShortcutOverride:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::Wheel:
+    case QEvent::ContextMenu:
+    case QEvent::DragEnter:
+    case QEvent::Drop:
+    case QEvent::Close:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// The cursor of a running command makes way for a message.
+class CurseurLibre {
+ public:
+  explicit CurseurLibre(bool occupe) : occupe_(occupe) {
+    if (occupe_) QApplication::restoreOverrideCursor();
+  }
+  ~CurseurLibre() {
+    if (occupe_) QApplication::setOverrideCursor(Qt::WaitCursor);
+  }
+  CurseurLibre(const CurseurLibre &) = delete;
+  CurseurLibre &operator=(const CurseurLibre &) = delete;
+
+ private:
+  bool occupe_;
+};
+
+bool saisit_nom(QWidget *parent, const QString &legende, std::string &nom, std::size_t limite) {
+  QDialog forme(parent);
+  forme.setObjectName("TTTronq");
+  forme.setWindowTitle("Varnion");
+  auto *texte = new QLabel(legende);
+  texte->setTextFormat(Qt::PlainText);
+  auto *champ = new QLineEdit(vers_qt(coupe_nom(nom, limite)));
+  champ->setObjectName("EditNom");
+  champ->setMaxLength(static_cast<int>(std::min<std::size_t>(limite, 255)));
+  champ->selectAll();
+  auto *boutons = new QDialogButtonBox;
+  auto *ok = boutons->addButton(chaine_qt(kOk), QDialogButtonBox::AcceptRole);
+  boutons->addButton(chaine_qt(kAnnuler), QDialogButtonBox::RejectRole);
+  QObject::connect(boutons, &QDialogButtonBox::accepted, &forme, &QDialog::accept);
+  QObject::connect(boutons, &QDialogButtonBox::rejected, &forme, &QDialog::reject);
+  QObject::connect(champ, &QLineEdit::textChanged, ok,
+                   [ok](const QString &saisi) { ok->setEnabled(!saisi.isEmpty()); });
+  auto *colonne = new QVBoxLayout(&forme);
+  colonne->addWidget(texte);
+  colonne->addWidget(champ);
+  colonne->addWidget(boutons);
+  forme.setMinimumWidth(420);
+  if (forme.exec() != QDialog::Accepted) return false;
+  nom = de_qt(champ->text());
+  return true;
+}
+
+}  // namespace
+
+OperationsQt::OperationsQt(QObject *parent) : QObject(parent) {
+  qApp->installEventFilter(this);
+  souffle_.start();
+}
+
+OperationsQt::~OperationsQt() {
+  curseur_attente_fin();
+}
+
+void OperationsQt::sur_fil_principal(const std::function<void()> &travail) {
+  if (QThread::currentThread() == thread())
+    travail();
+  else
+    QMetaObject::invokeMethod(this, travail, Qt::BlockingQueuedConnection);
+}
+
+// --- messages
+
+int OperationsQt::montre(const char *nom, std::string_view texte, int genre, bool *toujours, int duree) {
+  int reponse = 0;
+  sur_fil_principal([&] {
+    const CurseurLibre libre(occupe_);
+    FormeMessage::Choix choix;
+    choix.genre = static_cast<FormeMessage::Genre>(genre);
+    choix.toujours = toujours != nullptr;
+    choix.duree = duree;
+    QWidget *parent = QApplication::activeModalWidget();
+    if (parent == nullptr) parent = fenetre_;
+    FormeMessage forme(parent, nom, vers_qt(texte).trimmed(), choix);
+    reponse = forme.exec() == QDialog::Accepted ? 1 : 0;
+    if (toujours != nullptr) *toujours = forme.toujours();
+  });
+  return reponse;
+}
+
+void OperationsQt::afficher_erreur(std::string_view texte) {
+  ecrit_journal(GenreJournal::erreur, texte);
+  static_cast<void>(montre("TMessOK", texte, 0, nullptr, 0));
+}
+
+void OperationsQt::afficher_avis(std::string_view texte) {
+  static_cast<void>(montre("TMessOK", texte, 0, nullptr, kDureeAvis));
+}
+
+// A stop that is pending is what the question is about: the answer settles it.
+int OperationsQt::demander_oui_non(std::string_view texte) {
+  sur_fil_principal([this] { arret_ = false; });
+  return montre("TMessON", texte, 1, nullptr, 0);
+}
+
+int OperationsQt::demander_tous(std::string_view texte) {
+  bool toujours = false;
+  const int oui = montre("TMessONT", texte, 1, &toujours, 0);
+  if (!toujours) return oui;
+  return oui != 0 ? 2 : -1;
+}
+
+bool OperationsQt::demander_nom(std::string_view legende, std::string &nom, std::size_t limite) {
+  bool donne = false;
+  sur_fil_principal([&] {
+    const CurseurLibre libre(occupe_);
+    donne = saisit_nom(fenetre_, vers_qt(legende) + "\n" + vers_qt(nom), nom, limite);
+  });
+  return donne;
+}
+
+bool OperationsQt::annoncer_retenir(std::string_view texte) {
+  bool toujours = false;
+  static_cast<void>(montre("TMessAnn", texte, 0, &toujours, 0));
+  return toujours;
+}
+
+void OperationsQt::afficher_etat(std::string_view texte, std::string_view second) {
+  QString ligne = vers_qt(texte);
+  if (!second.empty()) ligne += (ligne.isEmpty() ? "" : " ") + vers_qt(second);
+  sur_fil_principal([&] {
+    emit etat(ligne.replace('\n', ' '));
+    respire();
+  });
+}
+
+void OperationsQt::afficher_etat_seul(std::string_view texte) {
+  afficher_etat(texte, {});
+}
+
+void OperationsQt::journal(GenreJournal genre, std::string_view texte) {
+  ecrit_journal(genre, texte);
+}
+
+// --- long work
+
+void OperationsQt::progression_debut(std::uint64_t pas) {
+  sur_fil_principal([&] {
+    fait_ = 0;
+    total_ = pas;
+    emit avance(fait_, total_);
+  });
+}
+
+void OperationsQt::progression_pas(std::uint64_t pas) {
+  sur_fil_principal([&] {
+    fait_ = std::min<quint64>(fait_ + pas, total_);
+    if (souffle_.elapsed() >= kSouffle) emit avance(fait_, total_);
+    respire();
+  });
+}
+
+void OperationsQt::progression_fin() {
+  sur_fil_principal([&] {
+    fait_ = total_ = 0;
+    emit avance(0, 0);
+  });
+}
+
+void OperationsQt::curseur_attente_debut() {
+  sur_fil_principal([&] {
+    if (occupe_) return;
+    occupe_ = true;
+    arret_ = false;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+  });
+}
+
+void OperationsQt::curseur_attente_fin() {
+  sur_fil_principal([&] {
+    if (!occupe_) return;
+    occupe_ = false;
+    arret_ = false;
+    QApplication::restoreOverrideCursor();
+  });
+}
+
+// Lets the window repaint, and Esc through, while a command runs.
+void OperationsQt::respire() {
+  if (!occupe_ || souffle_.elapsed() < kSouffle) return;
+  souffle_.restart();
+  QApplication::processEvents(QEventLoop::AllEvents, kSouffle / 4);
+}
+
+bool OperationsQt::arret_demande() {
+  bool arret = false;
+  sur_fil_principal([&] {
+    respire();
+    arret = arret_;
+  });
+  return arret;
+}
+
+bool OperationsQt::eventFilter(QObject * /*cible*/, QEvent *evenement) {
+  if (!occupe_ || !est_saisie(evenement->type()) || QApplication::activeModalWidget() != nullptr)
+    return false;
+  if (evenement->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(evenement)->key() == Qt::Key_Escape)
+    arret_ = true;
+  if (evenement->type() == QEvent::Close) evenement->ignore();
+  return true;
+}
+
+}  // namespace varnion

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <functional>
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+
+#include "IO/operations.hpp"
+
+namespace varnion {
+
+/// The user at the window. Calls from a worker are carried to the main thread and wait for its answer.
+class OperationsQt final : public QObject, public Operations {
+  Q_OBJECT
+
+ public:
+  explicit OperationsQt(QObject *parent = nullptr);
+  ~OperationsQt() override;
+  OperationsQt(const OperationsQt &) = delete;
+  OperationsQt &operator=(const OperationsQt &) = delete;
+
+  /// Window that messages belong to.
+  void fenetre(QWidget *fenetre) { fenetre_ = fenetre; }
+  /// True while a command runs: input goes nowhere but to Esc and to a message.
+  [[nodiscard]] bool occupe() const { return occupe_; }
+
+  void afficher_erreur(std::string_view texte) override;
+  void afficher_avis(std::string_view texte) override;
+  int demander_oui_non(std::string_view texte) override;
+  int demander_tous(std::string_view texte) override;
+  bool demander_nom(std::string_view legende, std::string &nom, std::size_t limite) override;
+  bool annoncer_retenir(std::string_view texte) override;
+  void afficher_etat(std::string_view texte, std::string_view second) override;
+  void afficher_etat_seul(std::string_view texte) override;
+  void progression_debut(std::uint64_t pas) override;
+  void progression_pas(std::uint64_t pas) override;
+  void progression_fin() override;
+  void curseur_attente_debut() override;
+  void curseur_attente_fin() override;
+  void journal(GenreJournal genre, std::string_view texte) override;
+  /// Looks for Esc, some ten times a second.
+  bool arret_demande() override;
+
+ signals:
+  /// "" clears the line.
+  void etat(const QString &texte);
+  /// Steps done and in all; 0 of 0 at the end.
+  void avance(quint64 fait, quint64 total);
+
+ protected:
+  bool eventFilter(QObject *cible, QEvent *evenement) override;
+
+ private:
+  void sur_fil_principal(const std::function<void()> &travail);
+  [[nodiscard]] int montre(const char *nom, std::string_view texte, int genre, bool *toujours, int duree);
+  void respire();
+
+  QPointer<QWidget> fenetre_;
+  bool occupe_ = false;
+  bool arret_ = false;
+  quint64 fait_ = 0, total_ = 0;
+  QElapsedTimer souffle_;
+};
+
+/// The busy cursor for the length of one command.
+class Attente {
+ public:
+  Attente() { operations().curseur_attente_debut(); }
+  ~Attente() { operations().curseur_attente_fin(); }
+  Attente(const Attente &) = delete;
+  Attente &operator=(const Attente &) = delete;
+};
+
+}  // namespace varnion

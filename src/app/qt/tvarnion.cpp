@@ -1,0 +1,309 @@
+#include "app/qt/tvarnion.hpp"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLibraryInfo>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTranslator>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include "app/noyau/reglages.hpp"
+#include "app/noyau/routage.hpp"
+#include "app/qt/icones.hpp"
+#include "app/qt/jauge.hpp"
+#include "app/qt/operations_qt.hpp"
+#include "app/qt/texte_qt.hpp"
+#include "IO/etat.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr std::uint32_t kOptionSansBarre = 0x80;  // word `Options`: no tool bar
+constexpr int kCoteOutils = 20;                   // pixels of a tool bar icon
+constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
+
+DemandesFichiers demandes_du_systeme(QWidget *fenetre) {
+  DemandesFichiers demandes;
+  demandes.ouvrir = [fenetre](int titre, int filtre, const QString &depart) {
+    return QFileDialog::getOpenFileName(fenetre, chaine_qt(titre), depart, filtre_qt(charger_chaine(filtre)));
+  };
+  // Question 1061 is put by the caller, in the words of this program.
+  demandes.enregistrer = [fenetre](int titre, int filtre, const QString &depart, int extension) {
+    QFileDialog forme(fenetre, chaine_qt(titre), depart, filtre_qt(charger_chaine(filtre)));
+    forme.setAcceptMode(QFileDialog::AcceptSave);
+    forme.setDefaultSuffix(chaine_qt(extension));
+    forme.setOption(QFileDialog::DontConfirmOverwrite);
+    return forme.exec() == QDialog::Accepted ? forme.selectedFiles().value(0) : QString();
+  };
+  demandes.dossier = [fenetre](int titre, const QString &depart) {
+    return QFileDialog::getExistingDirectory(fenetre, chaine_qt(titre), depart);
+  };
+  return demandes;
+}
+
+}  // namespace
+
+TVarnion::TVarnion(OperationsQt &operations, QWidget *parent) : QMainWindow(parent), operations_(operations) {
+  setObjectName("TVarnion");
+  setContextMenuPolicy(Qt::NoContextMenu);
+  demandes = demandes_du_systeme(this);
+  operations_.fenetre(this);
+  construit_panneaux();
+  construit_menus();
+  branche_panneaux();
+  restaure();
+  pose_icones();
+}
+
+TVarnion::~TVarnion() {
+  operations_.fenetre(nullptr);
+  modele_arbre_.montre(nullptr);
+}
+
+// --- construction
+
+void TVarnion::construit_panneaux() {
+  auto *centre = new QWidget;
+  auto *colonne = new QVBoxLayout(centre);
+  colonne->setContentsMargins(0, 0, 0, 0);
+  colonne->setSpacing(0);
+  partage_ = new QSplitter;
+  arbre_ = new QTreeView;
+  arbre_->setObjectName("TV");
+  arbre_->setHeaderHidden(true);
+  arbre_->setUniformRowHeights(true);
+  arbre_->setContextMenuPolicy(Qt::CustomContextMenu);
+  arbre_->setModel(&modele_arbre_);
+  liste_ = new QTreeView;
+  liste_->setObjectName("LV");
+  liste_->setRootIsDecorated(false);
+  liste_->setUniformRowHeights(true);
+  liste_->setAllColumnsShowFocus(true);
+  liste_->setExpandsOnDoubleClick(false);
+  liste_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+  liste_->setContextMenuPolicy(Qt::CustomContextMenu);
+  liste_->setModel(&modele_liste_);
+  liste_->header()->setSectionsClickable(true);
+  liste_->header()->setSectionsMovable(false);
+  liste_->header()->setStretchLastSection(false);
+  partage_->addWidget(arbre_);
+  partage_->addWidget(liste_);
+  partage_->setStretchFactor(1, 1);
+  colonne->addWidget(partage_, 1);
+  jauge_ = new Jauge;
+  jauge_->setObjectName("PB");
+  colonne->addWidget(jauge_);
+  setCentralWidget(centre);
+
+  auto *barre = statusBar();
+  barre->setObjectName("Barre");
+  for (std::size_t i = 0; i < panneaux_.size(); ++i) {
+    auto *panneau = new QLabel;
+    panneau->setObjectName(QString("Panneau%1").arg(i));
+    panneau->setMinimumWidth(kLargeursPanneaux[i]);
+    panneau->setContentsMargins(4, 0, 4, 0);
+    barre->addWidget(panneau, i + 1 == panneaux_.size() ? 1 : 0);
+    panneaux_[i] = panneau;
+  }
+}
+
+void TVarnion::construit_menus() {
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes()) {
+    if (conteneur.genre == LieuCommandes::outils) {
+      auto *barre = new QToolBar(this);
+      barre->setObjectName(conteneur.nom);
+      barre->setMovable(false);
+      barre->setIconSize({kCoteOutils, kCoteOutils});
+      barre->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+      addToolBar(barre);
+      barres_.insert(conteneur.nom, barre);
+      continue;
+    }
+    auto *menu = new QMenu(this);
+    menu->setObjectName(conteneur.nom);
+    menu->menuAction()->setObjectName(conteneur.nom);
+    menus_.insert(conteneur.nom, menu);
+    if (conteneur.genre != LieuCommandes::menu) continue;
+    menuBar()->addMenu(menu);
+    connect(menu, &QMenu::aboutToShow, this, &TVarnion::rafraichit_commandes);
+  }
+  for (const Commande &commande : commandes())
+    if (commande.faite()) construit_commande(commande);
+  // The button that steps through the views drops the menu that names them.
+  auto *vue = qobject_cast<QToolButton *>(barres_["BarreProj"]->widgetForAction(actions_["ModeVue"]));
+  vue->setPopupMode(QToolButton::MenuButtonPopup);
+  vue->setMenu(menus_["Maff1"]);
+}
+
+void TVarnion::construit_commande(const Commande &commande) {
+  QAction *action = nullptr;
+  if (commande.operation == Operation::sous_menu) {
+    auto *menu = new QMenu(this);
+    menu->setObjectName(commande.nom);
+    menus_.insert(commande.nom, menu);
+    action = menu->menuAction();
+  } else {
+    action = new QAction(this);
+    connect(action, &QAction::triggered, this, [this, &commande] { execute(commande); });
+  }
+  action->setObjectName(commande.nom);
+  action->setMenuRole(QAction::NoRole);
+  if (*commande.touche != '\0') action->setShortcut(QKeySequence(commande.touche));
+  actions_.insert(commande.nom, action);
+  if (QToolBar *barre = barres_.value(commande.parent)) {
+    if (commande.separe) barre->addSeparator();
+    barre->addAction(action);
+    barre->widgetForAction(action)->setObjectName(commande.nom);
+  } else if (QMenu *menu = menus_.value(commande.parent)) {
+    if (commande.separe && !menu->isEmpty()) menu->addSeparator();
+    menu->addAction(action);
+  } else {
+    addAction(action);
+  }
+}
+
+void TVarnion::branche_panneaux() {
+  connect(arbre_->selectionModel(), &QItemSelectionModel::currentChanged, this,
+          [this](const QModelIndex &index) {
+            depuis_liste_ = false;
+            if (index.isValid() && modele_arbre_.id(index) != dossier_)
+              affiche_dossier(modele_arbre_.id(index));
+            rafraichit_commandes();
+          });
+  connect(arbre_, &QTreeView::clicked, this, [this] { depuis_liste_ = false; });
+  connect(arbre_, &QWidget::customContextMenuRequested, this, [this](const QPoint &point) {
+    depuis_liste_ = false;
+    montre_popup(LieuCommandes::contextuel_arbre, arbre_->viewport(), point);
+  });
+  connect(liste_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+    depuis_liste_ = liste_->selectionModel()->hasSelection();
+    rafraichit_commandes();
+  });
+  connect(liste_, &QTreeView::activated, this, &TVarnion::ouvre_ligne);
+  connect(liste_, &QWidget::customContextMenuRequested, this, [this](const QPoint &point) {
+    depuis_liste_ = true;
+    montre_popup(LieuCommandes::contextuel_liste, liste_->viewport(), point);
+  });
+  connect(liste_->header(), &QHeaderView::sectionClicked, this, [this](int colonne) {
+    modele_liste_.clique_colonne(colonne);
+    const auto tri = modele_liste_.tri();
+    liste_->header()->setSortIndicator(tri->colonne,
+                                       tri->descendant ? Qt::DescendingOrder : Qt::AscendingOrder);
+    liste_->header()->setSortIndicatorShown(true);
+  });
+  connect(&operations_, &OperationsQt::etat, this, [this](const QString &texte) {
+    texte.isEmpty() ? statusBar()->clearMessage() : statusBar()->showMessage(texte);
+  });
+  connect(&operations_, &OperationsQt::avance, this, [this](quint64 fait, quint64 total) {
+    if (mode_ != kModePartition) return;
+    jauge_->montre_avance(fait, total);
+    jauge_->setVisible(total > 0);
+  });
+}
+
+void TVarnion::montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &point) {
+  rafraichit_commandes();
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes()) {
+    if (conteneur.genre != lieu || (conteneur.modes >> mode_ & 1U) == 0) continue;
+    QMenu *menu = menus_[conteneur.nom];
+    if (!menu->isEmpty()) menu->popup(panneau->mapToGlobal(point));
+  }
+}
+
+// --- what is kept
+
+void TVarnion::restaure() {
+  const RectFenetre &rect = reglages().rect;
+  setGeometry(rect.gauche, rect.haut, rect.largeur, rect.hauteur);
+  for (int i = 0; i < kColonnes; ++i) {
+    const int largeur = reglages().colonnes[static_cast<std::size_t>(i)];
+    liste_->setColumnHidden(i, largeur <= 0);
+    if (largeur > 0) liste_->setColumnWidth(i, largeur);
+  }
+  arbre_->setVisible(rect.arbre > 0);
+  if (rect.arbre > 0) partage_->setSizes({rect.arbre, rect.largeur - rect.arbre});
+  const bool montrees = (etat<OptionsProgramme>().options & kOptionSansBarre) == 0;
+  barre_visible_.fill(montrees);
+}
+
+void TVarnion::retient() {
+  const QRect rect = isMaximized() || isFullScreen() ? normalGeometry() : geometry();
+  const int arbre = arbre_->isHidden() ? 0 : partage_->sizes().value(0);
+  reglages().rect = {rect.x(), rect.y(), rect.width(), rect.height(), arbre};
+  for (int i = 0; i < kColonnes; ++i)
+    reglages().colonnes[static_cast<std::size_t>(i)] = liste_->isColumnHidden(i) ? 0 : liste_->columnWidth(i);
+}
+
+void TVarnion::closeEvent(QCloseEvent *evenement) {
+  if (operations_.occupe() || !ferme_document(true)) {
+    evenement->ignore();
+    return;
+  }
+  retient();
+  ecrire_options(mode_);
+  evenement->accept();
+}
+
+// --- texts and icons
+
+void TVarnion::retraduit() {
+  if (traduction_) QCoreApplication::removeTranslator(traduction_.get());
+  traduction_.reset();
+  if (base_langue() == kLangueFrancais) {
+    traduction_ = std::make_unique<QTranslator>();
+    if (traduction_->load("qtbase_fr", QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+      QCoreApplication::installTranslator(traduction_.get());
+  }
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes()) {
+    if (conteneur.genre != LieuCommandes::menu) continue;
+    menus_[conteneur.nom]->setTitle(chaine_qt(conteneur.legende));
+    menus_[conteneur.nom]->menuAction()->setStatusTip(chaine_qt(conteneur.indice).mid(1));
+  }
+  for (const Commande &commande : commandes()) {
+    QAction *action = actions_.value(commande.nom);
+    if (action == nullptr) continue;
+    if (commande.legende != 0) action->setText(chaine_qt(commande.legende));
+    if (commande.indice == 0) continue;
+    const QString indice = chaine_qt(commande.indice);
+    const bool etat = indice.startsWith('.');
+    action->setStatusTip(etat ? indice.mid(1) : indice);
+    action->setToolTip(etat ? QString() : indice);
+  }
+  modele_liste_.retraduit();
+  rafraichit_recents();
+  rafraichit_etat();
+  rafraichit_jauge();
+}
+
+void TVarnion::pose_icones() {
+  const QColor trait = palette().color(QPalette::ButtonText);
+  for (const Commande &commande : commandes())
+    if (QAction *action = actions_.value(commande.nom); action != nullptr && *commande.icone != '\0')
+      action->setIcon(icone(commande.icone, trait));
+  const QColor encre(Qt::black);
+  setWindowIcon(icone("varnion", encre));
+  modele_arbre_.icones(icone("racine", encre), icone("dossier", encre));
+  modele_liste_.icones({icone("dossier", encre), icone("fichier", encre), icone("fichier_iso", encre),
+                        icone("fichier_hfs", encre)});
+  rafraichit_coches();
+}
+
+void TVarnion::changeEvent(QEvent *evenement) {
+  QMainWindow::changeEvent(evenement);
+  if (evenement->type() == QEvent::PaletteChange && jauge_ != nullptr) pose_icones();
+}
+
+}  // namespace varnion

@@ -1,0 +1,348 @@
+// What each command does, and when it is shown, enabled and checked.
+
+#include <algorithm>
+#include <cerrno>
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QItemSelectionModel>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QTreeView>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include "app/noyau/actions_projet.hpp"
+#include "app/noyau/reglages.hpp"
+#include "app/noyau/routage.hpp"
+#include "app/qt/icones.hpp"
+#include "app/qt/operations_qt.hpp"
+#include "app/qt/texte_qt.hpp"
+#include "app/qt/tvarnion.hpp"
+#include "fichiers/copie_vers_pc.hpp"
+#include "fichiers/mode_copie.hpp"
+#include "hfs/catalogue.hpp"
+#include "IO/dossier_sortie.hpp"
+#include "IO/etat.hpp"
+#include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
+#include "noms/regles.hpp"
+#include "projet/signatures.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr int kFermer = 1000;
+constexpr int kAPropos = 2101;
+constexpr int kCibleFermee = 6872;
+constexpr int kTitreCible = 7013;
+constexpr int kSansGestionnaire = 7014;
+constexpr int kVersion = 7016;
+constexpr int kDevise = 7017;
+constexpr int kCopies = 7019;
+constexpr int kDureeBilan = 8000;  // milliseconds
+constexpr std::size_t kCheminMessage = 50;
+
+// The question before a copy mode; 0 for none.
+int question_copie(int mode) {
+  switch (mode) {
+    case kCopieRessource:
+      return 1141;
+    case kCopieMacBinaire:
+      return 1140;
+    case kCopieAppleDouble:
+      return 1142;
+    case kCopieAppleSingle:
+      return 1143;
+    default:
+      return 0;
+  }
+}
+
+int mode_copie_choisi() {
+  return static_cast<int>(mode_copie() & kMasqueModeCopie);
+}
+
+const char *icone_vue(int vue) {
+  if (vue == kVueIso) return "vue_iso";
+  return vue == kVueHfs ? "vue_hfs" : "vue_hybride";
+}
+
+std::optional<std::string> extension(std::string_view signature) {
+  const EntreeSignature *ligne = extension_de_signature(signature);
+  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
+}
+
+}  // namespace
+
+void TVarnion::execute(const Commande &commande) {
+  if (operations_.occupe() || !permise(commande.condition, etat_commandes())) return;
+  switch (commande.operation) {
+    case Operation::nouveau:
+      return nouveau();
+    case Operation::ouvrir:
+      return ouvrir();
+    case Operation::enregistrer:
+      return enregistrer();
+    case Operation::enregistrer_sous:
+      static_cast<void>(enregistrer_sous());
+      return;
+    case Operation::fermer:
+      static_cast<void>(ferme_document(true));
+      return;
+    case Operation::recent:
+      return ouvre_recent(commande.valeur);
+    case Operation::quitter:
+      close();
+      return;
+    case Operation::copier_vers_pc:
+      return copie_vers_le_pc();
+    case Operation::tout_selectionner:
+      return liste_->selectAll();
+    case Operation::inverser:
+      return inverse_selection();
+    case Operation::explorateur:
+      return ouvre_gestionnaire();
+    case Operation::choisir_mode:
+      if (commande.valeur != mode_ && ferme_document(true)) changer_mode(commande.valeur);
+      return rafraichit_coches();
+    case Operation::mode_suivant:
+      if (ferme_document(true)) changer_mode((mode_ + 1) % 3);
+      return;
+    case Operation::choisir_vue:
+      if (commande.valeur != vue_) change_vue(commande.valeur);
+      return rafraichit_coches();
+    case Operation::vue_suivante:
+      return change_vue((vue_ + 1) % 3);
+    case Operation::barre_outils:
+      return bascule_barre();
+    case Operation::choisir_copie:
+      return choisit_copie(commande.valeur);
+    case Operation::choisir_langue:
+      return choisit_langue(commande.valeur);
+    case Operation::a_propos:
+      return montre_a_propos();
+    case Operation::dossier_pere:
+      return dossier_pere();
+    case Operation::actualiser:
+      return actualise();
+    case Operation::aucune:
+    case Operation::sous_menu:
+      return;
+  }
+}
+
+// --- enablement
+
+EtatCommandes TVarnion::etat_commandes() const {
+  EtatCommandes etat;
+  etat.document = document_ouvert();
+  etat.nomme = projet_ && !projet_->sans_nom();
+  etat.lecture_seule = mode_ == kModePartition && support().lecture_seule;
+  etat.hybridation = hybridation_;
+  const QModelIndex noeud = arbre_->currentIndex();
+  etat.selection_arbre = noeud.isValid();
+  etat.noeud_racine = noeud.isValid() && !noeud.parent().isValid();
+  etat.selection_liste = liste_->selectionModel()->hasSelection();
+  etat.dossier_racine = dossier_ == 0 || dossier_ == racine();
+  const QMimeData *presse_papiers = QApplication::clipboard()->mimeData();
+  etat.presse_papiers = presse_papiers != nullptr && presse_papiers->hasUrls();
+  etat.recents = !reglages().recents[static_cast<std::size_t>(mode_)].empty();
+  return etat;
+}
+
+void TVarnion::rafraichit_commandes() {
+  const EtatCommandes etat = etat_commandes();
+  const auto &recents = reglages().recents[static_cast<std::size_t>(mode_)];
+  for (const Commande &commande : commandes()) {
+    QAction *action = actions_.value(commande.nom);
+    if (action == nullptr) continue;
+    bool montree = commande.montree(mode_);
+    if (commande.operation == Operation::recent)
+      montree = montree && static_cast<std::size_t>(commande.valeur) < recents.size();
+    action->setVisible(montree);
+    action->setEnabled(montree && permise(commande.condition, etat));
+  }
+}
+
+void TVarnion::rafraichit_coches() {
+  const QColor trait = palette().color(QPalette::ButtonText);
+  for (const Commande &commande : commandes()) {
+    QAction *action = actions_.value(commande.nom);
+    if (action == nullptr) continue;
+    std::optional<bool> cochee;
+    if (commande.operation == Operation::choisir_mode) cochee = commande.valeur == mode_;
+    if (commande.operation == Operation::choisir_vue) cochee = commande.valeur == vue_;
+    if (commande.operation == Operation::choisir_langue) cochee = commande.valeur == base_langue();
+    if (commande.operation == Operation::choisir_copie) cochee = commande.valeur == mode_copie_choisi();
+    if (commande.operation == Operation::barre_outils)
+      cochee = !barre_visible_[static_cast<std::size_t>(mode_)];
+    if (commande.operation == Operation::vue_suivante) action->setIcon(icone(icone_vue(vue_), trait));
+    if (!cochee) continue;
+    action->setCheckable(true);
+    action->setChecked(*cochee);
+  }
+}
+
+void TVarnion::rafraichit_titre() {
+  const std::string chemin = chemin_document();
+  const std::size_t barre = chemin.find_last_of("/\\");
+  const QString nom = vers_qt(barre == std::string::npos ? chemin : chemin.substr(barre + 1));
+  setWindowTitle(nom.isEmpty() ? QString("Varnion") : nom + " [Varnion]");
+}
+
+void TVarnion::rafraichit_recents() {
+  const auto &recents = reglages().recents[static_cast<std::size_t>(mode_)];
+  for (const Commande &commande : commandes()) {
+    if (commande.operation != Operation::recent || !commande.montree(mode_)) continue;
+    const auto rang = static_cast<std::size_t>(commande.valeur);
+    if (rang >= recents.size()) continue;
+    QString chemin = vers_qt(recents[rang]);
+    actions_[commande.nom]->setText(QString("&%1. %2").arg(rang + 1).arg(chemin.replace('&', "&&")));
+  }
+  rafraichit_commandes();
+}
+
+// --- work
+
+void TVarnion::choisit_langue(int base) {
+  if (base != base_langue()) {
+    fixer_base_langue(base);
+    retraduit();
+  }
+  rafraichit_coches();
+}
+
+void TVarnion::choisit_copie(int valeur) {
+  const int question = question_copie(valeur);
+  const bool deja = valeur == mode_copie_choisi();
+  if (deja || question == 0 || operations().demander_oui_non(charger_chaine(question)) != 0)
+    mode_copie() = (mode_copie() & ~kMasqueModeCopie) | static_cast<std::uint32_t>(valeur);
+  rafraichit_coches();
+}
+
+void TVarnion::bascule_barre() {
+  bool &visible = barre_visible_[static_cast<std::size_t>(mode_)];
+  visible = !visible;
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes())
+    if (conteneur.genre == LieuCommandes::outils && (conteneur.modes >> mode_ & 1U) != 0)
+      barres_[conteneur.nom]->setVisible(visible);
+  rafraichit_coches();
+}
+
+void TVarnion::inverse_selection() {
+  if (modele_liste_.rowCount() == 0) return;
+  const QItemSelection tout(modele_liste_.index(0, 0),
+                            modele_liste_.index(modele_liste_.rowCount() - 1, kColonnes - 1));
+  liste_->selectionModel()->select(tout, QItemSelectionModel::Toggle);
+}
+
+void TVarnion::ouvre_gestionnaire() {
+  const std::string &dossier = reglages().reper;
+  const QString lieu = dossier.empty() ? QDir::homePath() : vers_qt(dossier);
+  if (!QDesktopServices::openUrl(QUrl::fromLocalFile(lieu)))
+    operations().afficher_erreur(charger_chaine(kSansGestionnaire));
+}
+
+void TVarnion::montre_a_propos() {
+  QDialog forme(this);
+  forme.setObjectName("TAPropos");
+  forme.setWindowTitle(chaine_qt(kAPropos));
+  auto *dessin = new QLabel;
+  dessin->setPixmap(windowIcon().pixmap(64));
+  auto *nom = new QLabel("Varnion");
+  QFont grande = nom->font();
+  grande.setPointSizeF(grande.pointSizeF() * 1.6);
+  grande.setBold(true);
+  nom->setFont(grande);
+  auto *version = new QLabel(vers_qt(message(kVersion, {VARNION_VERSION})));
+  auto *devise = new QLabel(chaine_qt(kDevise));
+  auto *boutons = new QDialogButtonBox;
+  boutons->addButton(chaine_qt(kFermer), QDialogButtonBox::AcceptRole);
+  connect(boutons, &QDialogButtonBox::accepted, &forme, &QDialog::accept);
+  auto *textes = new QVBoxLayout;
+  textes->addWidget(nom);
+  textes->addWidget(version);
+  textes->addSpacing(6);
+  textes->addWidget(devise);
+  auto *haut = new QHBoxLayout;
+  haut->setSpacing(18);
+  haut->addWidget(dessin, 0, Qt::AlignTop);
+  haut->addLayout(textes, 1);
+  auto *colonne = new QVBoxLayout(&forme);
+  colonne->setContentsMargins(20, 20, 20, 14);
+  colonne->setSpacing(18);
+  colonne->addLayout(haut);
+  colonne->addWidget(boutons);
+  colonne->setSizeConstraint(QLayout::SetFixedSize);
+  forme.exec();
+}
+
+// The elements that the command acts on: the folder of the tree, never the root, or what is selected in the
+// list, found in one pass over its folder.
+std::vector<ElementMac> TVarnion::elements_choisis() const {
+  std::vector<ElementMac> choisis;
+  if (!depuis_liste_) {
+    const std::uint32_t id = modele_arbre_.id(arbre_->currentIndex());
+    if (id == 0 || id == racine()) return choisis;
+    if (auto dossier = element_par_id(id)) choisis.push_back(std::move(*dossier));
+    return choisis;
+  }
+  QHash<std::uint32_t, int> rangs;
+  for (const QModelIndex &index : liste_->selectionModel()->selectedRows())
+    rangs.insert(modele_liste_.ligne(index.row()).id, index.row());
+  static_cast<void>(liste_dossier(dossier_, [&](const ElementMac &element) {
+    if (rangs.contains(element.id)) choisis.push_back(element);
+    return true;
+  }));
+  std::stable_sort(choisis.begin(), choisis.end(), [&rangs](const ElementMac &a, const ElementMac &b) {
+    return rangs.value(a.id) < rangs.value(b.id);
+  });
+  return choisis;
+}
+
+void TVarnion::copie_vers_le_pc() {
+  const std::vector<ElementMac> elements = elements_choisis();
+  if (elements.empty()) return;
+  const QString choisi = demandes.dossier(kTitreCible, vers_qt(reglages().reper));
+  if (choisi.isEmpty()) return;
+  const auto chemin = chemin_argument(choisi.toStdString());
+  if (!chemin) return;
+  const auto cible = DossierSortie::ouvre(*chemin);
+  if (!cible) {
+    const std::string raison = plateforme::texte_erreur(errno);
+    operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));
+    return;
+  }
+  reglages().reper = *chemin + (chemin->ends_with('/') ? "" : "/");
+  static_cast<void>(enregistre_reglage("Reper"));
+
+  OptionsCopiePc options;
+  options.nommage = mode_nommage(etat<OptionsProgramme>().options);
+  options.extension = extension;
+  options.suivi = [](const BilanCopiePc &) { static_cast<void>(operations().arret_demande()); };
+  CopieVersPc copie(std::move(options));
+  {
+    const Attente attente;
+    for (const ElementMac &element : elements)
+      if (!copie.copie_vers_pc(element, *cible) && copie.bilan().arret) break;
+  }
+  operations().afficher_etat({}, {});
+  const BilanCopiePc &bilan = copie.bilan();
+  statusBar()->showMessage(
+      vers_qt(message(kCopies, {bilan.copies, bilan.dossiers, bilan.sautes, bilan.echecs})), kDureeBilan);
+  rafraichit_commandes();
+}
+
+}  // namespace varnion
