@@ -1,5 +1,7 @@
 #include "app/qt/tvarnion.hpp"
 
+#include <algorithm>
+
 #include <QAction>
 #include <QActionGroup>
 #include <QCloseEvent>
@@ -32,6 +34,9 @@ namespace varnion {
 namespace {
 
 constexpr std::uint32_t kOptionSansBarre = 0x80;  // word `Options`: no tool bar
+constexpr double kHauteurDessin = 13;             // pixels
+constexpr std::uint32_t kDateLarge = 3061138088;  // 2000-12-31 22:08:08
+constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
 constexpr int kCoteOutils = 20;                   // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
@@ -225,11 +230,25 @@ void TVarnion::montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &
 
 // --- what is kept
 
+// The sizes that the settings begin with were drawn for letters of kHauteurDessin pixels. As long as the user
+// has none of his own they follow the font, and a date is seen whole.
 void TVarnion::restaure() {
-  const RectFenetre &rect = reglages().rect;
+  RectFenetre rect = reglages().rect;
+  const Reglages neufs;
+  const double echelle = std::max(1.0, fontMetrics().height() / kHauteurDessin);
+  const auto agrandi = [echelle](int taille) { return static_cast<int>(taille * echelle); };
+  if (rect.largeur == neufs.rect.largeur && rect.hauteur == neufs.rect.hauteur &&
+      rect.arbre == neufs.rect.arbre) {
+    rect.largeur = agrandi(rect.largeur);
+    rect.hauteur = agrandi(rect.hauteur);
+    rect.arbre = agrandi(rect.arbre);
+  }
   setGeometry(rect.gauche, rect.haut, rect.largeur, rect.hauteur);
+  const bool neuves = reglages().colonnes == neufs.colonnes;
+  const int date = liste_->fontMetrics().horizontalAdvance(date_liste(kDateLarge, false)) + kMargeCellule;
   for (int i = 0; i < kColonnes; ++i) {
-    const int largeur = reglages().colonnes[static_cast<std::size_t>(i)];
+    int largeur = reglages().colonnes[static_cast<std::size_t>(i)];
+    if (neuves) largeur = i == 4 || i == 5 ? std::max(agrandi(largeur), date) : agrandi(largeur);
     liste_->setColumnHidden(i, largeur <= 0);
     if (largeur > 0) liste_->setColumnWidth(i, largeur);
   }
