@@ -35,7 +35,7 @@ namespace {
 
 constexpr std::uint32_t kOptionSansBarre = 0x80;  // word `Options`: no tool bar
 constexpr double kHauteurDessin = 13;             // pixels
-constexpr std::uint32_t kDateLarge = 3061138088;  // 2000-12-31 22:08:08
+constexpr std::uint32_t kDateLarge = 3061145288;  // 2000-12-31 22:08:08
 constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
 constexpr int kCoteOutils = 20;                   // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
