@@ -23,6 +23,7 @@ constexpr int kCompressee = 6875;             // image
 constexpr std::uint16_t kInvisible = 0x4000;  // kIsInvisible of the Finder flags
 constexpr std::size_t kProfondeurMax = 400;   // levels; a Macintosh path rarely has ten
 constexpr std::size_t kCheminMessage = 200;
+constexpr double kPasBarre = 0.1;  // seconds between two bars
 
 std::string texte(std::string_view utf8) {
   return plateforme::utf8_vers_texte(utf8);
@@ -88,7 +89,18 @@ VolumeOuvert::VolumeOuvert(ContexteCli &contexte, std::string_view image, AccesV
       return;
     }
   }
+  Console &console = contexte.console;
+  const double debut = plateforme::chronometre();
+  options.progression = [&console, debut, dernier = debut](std::uint64_t fait, std::uint64_t total) mutable {
+    const double maintenant = plateforme::chronometre();
+    if (maintenant - dernier >= kPasBarre && !console.options.silencieux) {
+      dernier = maintenant;
+      console.barre(barre_avancement({fait, total, maintenant - debut}, {}, console.options.colonnes));
+    }
+    return !console.arret_demande();
+  };
   const EtatOuverture ouverture = ouvrir_partition(*chemin, options);
+  console.barre({});
   ouvert_ = ouverture == EtatOuverture::montee;
   if (ouverture == EtatOuverture::eparse)
     operations().afficher_erreur(message(kTexteEparse, {tronque_chemin(*chemin, kCheminMessage)}));

@@ -39,9 +39,10 @@ class Console final : public Operations {
   bool annoncer_retenir(std::string_view texte) override;
   void afficher_etat(std::string_view texte, std::string_view second) override;
   void afficher_etat_seul(std::string_view texte) override;
-  void progression_debut(std::uint64_t /*pas*/) override {}
-  void progression_pas(std::uint64_t /*pas*/) override {}
-  void progression_fin() override {}
+  /// The gauge: a bar, on a terminal only. A step is 64 sectors for all that counts by it.
+  void progression_debut(std::uint64_t pas) override;
+  void progression_pas(std::uint64_t pas) override;
+  void progression_fin() override;
   void curseur_attente_debut() override {}
   void curseur_attente_fin() override {}
   void journal(GenreJournal genre, std::string_view texte) override;
@@ -62,6 +63,10 @@ class Console final : public Operations {
   std::ostream &messages_;
   std::istream &reponses_;
   std::uint64_t erreurs_ = 0;
+  struct Jauge {
+    std::uint64_t faits = 0, total = 0;  ///< steps
+    double debut = 0, dernier = 0;
+  } jauge_;
   std::size_t barre_ = 0;  ///< columns of the bar on the screen
 };
 

@@ -65,6 +65,25 @@ std::string barre_avancement(const Avancement &a, std::string_view nom, int colo
   return barre;
 }
 
+void Console::progression_debut(std::uint64_t pas) {
+  const double maintenant = plateforme::chronometre();
+  jauge_ = {0, pas, maintenant, maintenant};
+}
+
+void Console::progression_pas(std::uint64_t pas) {
+  constexpr std::uint64_t kOctetsPas = 64 * 512;
+  jauge_.faits += pas;
+  const double maintenant = plateforme::chronometre();
+  if (!options.terminal || options.silencieux || maintenant - jauge_.dernier < kPasBarre) return;
+  jauge_.dernier = maintenant;
+  barre(barre_avancement({jauge_.faits * kOctetsPas, jauge_.total * kOctetsPas, maintenant - jauge_.debut},
+                         {}, options.colonnes));
+}
+
+void Console::progression_fin() {
+  if (jauge_.dernier > jauge_.debut) barre({});
+}
+
 SuiviConsole::SuiviConsole(Console &console, std::uint64_t total)
     : console_(console), total_(total), debut_(plateforme::chronometre()), dernier_(debut_) {}
 
