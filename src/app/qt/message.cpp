@@ -22,6 +22,17 @@ constexpr int kNon = 1044;
 constexpr int kLargeurTexte = 480;
 constexpr int kCoteIcone = 32;
 
+QStyle::StandardPixmap dessin_de(FormeMessage::Genre genre) {
+  switch (genre) {
+    case FormeMessage::Genre::erreur:
+      return QStyle::SP_MessageBoxWarning;
+    case FormeMessage::Genre::question:
+      return QStyle::SP_MessageBoxQuestion;
+    default:
+      return QStyle::SP_MessageBoxInformation;
+  }
+}
+
 }  // namespace
 
 FormeMessage::FormeMessage(QWidget *parent, const QString &nom, const QString &texte, const Choix &choix)
@@ -30,8 +41,7 @@ FormeMessage::FormeMessage(QWidget *parent, const QString &nom, const QString &t
   setWindowTitle("Varnion");
   const bool question = choix.genre == Genre::question;
   auto *dessin = new QLabel;
-  const auto genre = question ? QStyle::SP_MessageBoxQuestion : QStyle::SP_MessageBoxInformation;
-  dessin->setPixmap(style()->standardIcon(genre).pixmap(kCoteIcone));
+  dessin->setPixmap(style()->standardIcon(dessin_de(choix.genre)).pixmap(kCoteIcone));
   dessin->setAlignment(Qt::AlignTop);
   auto *message = new QLabel(texte);
   message->setObjectName("texte");

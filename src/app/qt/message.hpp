@@ -9,7 +9,7 @@ namespace varnion {
 /// The message forms: a text with one button or two, and the box that keeps the answer where it is wanted.
 class FormeMessage final : public QDialog {
  public:
-  enum class Genre { information, question };
+  enum class Genre { information, erreur, question };
   struct Choix {
     Genre genre = Genre::information;
     bool toujours = false;  ///< with the box 1042

@@ -12,7 +12,6 @@
 #include <QVBoxLayout>
 
 #include "app/noyau/journal.hpp"
-#include "app/qt/message.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "noms/regles.hpp"
 
@@ -108,12 +107,13 @@ void OperationsQt::sur_fil_principal(const std::function<void()> &travail) {
 
 // --- messages
 
-int OperationsQt::montre(const char *nom, std::string_view texte, int genre, bool *toujours, int duree) {
+int OperationsQt::montre(const char *nom, std::string_view texte, FormeMessage::Genre genre, bool *toujours,
+                         int duree) {
   int reponse = 0;
   sur_fil_principal([&] {
     const CurseurLibre libre(occupe_);
     FormeMessage::Choix choix;
-    choix.genre = static_cast<FormeMessage::Genre>(genre);
+    choix.genre = genre;
     choix.toujours = toujours != nullptr;
     choix.duree = duree;
     QWidget *parent = QApplication::activeModalWidget();
@@ -127,22 +127,22 @@ int OperationsQt::montre(const char *nom, std::string_view texte, int genre, boo
 
 void OperationsQt::afficher_erreur(std::string_view texte) {
   ecrit_journal(GenreJournal::erreur, texte);
-  static_cast<void>(montre("TMessOK", texte, 0, nullptr, 0));
+  static_cast<void>(montre("TMessOK", texte, FormeMessage::Genre::erreur));
 }
 
 void OperationsQt::afficher_avis(std::string_view texte) {
-  static_cast<void>(montre("TMessOK", texte, 0, nullptr, kDureeAvis));
+  static_cast<void>(montre("TMessOK", texte, FormeMessage::Genre::information, nullptr, kDureeAvis));
 }
 
 // A stop that is pending is what the question is about: the answer settles it.
 int OperationsQt::demander_oui_non(std::string_view texte) {
   sur_fil_principal([this] { arret_ = false; });
-  return montre("TMessON", texte, 1, nullptr, 0);
+  return montre("TMessON", texte, FormeMessage::Genre::question);
 }
 
 int OperationsQt::demander_tous(std::string_view texte) {
   bool toujours = false;
-  const int oui = montre("TMessONT", texte, 1, &toujours, 0);
+  const int oui = montre("TMessONT", texte, FormeMessage::Genre::question, &toujours);
   if (!toujours) return oui;
   return oui != 0 ? 2 : -1;
 }
@@ -158,7 +158,7 @@ bool OperationsQt::demander_nom(std::string_view legende, std::string &nom, std:
 
 bool OperationsQt::annoncer_retenir(std::string_view texte) {
   bool toujours = false;
-  static_cast<void>(montre("TMessAnn", texte, 0, &toujours, 0));
+  static_cast<void>(montre("TMessAnn", texte, FormeMessage::Genre::information, &toujours));
   return toujours;
 }
 

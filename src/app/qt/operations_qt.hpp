@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QWidget>
 
+#include "app/qt/message.hpp"
 #include "IO/operations.hpp"
 
 namespace varnion {
@@ -54,7 +55,8 @@ class OperationsQt final : public QObject, public Operations {
 
  private:
   void sur_fil_principal(const std::function<void()> &travail);
-  [[nodiscard]] int montre(const char *nom, std::string_view texte, int genre, bool *toujours, int duree);
+  [[nodiscard]] int montre(const char *nom, std::string_view texte, FormeMessage::Genre genre,
+                           bool *toujours = nullptr, int duree = 0);
   void respire();
 
   QPointer<QWidget> fenetre_;

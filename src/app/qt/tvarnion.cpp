@@ -1,6 +1,7 @@
 #include "app/qt/tvarnion.hpp"
 
 #include <algorithm>
+#include <numeric>
 
 #include <QAction>
 #include <QActionGroup>
@@ -12,8 +13,10 @@
 #include <QLibraryInfo>
 #include <QMenu>
 #include <QMenuBar>
+#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QToolBar>
 #include <QToolButton>
 #include <QTranslator>
@@ -59,6 +62,18 @@ DemandesFichiers demandes_du_systeme(QWidget *fenetre) {
   return demandes;
 }
 
+// Numbers at the right edge of their cell keep clear of the next column.
+class DelegueListe final : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+
+ protected:
+  void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override {
+    QStyledItemDelegate::initStyleOption(option, index);
+    if ((option->displayAlignment & Qt::AlignRight) != 0) option->text += QChar(0x2002);
+  }
+};
+
 }  // namespace
 
 TVarnion::TVarnion(OperationsQt &operations, QWidget *parent) : QMainWindow(parent), operations_(operations) {
@@ -101,6 +116,7 @@ void TVarnion::construit_panneaux() {
   liste_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   liste_->setContextMenuPolicy(Qt::CustomContextMenu);
   liste_->setModel(&modele_liste_);
+  liste_->setItemDelegate(new DelegueListe(liste_));
   liste_->header()->setSectionsClickable(true);
   liste_->header()->setSectionsMovable(false);
   liste_->header()->setStretchLastSection(false);
@@ -163,6 +179,13 @@ void TVarnion::construit_commande(const Commande &commande) {
   } else {
     action = new QAction(this);
     connect(action, &QAction::triggered, this, [this, &commande] { execute(commande); });
+  }
+  // One of several: a group makes them radio items.
+  if (commande.operation == Operation::choisir_mode || commande.operation == Operation::choisir_vue ||
+      commande.operation == Operation::choisir_copie || commande.operation == Operation::choisir_langue) {
+    QActionGroup *&groupe = groupes_[commande.parent];
+    if (groupe == nullptr) groupe = new QActionGroup(this);
+    groupe->addAction(action)->setCheckable(true);
   }
   action->setObjectName(commande.nom);
   action->setMenuRole(QAction::NoRole);
@@ -231,31 +254,35 @@ void TVarnion::montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &
 // --- what is kept
 
 // The sizes that the settings begin with were drawn for letters of kHauteurDessin pixels. As long as the user
-// has none of his own they follow the font, and a date is seen whole.
+// has none of his own they follow the font, a date is seen whole, and the window shows all columns.
 void TVarnion::restaure() {
   RectFenetre rect = reglages().rect;
+  auto colonnes = reglages().colonnes;
   const Reglages neufs;
   const double echelle = std::max(1.0, fontMetrics().height() / kHauteurDessin);
   const auto agrandi = [echelle](int taille) { return static_cast<int>(taille * echelle); };
+  if (colonnes == neufs.colonnes) {
+    const int date = liste_->fontMetrics().horizontalAdvance(date_liste(kDateLarge, false)) + kMargeCellule;
+    for (int &largeur : colonnes) largeur = agrandi(largeur);
+    for (const std::size_t i : {4U, 5U}) colonnes[i] = std::max(colonnes[i], date);
+  }
   if (rect.largeur == neufs.rect.largeur && rect.hauteur == neufs.rect.hauteur &&
       rect.arbre == neufs.rect.arbre) {
-    rect.largeur = agrandi(rect.largeur);
-    rect.hauteur = agrandi(rect.hauteur);
+    const QSize place = screen()->availableSize() * 0.9;
+    const int toutes = std::accumulate(colonnes.begin(), colonnes.end(), 0) + 2 * kMargeCellule;
     rect.arbre = agrandi(rect.arbre);
+    rect.largeur = std::min(rect.arbre + toutes, place.width());
+    rect.hauteur = std::min(agrandi(rect.hauteur), place.height());
   }
   setGeometry(rect.gauche, rect.haut, rect.largeur, rect.hauteur);
-  const bool neuves = reglages().colonnes == neufs.colonnes;
-  const int date = liste_->fontMetrics().horizontalAdvance(date_liste(kDateLarge, false)) + kMargeCellule;
   for (int i = 0; i < kColonnes; ++i) {
-    int largeur = reglages().colonnes[static_cast<std::size_t>(i)];
-    if (neuves) largeur = i == 4 || i == 5 ? std::max(agrandi(largeur), date) : agrandi(largeur);
+    const int largeur = colonnes[static_cast<std::size_t>(i)];
     liste_->setColumnHidden(i, largeur <= 0);
     if (largeur > 0) liste_->setColumnWidth(i, largeur);
   }
   arbre_->setVisible(rect.arbre > 0);
   if (rect.arbre > 0) partage_->setSizes({rect.arbre, rect.largeur - rect.arbre});
-  const bool montrees = (etat<OptionsProgramme>().options & kOptionSansBarre) == 0;
-  barre_visible_.fill(montrees);
+  barre_visible_.fill((etat<OptionsProgramme>().options & kOptionSansBarre) == 0);
 }
 
 void TVarnion::retient() {

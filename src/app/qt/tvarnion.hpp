@@ -17,6 +17,7 @@
 #include "hfs/catalogue.hpp"
 
 class QAction;
+class QActionGroup;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -137,6 +138,7 @@ class TVarnion final : public QMainWindow {
   QHash<QString, QAction *> actions_;
   QHash<QString, QMenu *> menus_;
   QHash<QString, QToolBar *> barres_;
+  QHash<QString, QActionGroup *> groupes_;  ///< by the menu of their items
   std::array<bool, 3> barre_visible_{true, true, true};
   QSplitter *partage_ = nullptr;
   QTreeView *arbre_ = nullptr;

@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QFileInfo>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTimer>
@@ -170,7 +169,9 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
   options.questions = true;
   options.chemin_sauvegarde = [this]() -> std::optional<std::string> {
     const DialoguesMode &ids = dialogues(kModePartition);
+    QApplication::setOverrideCursor(Qt::ArrowCursor);
     const QString choisi = demandes.enregistrer(kSauverDecompressee, ids.filtre, depart(), ids.extension);
+    QApplication::restoreOverrideCursor();
     if (choisi.isEmpty()) return std::nullopt;
     return chemin_argument(choisi.toStdString());
   };
