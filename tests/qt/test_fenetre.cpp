@@ -1,16 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 #include <QTreeView>
 
@@ -263,6 +267,45 @@ TEST_F(Fenetre, AsksWithTheBoxThatKeepsTheAnswer) {
   EXPECT_EQ(nom, std::string(31, 'n'));
   EXPECT_EQ(messages_, QStringList({"TMessON: a", "TMessONT: b", "TMessON: c", "TMessONT: d",
                                     "TTTronq: ", "TTTronq: "}));
+}
+
+TEST_F(Fenetre, EscReachesTheWorkInHandAndNothingElseDoes) {
+  const auto tape = [this](int touche) {
+    QApplication::postEvent(fenetre_.get(), new QKeyEvent(QEvent::KeyPress, touche, Qt::ControlModifier));
+    QTest::qWait(110);
+  };
+  {
+    const Attente attente;
+    EXPECT_FALSE(operations_->arret_demande());
+    tape(Qt::Key_M);
+    execute("ModePart1");
+    EXPECT_FALSE(fenetre_->close());
+    EXPECT_EQ(fenetre_->mode(), kModeProjet);
+    tape(Qt::Key_Escape);
+    EXPECT_TRUE(operations_->arret_demande());
+    EXPECT_TRUE(operations_->arret_demande());
+    // The answer to the question settles it.
+    EXPECT_EQ(operations_->demander_oui_non("stop?"), 1);
+    EXPECT_FALSE(operations_->arret_demande());
+  }
+  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+  execute("ModePart1");
+  EXPECT_EQ(fenetre_->mode(), kModePartition);
+}
+
+TEST_F(Fenetre, MessagesOfAWorkerWaitForTheirAnswer) {
+  int reponse = 0;
+  QString etat;
+  QObject::connect(operations_.get(), &OperationsQt::etat, [&etat](const QString &texte) { etat = texte; });
+  std::thread ouvrier([this, &reponse] {
+    operations_->afficher_etat("one", "two");
+    reponse = operations_->demander_tous("worker?");
+  });
+  EXPECT_TRUE(QTest::qWaitFor([&reponse] { return reponse != 0; }, 2000));
+  ouvrier.join();
+  EXPECT_EQ(reponse, 1);
+  EXPECT_EQ(etat, "one two");
+  EXPECT_EQ(messages_, QStringList("TMessONT: worker?"));
 }
 
 }  // namespace

@@ -40,6 +40,7 @@ constexpr std::uint32_t kOptionSansBarre = 0x80;  // word `Options`: no tool bar
 constexpr double kHauteurDessin = 13;             // pixels
 constexpr std::uint32_t kDateLarge = 3061145288;  // 2000-12-31 22:08:08
 constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
+constexpr int kLettresArbre = 24;                 // seen of a name in the tree, with its icons
 constexpr int kCoteOutils = 20;                   // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
@@ -270,7 +271,7 @@ void TVarnion::restaure() {
       rect.arbre == neufs.rect.arbre) {
     const QSize place = screen()->availableSize() * 0.9;
     const int toutes = std::accumulate(colonnes.begin(), colonnes.end(), 0) + 2 * kMargeCellule;
-    rect.arbre = agrandi(rect.arbre);
+    rect.arbre = std::max(agrandi(rect.arbre), fontMetrics().averageCharWidth() * kLettresArbre);
     rect.largeur = std::min(rect.arbre + toutes, place.width());
     rect.hauteur = std::min(agrandi(rect.hauteur), place.height());
   }
