@@ -269,6 +269,31 @@ TEST_F(Fenetre, AsksWithTheBoxThatKeepsTheAnswer) {
                                     "TTTronq: ", "TTTronq: "}));
 }
 
+TEST_F(Fenetre, ExpandsACompressedImageAndHidesWhatIsHidden) {
+  const QString copie = bac_.filePath("copie.hfs");
+  fenetre_->demandes.enregistrer = [copie](int titre, int, const QString &, int) {
+    EXPECT_EQ(titre, 1504);
+    return copie;
+  };
+  ASSERT_TRUE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
+  // Expand it, save it, and its only table of blocks is read in the published way.
+  EXPECT_EQ(messages_.size(), 3) << messages_.join("|").toStdString();
+  EXPECT_EQ(fenetre_->chemin_document(), de_qt(copie));
+  EXPECT_EQ(QFileInfo(copie).size(), 10 << 20);
+  EXPECT_FALSE(fenetre_->findChild<QWidget *>("PB")->isVisible());
+  const int montres = panneau("LV")->model()->rowCount();
+  EXPECT_EQ(montres, 3);
+  etat<OptionsProgramme>().options |= 0x100;
+  execute("F5");
+  EXPECT_GT(panneau("LV")->model()->rowCount(), montres);
+  // Given up at the question, nothing is left open.
+  messages_.clear();
+  accepte_ = false;
+  EXPECT_FALSE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
+  EXPECT_EQ(messages_.size(), 1);
+  EXPECT_EQ(fenetre_->windowTitle(), "Varnion");
+}
+
 TEST_F(Fenetre, EscReachesTheWorkInHandAndNothingElseDoes) {
   const auto tape = [this](int touche) {
     QApplication::postEvent(fenetre_.get(), new QKeyEvent(QEvent::KeyPress, touche, Qt::ControlModifier));
