@@ -1,6 +1,7 @@
 #include "IO/fichier.hpp"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -192,6 +193,14 @@ bool fichier_tronquer(const Fichier &fichier, std::uint64_t taille) {
   fichier_seek(fichier, avant >= 0 && avant < nouvelle ? avant : nouvelle, 0);
   errno = erreur;
   return resultat == 0;
+}
+
+bool fichier_verrouille(const Fichier &fichier) {
+  int resultat = -1;
+  do {
+    resultat = ::flock(fichier.descripteur(), LOCK_EX | LOCK_NB);
+  } while (resultat < 0 && errno == EINTR);
+  return resultat == 0 || errno != EWOULDBLOCK;
 }
 
 int fichier_getc(const Fichier &fichier) {

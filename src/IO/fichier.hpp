@@ -66,6 +66,9 @@ std::int64_t fichier_ecrire(const void *tampon, std::size_t taille, std::size_t 
                             const Fichier &fichier);
 /// Sets the end of file; the position is restored when it lay below the new size.
 bool fichier_tronquer(const Fichier &fichier, std::uint64_t taille);
+/// Takes the lock of a file for as long as it is open (flock, exclusive). False when another holds it; true,
+/// too, where the file system has no locks.
+[[nodiscard]] bool fichier_verrouille(const Fichier &fichier);
 /// One byte as 0-255, -1 at the end.
 int fichier_getc(const Fichier &fichier);
 /// One line with its end (LF, CR, CR LF or LF CR), cut after `limite` bytes; nullopt when nothing is left or

@@ -58,9 +58,14 @@ struct PlanImage {
 [[nodiscard]] std::int64_t dernier_bloc_utilise();
 /// Largest size that the bitmap allows; 0 on HFS+.
 [[nodiscard]] std::uint32_t taille_maximale();
+/// Length of the mounted volume's partition by the map, in sectors and in whole MiB; 0 without an entry.
+[[nodiscard]] std::uint64_t secteurs_partition();
+[[nodiscard]] std::uint32_t taille_partition_mo();
 /// Changes the size of the mounted plain HFS image and of its partition, from one size to another. False,
-/// with nothing changed and 1164 or 1165 shown, when blocks in use would be cut off, the bitmap is too short,
-/// the disk is too small, or the image is no such one.
+/// with nothing changed and 1164 or 1165 shown, when blocks in use would be cut off, something that is not
+/// the volume's lies behind the partition, the bitmap is too short, the disk is too small, or the image is no
+/// such one. False, too, when a write failed: `Support::echec_ecriture` tells, or 1164 is shown when the
+/// image could only not be made shorter.
 [[nodiscard]] bool redimensionne(std::uint32_t ancienne, std::uint32_t nouvelle);
 
 }  // namespace varnion

@@ -25,6 +25,7 @@ constexpr int kDecompression = 1505;
 constexpr int kOuverture = 1471;
 constexpr int kEcraser = 1061;
 constexpr int kSansVolume = 1332;
+constexpr int kDejaPrise = 6065;  // image
 constexpr int kCopiesDouteuses = 6050;
 constexpr std::size_t kCheminMessage = 200;
 constexpr int kModeFichier = 3;
@@ -42,6 +43,19 @@ Fichier ouvre_image(const std::string &chemin, bool lecture_seule) {
   support().lecture_seule = !image;
   if (!image) image = plateforme::ouvre(chemin, Ouverture::lecture);
   return image;
+}
+
+// False, with the reason shown, when the image cannot be opened.
+bool prend_image(Fichier &image, const std::string &chemin, const OptionsOuverture &options) {
+  image = ouvre_image(chemin, options.lecture_seule);
+  if (!image) {
+    erreur_fichier(chemin, errno);
+    return false;
+  }
+  if (support().lecture_seule || !options.verrou || fichier_verrouille(image)) return true;
+  operations().afficher_erreur(message(kDejaPrise, {tronque_chemin(chemin, kCheminMessage)}));
+  image = {};
+  return false;
 }
 
 // Kinds 1 to 4 are compressed. A disk image whose first chunk is stored as it is may begin with a boot
@@ -93,22 +107,15 @@ EtatOuverture decompresse(const std::string &source, const OptionsOuverture &opt
     return EtatOuverture::decompression;
   }
   if (resultat.copies_douteuses) operations().afficher_avis(charger_chaine(kCopiesDouteuses));
-  support().image = ouvre_image(*cible, options.lecture_seule);
-  if (!support().image) {
-    erreur_fichier(*cible, errno);
-    return EtatOuverture::fichier;
-  }
+  if (!prend_image(support().image, *cible, options)) return EtatOuverture::fichier;
   if (!partition_courante().image_temporaire) partition_courante().chemin = *cible;
   return EtatOuverture::montee;
 }
 
 // Steps up to the image file in `support().image`; `montee` stands for done.
 EtatOuverture prepare_image(const std::string &chemin, const OptionsOuverture &options) {
-  Fichier image = ouvre_image(chemin, options.lecture_seule);
-  if (!image) {
-    erreur_fichier(chemin, errno);
-    return EtatOuverture::fichier;
-  }
+  Fichier image;
+  if (!prend_image(image, chemin, options)) return EtatOuverture::fichier;
   if (fichier_taille(image) <= 0) {
     operations().afficher_avis(charger_chaine(kFichierVide));
     return EtatOuverture::vide;

@@ -24,7 +24,7 @@ struct PartitionCourante {
 
 enum class EtatOuverture {
   montee,
-  fichier,        ///< the file cannot be opened (shown)
+  fichier,        ///< the file cannot be opened or another program writes to it (shown)
   vide,           ///< a file of length 0 (shown)
   refusee,        ///< the user did not want the image decompressed
   decompression,  ///< decompression failed or was stopped (shown)
@@ -35,6 +35,9 @@ enum class EtatOuverture {
 struct OptionsOuverture {
   /// The image is only read: it is opened so.
   bool lecture_seule = false;
+  /// An image that can be written is locked against other programs while it is open, and one that another
+  /// program has locked is refused.
+  bool verrou = true;
   /// Asks what the user wants with a compressed image. Without questions it is decompressed whole into a
   /// temporary copy.
   bool questions = false;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sys/file.h>
+
 #include <map>
 
 #include "bout_en_bout/programme.hpp"
@@ -138,6 +140,47 @@ TEST_P(Edition, ImagesThatCannotBeWrittenAreLeftAlone) {
   conditions.sans_droits = true;
   EXPECT_EQ(lance_sous(conditions, {"mkdir", "v.img", "b"}).statut, 1);
   EXPECT_EQ(lit(d + "v.img"), image);
+}
+
+TEST_P(Edition, AnImageThatAnotherProgramWritesToIsOnlyRead) {
+  reussit({"mkdir", "v.img", "a"});
+  const std::string avant = lit(d + "v.img");
+  const Fichier autre(::open((d + "v.img").c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_EQ(::flock(autre.descripteur(), LOCK_EX | LOCK_NB), 0);
+  echoue({"mkdir", "v.img", "b"}, 1, "is in use by another program");
+  EXPECT_EQ(tout(), "a/\n");
+  EXPECT_NE(reussit({"info", "v.img", "--json"}).find(R"("read_only": false)"), std::string::npos);
+  EXPECT_TRUE(lit(d + "v.img") == avant);
+  ASSERT_EQ(::flock(autre.descripteur(), LOCK_UN), 0);
+  reussit({"mkdir", "v.img", "b"});
+}
+
+TEST_P(Edition, AFileThatHasTheNameOfAnUnfinishedImageStays) {
+  fichier("w.img.part", "mine");
+  fichier("w.img.part1", "mine too");
+  reussit({"new", "w.img", "--size", "5"});
+  EXPECT_EQ(lit(d + "w.img.part"), "mine");
+  EXPECT_EQ(lit(d + "w.img.part1"), "mine too");
+  EXPECT_FALSE(existe("w.img.part2"));
+}
+
+TEST_P(Edition, AResizeThatFailsSaysWhy) {
+  if (GetParam()) {
+    echoue({"resize", "v.img", "--size", "12"}, 1, "plain HFS");
+    return;
+  }
+  Conditions plein;
+  plein.taille_max = std::uint64_t{11} << 20;
+  Fin fin = lance_sous(plein, {"resize", "v.img", "--size", "12"});
+  EXPECT_EQ(fin.statut, 1);
+  EXPECT_NE(fin.messages.find("Not enough space"), std::string::npos) << fin.messages;
+  EXPECT_NE(reussit({"info", "v.img", "--json"}).find("\"blocks\": 10240"), std::string::npos);
+  EXPECT_NE(reussit({"resize", "v.img", "--size", "12"}).find("12.0 MB"), std::string::npos);
+  // Shorter: the alternate master directory block cannot be written.
+  plein.taille_max = std::uint64_t{1} << 20;
+  fin = lance_sous(plein, {"resize", "v.img", "--size", "9"});
+  EXPECT_EQ(fin.statut, 1);
+  EXPECT_NE(fin.messages.find("could not be written"), std::string::npos) << fin.messages;
 }
 
 // What hfsutils reads of an edited volume, and edits of a volume that it wrote files to.

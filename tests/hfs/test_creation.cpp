@@ -4,6 +4,7 @@
 #include "image_essai.hpp"
 #include "outils/carte.hpp"
 #include "outils/programmes.hpp"
+#include "res/chaines.hpp"
 
 // New images, their layout, and other programs' opinion of them.
 
@@ -76,7 +77,8 @@ class Creation : public ::testing::Test {
 };
 
 TEST_F(Creation, LaysHfsOutByItsSize) {
-  for (const auto &[mo, bloc] : {std::pair{1U, 512U}, {7U, 512U}, {8U, 1024U}, {64U, 8192U}, {700U, 89600U}}) {
+  for (const auto &[mo, bloc] :
+       {std::pair{1U, 512U}, {7U, 512U}, {8U, 1024U}, {64U, 8192U}, {700U, 89600U}}) {
     const PlanImage plan = calcul_hfs(mo);
     EXPECT_EQ(plan.taille_bloc, bloc) << mo;
     EXPECT_EQ(plan.nb_blocs, mo * 2048 / (bloc / 512)) << mo;
@@ -219,6 +221,89 @@ TEST_F(Creation, ChangesTheSizeOfAnHfsImage) {
     ASSERT_NE(lu.trouve("gros"), nullptr);
     EXPECT_EQ(lu.contenu(image, lu.trouve("gros")->data), data);
     EXPECT_EQ(octets.size(), (96 + 19 + vers * 2048U + 2) * 512);
+  }
+}
+
+TEST_F(Creation, ToAndFroTheSizeStaysWhatTheMapSays) {
+  ASSERT_TRUE(cree("v", false, 100, "Taille"));  // blocks of 25 sectors
+  std::uint32_t taille = 100;
+  for (const std::uint32_t vers : {97U, 98U, 97U, 100U}) {
+    SCOPED_TRACE(vers);
+    monte("v", 96);
+    EXPECT_EQ(taille_partition_mo(), taille);
+    ASSERT_TRUE(redimensionne(taille_partition_mo(), vers));
+    taille = vers;
+    support().image = {};
+    const auto octets = outils::lit_fichier(chemin("v"));
+    const outils::Octets image{std::span<const std::uint8_t>(octets)};
+    EXPECT_EQ(outils::lit_carte(image).partitions[1].nombre, vers * 2048U);
+    EXPECT_EQ(image.be32(4), 96 + vers * 2048U);
+    const std::uint32_t blocs = image.be16(98 * 512 + 0x12);
+    EXPECT_EQ(blocs, vers * 2048U / 25);
+    EXPECT_EQ(image.be16(98 * 512 + 0x22), blocs - 512);
+    EXPECT_EQ(octets.size(), std::max(96 + vers * 2048U, 96 + 19 + blocs * 25 + 2) * 512);
+  }
+}
+
+// What is not the volume's and lies where its end would come.
+TEST_F(Creation, WhatLiesBehindThePartitionIsNeverCutOrOverwritten) {
+  constexpr std::uint64_t kFin = 96 + 8 * 2048;  // of the partition
+  const auto entree = [](std::uint32_t debut, const std::string &type) {
+    std::vector<std::uint8_t> secteur(512);
+    secteur[0] = 'P';
+    secteur[1] = 'M';
+    *vue_modifiable<be32>(std::span(secteur), 8) = debut;
+    *vue_modifiable<be32>(std::span(secteur), 12) = 2048U;
+    std::copy(type.begin(), type.end(), secteur.begin() + 0x30);
+    return secteur;
+  };
+  const auto iso = [](std::uint32_t secteurs) {
+    std::vector<std::uint8_t> tete{1, 'C', 'D', '0', '0', '1', 1};
+    tete.resize(0x54);
+    *vue_modifiable<le32>(std::span(tete), 0x50) = secteurs;
+    return tete;
+  };
+  struct Cas {
+    const char *nom;
+    std::uint64_t place;
+    std::vector<std::uint8_t> octets;
+    std::uint32_t vers;
+    bool fait;
+  };
+  const std::vector<std::uint8_t> donnees(3000, 'x');
+  const std::vector<Cas> cas{
+      {"partition behind, shrink", 3 * 512, entree(kFin + 64, "Apple_HFS"), 6, false},
+      {"partition behind, grow", 3 * 512, entree(kFin + 64, "Apple_HFS"), 9, false},
+      {"partition inside", 3 * 512, entree(97, "Apple_UNIX_SVR2"), 9, false},
+      {"partition in front", 3 * 512, entree(64, "Apple_Driver43"), 9, true},
+      {"free space behind", 3 * 512, entree(kFin + 64, "Apple_Free"), 9, true},
+      {"bytes behind, shrink", (kFin + 40) * 512, donnees, 6, false},
+      {"bytes behind, grow", (kFin + 40) * 512, donnees, 9, false},
+      {"bytes far behind, grow", (kFin + 9000) * 512, donnees, 9, true},
+      {"zeros behind, grow", (kFin + 40) * 512, std::vector<std::uint8_t>(3000), 9, true},
+      {"ISO 9660 over all, shrink", 0x8000, iso(kFin / 4), 6, false},
+      {"ISO 9660 in front, shrink", 0x8000, iso(1000), 6, true},
+  };
+  for (const Cas &c : cas) {
+    SCOPED_TRACE(c.nom);
+    ASSERT_TRUE(cree("v", false, 8, "Derriere"));
+    ASSERT_TRUE(plateforme::ouvre(chemin("v"), Ouverture::lecture_ecriture).ecrire_a(c.octets, c.place));
+    const std::string avant = contenu(chemin("v"));
+    ops.erreurs.clear();
+    monte("v", 96);
+    EXPECT_EQ(redimensionne(8, c.vers), c.fait);
+    support().image = {};
+    const std::string apres = contenu(chemin("v"));
+    if (c.fait) {
+      const std::string dedans(c.octets.begin(), c.octets.end());
+      EXPECT_EQ(apres.substr(c.place, dedans.size()), dedans);
+      if (c.vers > 8) {
+        EXPECT_GE(apres.size(), avant.size());
+      }
+    } else {
+      EXPECT_TRUE(apres == avant) << "the image has changed";
+      EXPECT_EQ(ops.erreurs, std::vector<std::string>{charger_chaine(c.vers < 8 ? 1164 : 1165)});
+    }
   }
 }
 

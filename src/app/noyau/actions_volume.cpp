@@ -80,6 +80,7 @@ VolumeOuvert::VolumeOuvert(ContexteCli &contexte, std::string_view image, AccesV
   chemin_ = *chemin;
   OptionsOuverture options;
   options.lecture_seule = acces == AccesVolume::lecture;
+  options.verrou = ecriture;
   options.questions = contexte.console.options.interroge && !ecriture;
   if (ecriture) {
     const Fichier fichier = plateforme::ouvre(*chemin, Ouverture::lecture);

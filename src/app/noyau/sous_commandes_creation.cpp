@@ -17,6 +17,8 @@ namespace varnion {
 namespace {
 
 constexpr int kManquePlace = 1073;
+constexpr int kAgrandit = 1165;
+constexpr int kNonEcrit = 7402;  // image, reason
 constexpr int kSansTaille = 7419;
 constexpr int kTailleFausse = 7420;    // text
 constexpr int kFaite = 7421;           // image, size, format
@@ -44,6 +46,26 @@ std::string megas(std::uint32_t taille) {
   return taille_lisible(std::uint64_t{taille} << kMegaBits);
 }
 
+// A file of its own beside the image to be; closed after a failure (`errno` tells).
+Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire) {
+  constexpr int kEssais = 100;
+  Fichier fichier;
+  for (int n = 0; n < kEssais && !fichier; ++n) {
+    provisoire = chemin + ".part" + (n == 0 ? "" : std::to_string(n));
+    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
+    if (!fichier && errno != EEXIST) break;
+  }
+  return fichier;
+}
+
+// Room on the disk for what the image grows by; the message is shown when there is none.
+bool place_pour(const std::string &chemin, std::uint32_t ancienne, std::uint32_t nouvelle) {
+  if (nouvelle <= ancienne || disque_assez_grand(chemin, std::uint64_t{nouvelle - ancienne} << kMegaBits))
+    return true;
+  operations().afficher_erreur(charger_chaine(kAgrandit));
+  return false;
+}
+
 int non_creee(const std::string &chemin, int erreur) {
   if (erreur != 0) {
     const std::string raison = plateforme::texte_erreur(erreur);
@@ -66,8 +88,8 @@ int commande_new(ContexteCli &contexte) {
     return kEchec;
   }
   // Made under another name, so that a failure also keeps an older image.
-  const std::string provisoire = *chemin + ".part";
-  Fichier fichier = plateforme::ouvre(provisoire, Ouverture::creation);
+  std::string provisoire;
+  Fichier fichier = ouvre_provisoire(*chemin, provisoire);
   if (!fichier) return non_creee(*chemin, errno);
   ParametresImage parametres;
   parametres.fichier = &fichier;
@@ -98,11 +120,16 @@ int commande_resize(ContexteCli &contexte) {
     operations().afficher_erreur(charger_chaine(kHfsSeul));
     return kEchec;
   }
-  const std::uint64_t octets = std::uint64_t{std::uint16_t{courant.mdb->drNmAlBlks}} * courant.taille_bloc;
-  const auto ancienne = static_cast<std::uint32_t>((octets + (1U << kMegaBits) - 1) >> kMegaBits);
-  if (!redimensionne(ancienne, nouvelle)) return kEchec;
-  contexte.sortie << plateforme::texte_vers_utf8(message(kRedimensionnee, {volume.chemin(), megas(nouvelle)}))
-                  << "\n";
+  const std::uint32_t ancienne = taille_partition_mo();
+  if (!place_pour(volume.chemin(), ancienne, nouvelle)) return kEchec;
+  support().echec_ecriture = 0;
+  if (!redimensionne(ancienne, nouvelle)) {
+    if (const int erreur = support().echec_ecriture; erreur != 0)
+      operations().afficher_erreur(message(kNonEcrit, {volume.chemin(), plateforme::texte_erreur(erreur)}));
+    return kEchec;
+  }
+  const std::string taille = taille_lisible(secteurs_partition() * kTailleSecteur);
+  contexte.sortie << plateforme::texte_vers_utf8(message(kRedimensionnee, {volume.chemin(), taille})) << "\n";
   return kFait;
 }
 
