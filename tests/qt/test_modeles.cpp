@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -168,6 +169,23 @@ TEST(Instance, TheSecondHandsItsDocumentOver) {
   }
   ASSERT_TRUE(recus.count() > 0 || recus.wait(2000));
   EXPECT_EQ(recus.at(0).at(0).toString(), QString::fromUtf8("/tête/à.hfs"));
+}
+
+TEST(Programme, CommandsNeedNoDisplay) {
+  QProcessEnvironment sans_ecran = QProcessEnvironment::systemEnvironment();
+  for (const char *nom : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) sans_ecran.remove(nom);
+  const struct {
+    QStringList mots;
+    int statut;
+  } cas[] = {{{"--version"}, 0}, {{"-C", "/nowhere/missing.vnpr"}, 1}, {{"-q", "x"}, 2}};
+  for (const auto &[mots, statut] : cas) {
+    QProcess programme;
+    programme.setProcessEnvironment(sans_ecran);
+    programme.start(VN_PROGRAMME, mots);
+    ASSERT_TRUE(programme.waitForFinished(10000));
+    EXPECT_EQ(programme.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(programme.exitCode(), statut) << mots.join(' ').toStdString();
+  }
 }
 
 }  // namespace

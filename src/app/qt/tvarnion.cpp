@@ -295,10 +295,11 @@ void TVarnion::retient() {
 }
 
 void TVarnion::closeEvent(QCloseEvent *evenement) {
-  if (operations_.occupe() || !ferme_document(true)) {
+  if (operations_.occupe()) {
     evenement->ignore();
     return;
   }
+  ferme_document();
   retient();
   ecrire_options(mode_);
   evenement->accept();

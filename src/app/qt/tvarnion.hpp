@@ -102,9 +102,10 @@ class TVarnion final : public QMainWindow {
   bool ouvre_projet(const std::string &chemin);
   void enregistrer();
   bool enregistrer_sous();
-  /// Closes the document of the current mode. False when the user keeps an unnamed one.
-  bool ferme_document(bool demande_nom);
-  bool ferme_projet(bool demande_nom);
+  /// Closes the document of the current mode. An unnamed project that holds something is offered for saving
+  /// and goes when the user gives that up; without `demande_nom` it stays where it is.
+  void ferme_document(bool demande_nom = true);
+  void ferme_projet(bool demande_nom);
   void cree_projet_defaut();
   void note_recent(const std::string &chemin);
   void ouvre_recent(int rang);

@@ -99,8 +99,8 @@ void TVarnion::execute(const Commande &commande) {
       static_cast<void>(enregistrer_sous());
       return;
     case Operation::fermer:
-      static_cast<void>(ferme_document(true));
-      return;
+      // An ISO+ project is closed by its command without a word about its name.
+      return ferme_document(mode_ != kModeIsop);
     case Operation::recent:
       return ouvre_recent(commande.valeur);
     case Operation::quitter:
@@ -115,11 +115,14 @@ void TVarnion::execute(const Commande &commande) {
     case Operation::explorateur:
       return ouvre_gestionnaire();
     case Operation::choisir_mode:
-      if (commande.valeur != mode_ && ferme_document(true)) changer_mode(commande.valeur);
+      if (commande.valeur != mode_) {
+        ferme_document();
+        changer_mode(commande.valeur);
+      }
       return rafraichit_coches();
     case Operation::mode_suivant:
-      if (ferme_document(true)) changer_mode((mode_ + 1) % 3);
-      return;
+      ferme_document();
+      return changer_mode((mode_ + 1) % 3);
     case Operation::choisir_vue:
       if (commande.valeur != vue_) change_vue(commande.valeur);
       return rafraichit_coches();

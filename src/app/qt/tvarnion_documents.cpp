@@ -107,7 +107,7 @@ bool TVarnion::router_parametre(const std::string &chemin) {
     annonce_inconnu(chemin);
     return false;
   }
-  if (!ferme_document(true)) return false;
+  ferme_document();
   if (*mode != mode_) changer_mode(*mode);
   return ouvre_chemin(chemin);
 }
@@ -128,7 +128,7 @@ void TVarnion::cree_projet_defaut() {
 // --- commands
 
 void TVarnion::nouveau() {
-  if (!ferme_document(true)) return;
+  ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
   const QString choisi = demandes.enregistrer(ids.creer, ids.filtre, depart(), ids.extension);
   if (choisi.isEmpty()) return;
@@ -143,7 +143,7 @@ void TVarnion::nouveau() {
 }
 
 void TVarnion::ouvrir() {
-  if (!ferme_document(true)) return;
+  ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
   const QString choisi = demandes.ouvrir(ids.ouvrir, ids.filtre, depart());
   if (choisi.isEmpty()) return;
@@ -221,23 +221,21 @@ bool TVarnion::enregistrer_sous() {
   return true;
 }
 
-bool TVarnion::ferme_document(bool demande_nom) {
+void TVarnion::ferme_document(bool demande_nom) {
   if (mode_ != kModePartition) return ferme_projet(demande_nom);
-  document_.reset();
-  modele_arbre_.montre(nullptr);
+  vide_panneaux();
   fermer_partition();
   hybridation_ = false;
-  vide_panneaux();
-  return true;
+  rafraichit_titre();
+  rafraichit_commandes();
 }
 
-// An unnamed project that holds something is offered for saving; one left empty, or given up, goes.
-bool TVarnion::ferme_projet(bool demande_nom) {
-  if (!projet_) return true;
+void TVarnion::ferme_projet(bool demande_nom) {
+  if (!projet_) return;
   const bool plein = projet_->taille_octets() > kTailleRubrique;
   if (projet_->sans_nom() && plein && demande_nom) enregistrer_sous();
   const std::string chemin = projet_->chemin();
-  const bool efface = projet_->sans_nom();
+  const bool efface = projet_->sans_nom() && (demande_nom || !plein);
   vide_panneaux();
   if (!projet_->ferme()) echec_ecriture_projet(chemin);
   projet_.reset();
@@ -245,7 +243,6 @@ bool TVarnion::ferme_projet(bool demande_nom) {
   rafraichit_titre();
   rafraichit_jauge();
   rafraichit_commandes();
-  return true;
 }
 
 // --- recent documents
@@ -265,7 +262,8 @@ void TVarnion::ouvre_recent(int rang) {
   const auto &recents = reglages().recents[static_cast<std::size_t>(mode_)];
   if (rang < 0 || static_cast<std::size_t>(rang) >= recents.size()) return;
   const std::string chemin = recents[static_cast<std::size_t>(rang)];
-  if (ferme_document(true)) static_cast<void>(ouvre_chemin(chemin));
+  ferme_document();
+  static_cast<void>(ouvre_chemin(chemin));
 }
 
 }  // namespace varnion
