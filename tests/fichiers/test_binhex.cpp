@@ -120,8 +120,8 @@ TEST(BinHex, Suites) {
   };
   const std::string m = "\x90";
   const Cas cas[] = {
-      {"X" + m + "\3", "XXX"},
-      {"X" + m + "\3" + m + "\3", "XXX\x90\x90"},
+      {"R" + m + "\3", "RRR"},
+      {"R" + m + "\3" + m + "\3", "RRR\x90\x90"},
       {m + std::string(1, '\0'), "\x90"},
       {m + std::string(1, '\0') + m + "\2", "\x90\x90"},
       {"X" + m + "\1Y", "XY"},
