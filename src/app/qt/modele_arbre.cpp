@@ -66,9 +66,24 @@ int ModeleArbre::columnCount(const QModelIndex & /*parent*/) const {
 QVariant ModeleArbre::data(const QModelIndex &index, int role) const {
   const Noeud *ici = noeud(index);
   if (ici == nullptr) return {};
-  if (role == Qt::DisplayRole || role == Qt::ToolTipRole) return QString::fromStdString(ici->dossier.nom);
+  if (role == Qt::DisplayRole || role == Qt::ToolTipRole || role == Qt::EditRole)
+    return QString::fromStdString(ici->dossier.nom);
   if (role == Qt::DecorationRole) return ici->parent == nullptr ? icone_racine_ : icone_dossier_;
   return {};
+}
+
+Qt::ItemFlags ModeleArbre::flags(const QModelIndex &index) const {
+  Qt::ItemFlags drapeaux = QAbstractItemModel::flags(index);
+  if (index.parent().isValid() && renomme) drapeaux |= Qt::ItemIsEditable;
+  return drapeaux;
+}
+
+bool ModeleArbre::setData(const QModelIndex &index, const QVariant &valeur, int role) {
+  const Noeud *ici = noeud(index);
+  if (ici == nullptr || role != Qt::EditRole || !renomme) return false;
+  const QString nom = valeur.toString();
+  if (nom == QString::fromStdString(ici->dossier.nom)) return false;
+  return renomme(ici->dossier.id, nom);
 }
 
 bool ModeleArbre::hasChildren(const QModelIndex &parent) const {

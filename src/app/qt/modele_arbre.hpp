@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -19,6 +20,8 @@ class ModeleArbre final : public QAbstractItemModel {
 
   /// Shows the root of a document, which must outlive its use here; nullptr empties the tree.
   void montre(const Document *document);
+  /// Called when a name was typed over: true when it was taken.
+  std::function<bool(std::uint32_t id, const QString &nom)> renomme;
   void icones(const QIcon &racine, const QIcon &dossier);
   [[nodiscard]] QModelIndex index_racine() const { return index(0, 0, {}); }
   /// Catalog id or item number; 0 for no node.
@@ -31,6 +34,8 @@ class ModeleArbre final : public QAbstractItemModel {
   [[nodiscard]] int rowCount(const QModelIndex &parent) const override;
   [[nodiscard]] int columnCount(const QModelIndex &parent) const override;
   [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+  [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+  bool setData(const QModelIndex &index, const QVariant &valeur, int role) override;
   [[nodiscard]] bool hasChildren(const QModelIndex &parent) const override;
   [[nodiscard]] bool canFetchMore(const QModelIndex &parent) const override;
   void fetchMore(const QModelIndex &parent) override;

@@ -142,6 +142,7 @@ QVariant ModeleListe::data(const QModelIndex &index, int role) const {
   const bool a_droite = index.column() == kDonnees || index.column() == kRessources;
   switch (role) {
     case Qt::DisplayRole:
+    case Qt::EditRole:
       return texte(ici, index.column());
     case Qt::DecorationRole:
       return index.column() == kNom ? QVariant(icone_de(ici)) : QVariant();
@@ -150,6 +151,19 @@ QVariant ModeleListe::data(const QModelIndex &index, int role) const {
     default:
       return {};
   }
+}
+
+Qt::ItemFlags ModeleListe::flags(const QModelIndex &index) const {
+  Qt::ItemFlags drapeaux = QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+  if (index.column() == kNom && renomme) drapeaux |= Qt::ItemIsEditable;
+  return drapeaux;
+}
+
+bool ModeleListe::setData(const QModelIndex &index, const QVariant &valeur, int role) {
+  if (!index.isValid() || role != Qt::EditRole || !renomme) return false;
+  const QString nom = valeur.toString();
+  if (nom == texte(ligne(index.row()), kNom)) return false;
+  return renomme(ligne(index.row()).id, nom);
 }
 
 QVariant ModeleListe::headerData(int section, Qt::Orientation orientation, int role) const {

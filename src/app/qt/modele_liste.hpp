@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -28,6 +29,8 @@ class ModeleListe final : public QAbstractTableModel {
   void icones(const IconesListe &icones) { icones_ = icones; }
   /// Icons of files by their extension, as the ISO view has them.
   void icones_par_extension(bool oui) { par_extension_ = oui; }
+  /// Called when a name was typed over: true when it was taken.
+  std::function<bool(std::uint32_t id, const QString &nom)> renomme;
   /// Texts in another language: the captions of the columns and all cells.
   void retraduit();
 
@@ -47,6 +50,8 @@ class ModeleListe final : public QAbstractTableModel {
   [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
   [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
   [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+  [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+  bool setData(const QModelIndex &index, const QVariant &valeur, int role) override;
   [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
  private:

@@ -1,9 +1,11 @@
 #include "app/qt/operations_qt.hpp"
 
 #include <algorithm>
+#include <thread>
 
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QEventLoop>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -12,6 +14,7 @@
 #include <QVBoxLayout>
 
 #include "app/noyau/journal.hpp"
+#include "app/qt/curseur_attente.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "noms/regles.hpp"
 
@@ -20,6 +23,7 @@ namespace varnion {
 namespace {
 
 constexpr int kDureeAvis = 3000;  // milliseconds
+constexpr int kSeconde = 1000;    // milliseconds
 constexpr int kSouffle = 100;     // milliseconds between two looks at the window
 constexpr int kOk = 1001;
 constexpr int kAnnuler = 1002;
@@ -51,7 +55,7 @@ class CurseurLibre {
     if (occupe_) QApplication::restoreOverrideCursor();
   }
   ~CurseurLibre() {
-    if (occupe_) QApplication::setOverrideCursor(Qt::WaitCursor);
+    if (occupe_) QApplication::setOverrideCursor(curseur_attente(0));
   }
   CurseurLibre(const CurseurLibre &) = delete;
   CurseurLibre &operator=(const CurseurLibre &) = delete;
@@ -92,10 +96,11 @@ bool saisit_nom(QWidget *parent, const QString &legende, std::string &nom, std::
 OperationsQt::OperationsQt(QObject *parent) : QObject(parent) {
   qApp->installEventFilter(this);
   souffle_.start();
+  connect(&seconde_, &QTimer::timeout, this, &OperationsQt::bat_seconde);
 }
 
 OperationsQt::~OperationsQt() {
-  curseur_attente_fin();
+  while (occupe()) curseur_attente_fin();
 }
 
 void OperationsQt::sur_fil_principal(const std::function<void()> &travail) {
@@ -111,7 +116,7 @@ int OperationsQt::montre(const char *nom, std::string_view texte, FormeMessage::
                          int duree) {
   int reponse = 0;
   sur_fil_principal([&] {
-    const CurseurLibre libre(occupe_);
+    const CurseurLibre libre(occupe());
     FormeMessage::Choix choix;
     choix.genre = genre;
     choix.toujours = toujours != nullptr;
@@ -150,7 +155,7 @@ int OperationsQt::demander_tous(std::string_view texte) {
 bool OperationsQt::demander_nom(std::string_view legende, std::string &nom, std::size_t limite) {
   bool donne = false;
   sur_fil_principal([&] {
-    const CurseurLibre libre(occupe_);
+    const CurseurLibre libre(occupe());
     donne = saisit_nom(fenetre_, vers_qt(legende) + "\n" + vers_qt(nom), nom, limite);
   });
   return donne;
@@ -165,10 +170,30 @@ bool OperationsQt::annoncer_retenir(std::string_view texte) {
 void OperationsQt::afficher_etat(std::string_view texte, std::string_view second) {
   QString ligne = vers_qt(texte);
   if (!second.empty()) ligne += (ligne.isEmpty() ? "" : " ") + vers_qt(second);
-  sur_fil_principal([&] {
-    emit etat(ligne.replace('\n', ' '));
+  ligne.replace('\n', ' ');
+  bool poste = false;
+  {
+    const std::lock_guard garde(verrou_);
+    etat_ = ligne;
+    poste = !etat_attend_;
+    etat_attend_ = true;
+  }
+  if (QThread::currentThread() == thread()) {
+    montre_etat();
     respire();
-  });
+  } else if (poste) {
+    QMetaObject::invokeMethod(this, &OperationsQt::montre_etat, Qt::QueuedConnection);
+  }
+}
+
+void OperationsQt::montre_etat() {
+  QString ligne;
+  {
+    const std::lock_guard garde(verrou_);
+    ligne = etat_;
+    etat_attend_ = false;
+  }
+  emit etat(ligne);
 }
 
 void OperationsQt::afficher_etat_seul(std::string_view texte) {
@@ -182,64 +207,101 @@ void OperationsQt::journal(GenreJournal genre, std::string_view texte) {
 // --- long work
 
 void OperationsQt::progression_debut(std::uint64_t pas) {
-  sur_fil_principal([&] {
+  {
+    const std::lock_guard garde(verrou_);
     fait_ = 0;
     total_ = pas;
-    emit avance(fait_, total_);
-  });
+  }
+  sur_fil_principal([this] { montre_avance(); });
 }
 
 void OperationsQt::progression_pas(std::uint64_t pas) {
-  sur_fil_principal([&] {
+  bool poste = false;
+  {
+    const std::lock_guard garde(verrou_);
     fait_ = std::min<quint64>(fait_ + pas, total_);
-    if (souffle_.elapsed() >= kSouffle) emit avance(fait_, total_);
-    respire();
-  });
+    poste = !avance_attend_;
+    avance_attend_ = true;
+  }
+  if (QThread::currentThread() != thread()) {
+    if (poste) QMetaObject::invokeMethod(this, &OperationsQt::montre_avance, Qt::QueuedConnection);
+    return;
+  }
+  if (souffle_.elapsed() >= kSouffle) montre_avance();
+  respire();
 }
 
 void OperationsQt::progression_fin() {
-  sur_fil_principal([&] {
-    fait_ = total_ = 0;
-    emit avance(0, 0);
-  });
+  progression_debut(0);
+}
+
+void OperationsQt::montre_avance() {
+  quint64 fait = 0;
+  quint64 total = 0;
+  {
+    const std::lock_guard garde(verrou_);
+    fait = fait_;
+    total = total_;
+    avance_attend_ = false;
+  }
+  emit avance(fait, total);
 }
 
 void OperationsQt::curseur_attente_debut() {
-  sur_fil_principal([&] {
-    if (occupe_) return;
-    occupe_ = true;
+  sur_fil_principal([this] {
+    if (profondeur_++ > 0) return;
     arret_ = false;
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    image_ = 0;
+    QApplication::setOverrideCursor(curseur_attente(image_));
+    depuis_.start();
+    seconde_.start(kSeconde);
   });
 }
 
 void OperationsQt::curseur_attente_fin() {
-  sur_fil_principal([&] {
-    if (!occupe_) return;
-    occupe_ = false;
+  sur_fil_principal([this] {
+    if (profondeur_ == 0 || --profondeur_ > 0) return;
     arret_ = false;
+    seconde_.stop();
     QApplication::restoreOverrideCursor();
+    emit ecoule(-1);
   });
+}
+
+// A second of a running command: the next picture of the cursor, and the time.
+void OperationsQt::bat_seconde() {
+  image_ = (image_ + 1) % kImagesCurseur;
+  if (QApplication::activeModalWidget() == nullptr)
+    QApplication::changeOverrideCursor(curseur_attente(image_));
+  emit ecoule(static_cast<int>(depuis_.elapsed() / kSeconde));
+}
+
+void OperationsQt::en_fond(const std::function<void()> &travail) {
+  if (QThread::currentThread() != thread()) return travail();
+  const Attente attente;
+  QEventLoop boucle;
+  std::thread fil([&] {
+    travail();
+    QMetaObject::invokeMethod(&boucle, &QEventLoop::quit, Qt::QueuedConnection);
+  });
+  boucle.exec();
+  fil.join();
 }
 
 // Lets the window repaint, and Esc through, while a command runs.
 void OperationsQt::respire() {
-  if (!occupe_ || souffle_.elapsed() < kSouffle) return;
+  if (!occupe() || souffle_.elapsed() < kSouffle) return;
   souffle_.restart();
   QApplication::processEvents(QEventLoop::AllEvents, kSouffle / 4);
 }
 
 bool OperationsQt::arret_demande() {
-  bool arret = false;
-  sur_fil_principal([&] {
-    respire();
-    arret = arret_;
-  });
-  return arret;
+  if (QThread::currentThread() == thread()) respire();
+  return arret_;
 }
 
 bool OperationsQt::eventFilter(QObject * /*cible*/, QEvent *evenement) {
-  if (!occupe_ || !est_saisie(evenement->type()) || QApplication::activeModalWidget() != nullptr)
+  if (!occupe() || !est_saisie(evenement->type()) || QApplication::activeModalWidget() != nullptr)
     return false;
   if (evenement->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(evenement)->key() == Qt::Key_Escape)
     arret_ = true;

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <mutex>
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QWidget>
 
 #include "app/qt/message.hpp"
@@ -25,7 +28,10 @@ class OperationsQt final : public QObject, public Operations {
   /// Window that messages belong to.
   void fenetre(QWidget *fenetre) { fenetre_ = fenetre; }
   /// True while a command runs: input goes nowhere but to Esc and to a message.
-  [[nodiscard]] bool occupe() const { return occupe_; }
+  [[nodiscard]] bool occupe() const { return profondeur_ > 0; }
+  /// Runs a command's work on a worker while the window lives on: busy cursor, elapsed time, input as under
+  /// `occupe`. Returns when it has ended. Called from a worker it is a plain call.
+  void en_fond(const std::function<void()> &travail);
 
   void afficher_erreur(std::string_view texte) override;
   void afficher_avis(std::string_view texte) override;
@@ -49,6 +55,8 @@ class OperationsQt final : public QObject, public Operations {
   void etat(const QString &texte);
   /// Steps done and in all; 0 of 0 at the end.
   void avance(quint64 fait, quint64 total);
+  /// Whole seconds since the command in hand began; -1 when none runs.
+  void ecoule(int secondes);
 
  protected:
   bool eventFilter(QObject *cible, QEvent *evenement) override;
@@ -58,12 +66,22 @@ class OperationsQt final : public QObject, public Operations {
   [[nodiscard]] int montre(const char *nom, std::string_view texte, FormeMessage::Genre genre,
                            bool *toujours = nullptr, int duree = 0);
   void respire();
+  void montre_etat();
+  void montre_avance();
+  void bat_seconde();
 
   QPointer<QWidget> fenetre_;
-  bool occupe_ = false;
-  bool arret_ = false;
+  int profondeur_ = 0;  ///< commands that run, one within the other
+  std::atomic<bool> arret_ = false;
+  std::mutex verrou_;  ///< guards the texts and steps that a worker leaves for the window
+  QString etat_;
+  bool etat_attend_ = false;
   quint64 fait_ = 0, total_ = 0;
+  bool avance_attend_ = false;
   QElapsedTimer souffle_;
+  QElapsedTimer depuis_;
+  QTimer seconde_;
+  int image_ = 0;  ///< of the busy cursor
 };
 
 /// The busy cursor for the length of one command.

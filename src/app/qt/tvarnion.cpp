@@ -41,7 +41,8 @@ constexpr double kHauteurDessin = 13;             // pixels
 constexpr std::uint32_t kDateLarge = 3061145288;  // 2000-12-31 22:08:08
 constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
 constexpr int kLettresArbre = 24;                 // seen of a name in the tree, with its icons
-constexpr int kCoteOutils = 20;                   // pixels of a tool bar icon
+constexpr int kArretCompilation = 2098;
+constexpr int kCoteOutils = 20;  // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
 DemandesFichiers demandes_du_systeme(QWidget *fenetre) {
@@ -85,6 +86,7 @@ TVarnion::TVarnion(OperationsQt &operations, QWidget *parent) : QMainWindow(pare
   construit_panneaux();
   construit_menus();
   branche_panneaux();
+  branche_depots();
   restaure();
   pose_icones();
 }
@@ -236,6 +238,10 @@ void TVarnion::branche_panneaux() {
   connect(&operations_, &OperationsQt::etat, this, [this](const QString &texte) {
     texte.isEmpty() ? statusBar()->clearMessage() : statusBar()->showMessage(texte);
   });
+  connect(&operations_, &OperationsQt::ecoule, this, [this](int secondes) {
+    const auto deux = [](int nombre) { return QString("%1").arg(nombre, 2, 10, QChar('0')); };
+    panneaux_[1]->setText(secondes < 0 ? QString() : deux(secondes / 60) + "'" + deux(secondes % 60) + "\"");
+  });
   connect(&operations_, &OperationsQt::avance, this, [this](quint64 fait, quint64 total) {
     if (mode_ != kModePartition) return;
     jauge_->montre_avance(fait, total);
@@ -323,17 +329,26 @@ void TVarnion::retraduit() {
   for (const Commande &commande : commandes()) {
     QAction *action = actions_.value(commande.nom);
     if (action == nullptr) continue;
-    if (commande.legende != 0) action->setText(chaine_qt(commande.legende));
     if (commande.indice == 0) continue;
     const QString indice = chaine_qt(commande.indice);
     const bool etat = indice.startsWith('.');
     action->setStatusTip(etat ? indice.mid(1) : indice);
     action->setToolTip(etat ? QString() : indice);
   }
+  rafraichit_textes();
   modele_liste_.retraduit();
   rafraichit_recents();
   rafraichit_etat();
   rafraichit_jauge();
+}
+
+void TVarnion::rafraichit_textes() {
+  for (const Commande &commande : commandes()) {
+    QAction *action = actions_.value(commande.nom);
+    if (action == nullptr || commande.legende == 0) continue;
+    const bool arret = compilation_ && commande.operation == Operation::compiler;
+    action->setText(chaine_qt(arret ? kArretCompilation : commande.legende));
+  }
 }
 
 void TVarnion::pose_icones() {

@@ -57,6 +57,7 @@ class TVarnion final : public QMainWindow {
   void execute(const Commande &commande);
 
   [[nodiscard]] int mode() const { return mode_; }
+  [[nodiscard]] int vue() const { return vue_; }
   [[nodiscard]] bool document_ouvert() const;
   /// Path of the open document, working text; "" when none is open.
   [[nodiscard]] std::string chemin_document() const;
@@ -64,7 +65,52 @@ class TVarnion final : public QMainWindow {
 
   DemandesFichiers demandes;
 
+  // --- for the work of the commands (travaux.hpp)
+
+  [[nodiscard]] OperationsQt &operations_fenetre() { return operations_; }
+  /// The open project or ISO+ project; nullptr when there is none.
+  [[nodiscard]] FichierProjet *projet() const { return projet_.get(); }
+  [[nodiscard]] ModeProjet mode_projet() const;
+  /// Id of the folder that the list shows, 0 none.
+  [[nodiscard]] std::uint32_t dossier_montre() const { return dossier_; }
+  [[nodiscard]] std::uint32_t racine() const;
+  /// True when a file command acts on the list, false for the tree.
+  [[nodiscard]] bool depuis_liste() const { return depuis_liste_; }
+  /// Ids that a command acts on: the folder of the tree, never the root, or the rows selected in the list, in
+  /// the order shown.
+  [[nodiscard]] std::vector<std::uint32_t> ids_choisis() const;
+  /// The same of the mounted volume, as elements.
+  [[nodiscard]] std::vector<ElementMac> elements_choisis() const;
+  [[nodiscard]] QTreeView *arbre() const { return arbre_; }
+  [[nodiscard]] QTreeView *liste() const { return liste_; }
+  [[nodiscard]] const ModeleListe &modele_liste() const { return modele_liste_; }
+  [[nodiscard]] QAction *action(const QString &nom) const { return actions_.value(nom); }
+
+  /// Reads the document anew into both panes, at the folder it was at.
+  void montre_document();
+  /// The list alone.
+  void affiche_dossier(std::uint32_t id);
+  /// Opens the tree down to a folder, as far as it shows it, and shows what the last one holds.
+  void va_au_dossier(std::uint32_t id);
+  /// Selects rows of the list, the first one in sight.
+  void selectionne_elements(const std::vector<std::uint32_t> &ids);
+  /// Opens a document of the current mode, once the one before is closed; false after a message.
+  bool ouvre_chemin(const std::string &chemin);
+  void ferme_document_courant() { ferme_document(); }
+  bool enregistrer_sous();
+  void note_recent(const std::string &chemin);
+  /// A compile begins or ends: what it forbids is off meanwhile, its command reads "Abort Compilation".
+  void compilation(bool en_cours);
+  [[nodiscard]] bool compilation_en_cours() const { return compilation_; }
+  void rafraichit_commandes();
+  void rafraichit_coches();
+  void rafraichit_etat();
+  void rafraichit_jauge();
+  void rafraichit_titre();
+  void montre_barres();
+
  protected:
+  bool eventFilter(QObject *cible, QEvent *evenement) override;
   void closeEvent(QCloseEvent *evenement) override;
   void changeEvent(QEvent *evenement) override;
 
@@ -77,13 +123,14 @@ class TVarnion final : public QMainWindow {
   void restaure();
   void retient();
   void retraduit();
+  void rafraichit_textes();
   void pose_icones();
   void montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &point);
 
   // --- state of the commands (tvarnion_commandes.cpp)
-  void rafraichit_commandes();
-  void rafraichit_coches();
-  void rafraichit_titre();
+  void execute_sur_document(const Commande &commande);
+  void execute_outil(const Commande &commande);
+  void montre_proprietes();
   void rafraichit_recents();
   void choisit_langue(int base);
   void choisit_copie(int valeur);
@@ -91,47 +138,43 @@ class TVarnion final : public QMainWindow {
   void ouvre_gestionnaire();
   void bascule_barre();
   void inverse_selection();
-  void copie_vers_le_pc();
-  [[nodiscard]] std::vector<ElementMac> elements_choisis() const;
 
   // --- documents (tvarnion_documents.cpp)
   void nouveau();
   void ouvrir();
-  bool ouvre_chemin(const std::string &chemin);
   bool ouvre_volume(const std::string &chemin);
   bool ouvre_projet(const std::string &chemin);
   void enregistrer();
-  bool enregistrer_sous();
   /// Closes the document of the current mode. An unnamed project that holds something is offered for saving
   /// and goes when the user gives that up; without `demande_nom` it stays where it is.
   void ferme_document(bool demande_nom = true);
   void ferme_projet(bool demande_nom);
   void cree_projet_defaut();
-  void note_recent(const std::string &chemin);
   void ouvre_recent(int rang);
-  [[nodiscard]] FichierProjet *projet() const { return projet_.get(); }
-  [[nodiscard]] ModeProjet mode_projet() const;
+
+  // --- files dropped and pasted, names changed in place (tvarnion_depots.cpp)
+  void branche_depots();
+  void colle();
+  [[nodiscard]] bool depot_permis() const;
+  /// What is under a point of a pane becomes the folder that files go into.
+  [[nodiscard]] std::uint32_t cible_depot(QObject *cible, const QPoint &point);
+  void depose(const QStringList &chemins, std::uint32_t dossier);
+  bool renomme_sur_place(std::uint32_t id, const QString &nom);
 
   // --- panes (tvarnion_affichage.cpp)
-  void montre_document();
   void vide_panneaux();
-  void affiche_dossier(std::uint32_t id);
-  void va_au_dossier(std::uint32_t id);
   void ouvre_ligne(const QModelIndex &index);
   void dossier_pere();
   void actualise();
   void change_vue(int vue);
-  void rafraichit_etat();
-  void rafraichit_jauge();
   void rafraichit_couleurs();
-  [[nodiscard]] std::uint32_t dossier_montre() const { return dossier_; }
-  [[nodiscard]] std::uint32_t racine() const;
 
   OperationsQt &operations_;
   int mode_ = 0;
   int vue_ = kVueRacine;
   bool depuis_liste_ = false;  ///< pane that a file command acts on
   bool hybridation_ = false;
+  bool compilation_ = false;
   std::uint32_t dossier_ = 0;  ///< folder shown, 0 none
   std::unique_ptr<FichierProjet> projet_;
   std::unique_ptr<Document> document_;
@@ -150,5 +193,11 @@ class TVarnion final : public QMainWindow {
   ModeleListe modele_liste_;
   std::unique_ptr<QTranslator> traduction_;
 };
+
+/// Folder that document dialogs begin in, and the one they keep for the next time.
+[[nodiscard]] QString depart_documents();
+void retient_dossier(const std::string &chemin);
+/// A question before a file that is there is written over; true where there is none.
+[[nodiscard]] bool peut_ecraser(const std::string &chemin);
 
 }  // namespace varnion

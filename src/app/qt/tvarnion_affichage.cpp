@@ -1,5 +1,7 @@
 // Both panes, the status bar, the gauge and the colours of the mode.
 
+#include <set>
+
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
@@ -111,12 +113,30 @@ void TVarnion::va_au_dossier(std::uint32_t id) {
 void TVarnion::ouvre_ligne(const QModelIndex &index) {
   if (!index.isValid() || operations_.occupe()) return;
   const LigneListe &ligne = modele_liste_.ligne(index.row());
-  if (!ligne.dossier) return;
+  if (!ligne.dossier) {
+    if (!compilation_) montre_proprietes();
+    return;
+  }
   const QModelIndex ici = arbre_->currentIndex();
   const QModelIndex enfant = modele_arbre_.enfant(ici, ligne.id);
   if (!enfant.isValid()) return;
   arbre_->expand(ici);
   arbre_->setCurrentIndex(enfant);
+}
+
+void TVarnion::selectionne_elements(const std::vector<std::uint32_t> &ids) {
+  const std::set<std::uint32_t> voulus(ids.begin(), ids.end());
+  QItemSelection choix;
+  for (int rang = 0; rang < modele_liste_.rowCount(); ++rang) {
+    if (!voulus.contains(modele_liste_.ligne(rang).id)) continue;
+    const QModelIndex index = modele_liste_.index(rang, 0);
+    if (choix.isEmpty()) {
+      liste_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+      liste_->scrollTo(index);
+    }
+    choix.select(index, modele_liste_.index(rang, kColonnes - 1));
+  }
+  liste_->selectionModel()->select(choix, QItemSelectionModel::ClearAndSelect);
 }
 
 void TVarnion::dossier_pere() {
@@ -143,16 +163,22 @@ void TVarnion::change_vue(int vue) {
 void TVarnion::changer_mode(int mode) {
   mode_ = mode;
   if (mode == kModePartition) support().mode_driver = kModeFichier;
-  for (const ConteneurCommandes &conteneur : conteneurs_commandes()) {
-    const bool ici = (conteneur.modes >> mode & 1U) != 0;
-    if (conteneur.genre == LieuCommandes::menu) menus_[conteneur.nom]->menuAction()->setVisible(ici);
-    if (conteneur.genre == LieuCommandes::outils)
-      barres_[conteneur.nom]->setVisible(ici && barre_visible_[static_cast<std::size_t>(mode)]);
-  }
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes())
+    if (conteneur.genre == LieuCommandes::menu)
+      menus_[conteneur.nom]->menuAction()->setVisible((conteneur.modes >> mode & 1U) != 0);
+  liste_->setDragEnabled(mode != kModePartition);
+  montre_barres();
   rafraichit_couleurs();
   rafraichit_recents();
   vide_panneaux();
   rafraichit_coches();
+}
+
+void TVarnion::montre_barres() {
+  for (const ConteneurCommandes &conteneur : conteneurs_commandes())
+    if (conteneur.genre == LieuCommandes::outils)
+      barres_[conteneur.nom]->setVisible((conteneur.modes >> mode_ & 1U) != 0 &&
+                                         barre_visible_[static_cast<std::size_t>(mode_)]);
 }
 
 void TVarnion::rafraichit_couleurs() {

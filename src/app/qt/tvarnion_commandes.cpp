@@ -1,7 +1,6 @@
 // What each command does, and when it is shown, enabled and checked.
 
 #include <algorithm>
-#include <cerrno>
 
 #include <QAction>
 #include <QApplication>
@@ -15,7 +14,6 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
-#include <QStatusBar>
 #include <QToolBar>
 #include <QTreeView>
 #include <QUrl>
@@ -27,16 +25,12 @@
 #include "app/qt/icones.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
-#include "fichiers/copie_vers_pc.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "hfs/catalogue.hpp"
-#include "IO/dossier_sortie.hpp"
 #include "IO/etat.hpp"
-#include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
-#include "noms/regles.hpp"
-#include "projet/signatures.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -45,14 +39,9 @@ namespace {
 
 constexpr int kFermer = 1000;
 constexpr int kAPropos = 2101;
-constexpr int kCibleFermee = 6872;
-constexpr int kTitreCible = 7013;
 constexpr int kSansGestionnaire = 7014;
 constexpr int kVersion = 7016;
 constexpr int kDevise = 7017;
-constexpr int kCopies = 7019;
-constexpr int kDureeBilan = 8000;  // milliseconds
-constexpr std::size_t kCheminMessage = 50;
 
 // The question before a copy mode; 0 for none.
 int question_copie(int mode) {
@@ -79,15 +68,27 @@ const char *icone_vue(int vue) {
   return vue == kVueHfs ? "vue_hfs" : "vue_hybride";
 }
 
-std::optional<std::string> extension(std::string_view signature) {
-  const EntreeSignature *ligne = extension_de_signature(signature);
-  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
+// What may be done while a compile runs: stopping it, and looking around.
+bool pendant_compilation(Operation operation) {
+  switch (operation) {
+    case Operation::compiler:
+    case Operation::dossier_pere:
+    case Operation::aide:
+    case Operation::aide_recherche:
+    case Operation::aide_index:
+    case Operation::aide_support:
+    case Operation::a_propos:
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
 
 void TVarnion::execute(const Commande &commande) {
   if (operations_.occupe() || !permise(commande.condition, etat_commandes())) return;
+  if (compilation_ && !pendant_compilation(commande.operation)) return;
   switch (commande.operation) {
     case Operation::nouveau:
       return nouveau();
@@ -107,7 +108,7 @@ void TVarnion::execute(const Commande &commande) {
       close();
       return;
     case Operation::copier_vers_pc:
-      return copie_vers_le_pc();
+      return copie_vers_le_pc(*this);
     case Operation::tout_selectionner:
       return liste_->selectAll();
     case Operation::inverser:
@@ -143,6 +144,94 @@ void TVarnion::execute(const Commande &commande) {
     case Operation::aucune:
     case Operation::sous_menu:
       return;
+    default:
+      return execute_sur_document(commande);
+  }
+}
+
+// Commands whose work is another one for a volume than for a project.
+void TVarnion::execute_sur_document(const Commande &commande) {
+  const bool volume = mode_ == kModePartition;
+  switch (commande.operation) {
+    case Operation::coller:
+      return colle();
+    case Operation::supprimer:
+      return volume ? supprime_volume(*this) : supprime_projet(*this);
+    case Operation::renommer:
+      return volume ? renomme_volume(*this) : renomme_projet(*this);
+    case Operation::creer_dossier:
+      return volume ? cree_dossier_volume(*this) : cree_dossier_projet(*this);
+    case Operation::proprietes:
+      return montre_proprietes();
+    case Operation::proprietes_document:
+      return volume ? proprietes_volume(*this) : proprietes_projet(*this);
+    case Operation::etiquette:
+      return etiquette_projet(*this);
+    case Operation::compiler:
+      return compile_projet(*this);
+    case Operation::nouvelle_image:
+      return cree_image(*this);
+    case Operation::enregistrer_volume:
+      return enregistre_volume(*this);
+    case Operation::enregistrer_volume_sous:
+      return enregistre_volume_sous(*this);
+    case Operation::hybrider:
+      return hybride(*this);
+    case Operation::deshybrider:
+      return deshybride(*this);
+    case Operation::copier_vers_mac:
+      return copie_vers_le_mac(*this);
+    case Operation::permuter:
+      return permute_branches(*this);
+    case Operation::afficher_contenu:
+      return affiche_contenu(*this);
+    case Operation::imprimer:
+      return imprime_liste(*this);
+    default:
+      return execute_outil(commande);
+  }
+}
+
+void TVarnion::execute_outil(const Commande &commande) {
+  switch (commande.operation) {
+    case Operation::rechercher:
+      return recherche(*this);
+    case Operation::remplacer_signatures:
+      return remplace_signatures(*this);
+    case Operation::comparer:
+      return compare_projet(*this);
+    case Operation::reconstruire:
+      return reconstruit_projet(*this);
+    case Operation::masquer_extensions:
+      return masque_extensions(*this);
+    case Operation::changer_chemin:
+      return change_chemin(*this);
+    case Operation::editer_signatures:
+      return edite_signatures(*this);
+    case Operation::composer_icones:
+      return compose_icones(*this);
+    case Operation::enregistrer_types:
+      return enregistre_types(*this);
+    case Operation::creer_ds_store:
+      return cree_ds_store(*this);
+    case Operation::journal:
+      return gere_journal(*this);
+    case Operation::table_signatures:
+      return table_signatures(*this);
+    case Operation::colonnes:
+      return regle_colonnes(*this);
+    case Operation::preferences:
+      return regle_preferences(*this);
+    case Operation::aide:
+      return montre_aide(commande.valeur);
+    case Operation::aide_recherche:
+      return montre_aide_recherche();
+    case Operation::aide_index:
+      return montre_aide_index();
+    case Operation::aide_support:
+      return montre_aide_support();
+    default:
+      return;
   }
 }
 
@@ -175,8 +264,11 @@ void TVarnion::rafraichit_commandes() {
     if (commande.operation == Operation::recent)
       montree = montree && static_cast<std::size_t>(commande.valeur) < recents.size();
     action->setVisible(montree);
-    action->setEnabled(montree && permise(commande.condition, etat));
+    const bool libre = !compilation_ || pendant_compilation(commande.operation);
+    action->setEnabled(montree && libre && permise(commande.condition, etat));
   }
+  for (const char *menu : {"Fichiers", "Special1", "Options1"})
+    menus_[menu]->menuAction()->setEnabled(!compilation_);
 }
 
 void TVarnion::rafraichit_coches() {
@@ -238,9 +330,7 @@ void TVarnion::choisit_copie(int valeur) {
 void TVarnion::bascule_barre() {
   bool &visible = barre_visible_[static_cast<std::size_t>(mode_)];
   visible = !visible;
-  for (const ConteneurCommandes &conteneur : conteneurs_commandes())
-    if (conteneur.genre == LieuCommandes::outils && (conteneur.modes >> mode_ & 1U) != 0)
-      barres_[conteneur.nom]->setVisible(visible);
+  montre_barres();
   rafraichit_coches();
 }
 
@@ -315,36 +405,27 @@ std::vector<ElementMac> TVarnion::elements_choisis() const {
   return choisis;
 }
 
-void TVarnion::copie_vers_le_pc() {
-  const std::vector<ElementMac> elements = elements_choisis();
-  if (elements.empty()) return;
-  const QString choisi = demandes.dossier(kTitreCible, vers_qt(reglages().reper));
-  if (choisi.isEmpty()) return;
-  const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin) return;
-  const auto cible = DossierSortie::ouvre(*chemin);
-  if (!cible) {
-    const std::string raison = plateforme::texte_erreur(errno);
-    operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));
-    return;
+std::vector<std::uint32_t> TVarnion::ids_choisis() const {
+  std::vector<std::uint32_t> ids;
+  if (!depuis_liste_) {
+    const std::uint32_t id = modele_arbre_.id(arbre_->currentIndex());
+    if (id != 0 && id != racine()) ids.push_back(id);
+    return ids;
   }
-  reglages().reper = *chemin + (chemin->ends_with('/') ? "" : "/");
-  static_cast<void>(enregistre_reglage("Reper"));
+  std::vector<int> rangs;
+  for (const QModelIndex &index : liste_->selectionModel()->selectedRows()) rangs.push_back(index.row());
+  std::sort(rangs.begin(), rangs.end());
+  for (const int rang : rangs) ids.push_back(modele_liste_.ligne(rang).id);
+  return ids;
+}
 
-  OptionsCopiePc options;
-  options.nommage = mode_nommage(etat<OptionsProgramme>().options);
-  options.extension = extension;
-  options.suivi = [](const BilanCopiePc &) { static_cast<void>(operations().arret_demande()); };
-  CopieVersPc copie(std::move(options));
-  {
-    const Attente attente;
-    for (const ElementMac &element : elements)
-      if (!copie.copie_vers_pc(element, *cible) && copie.bilan().arret) break;
-  }
-  operations().afficher_etat({}, {});
-  const BilanCopiePc &bilan = copie.bilan();
-  statusBar()->showMessage(
-      vers_qt(message(kCopies, {bilan.copies, bilan.dossiers, bilan.sautes, bilan.echecs})), kDureeBilan);
+void TVarnion::montre_proprietes() {
+  mode_ == kModePartition ? proprietes_elements(*this) : proprietes_rubriques(*this);
+}
+
+void TVarnion::compilation(bool en_cours) {
+  compilation_ = en_cours;
+  rafraichit_textes();
   rafraichit_commandes();
 }
 

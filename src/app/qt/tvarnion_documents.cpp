@@ -45,7 +45,9 @@ const DialoguesMode &dialogues(int mode) {
   return kDialogues[mode];
 }
 
-QString depart() {
+}  // namespace
+
+QString depart_documents() {
   return vers_qt(reglages().dossier_projet);
 }
 
@@ -56,13 +58,10 @@ void retient_dossier(const std::string &chemin) {
   static_cast<void>(enregistre_reglage("DProj"));
 }
 
-// A question before a file that is there is written over.
 bool peut_ecraser(const std::string &chemin) {
   if (!plateforme::existe(chemin)) return true;
   return operations().demander_oui_non(message(kEcraser, {tronque_chemin(chemin, kCheminMessage)})) != 0;
 }
-
-}  // namespace
 
 ModeProjet TVarnion::mode_projet() const {
   return mode_ == kModeIsop ? ModeProjet::isop : ModeProjet::hybride;
@@ -130,7 +129,7 @@ void TVarnion::cree_projet_defaut() {
 void TVarnion::nouveau() {
   ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
-  const QString choisi = demandes.enregistrer(ids.creer, ids.filtre, depart(), ids.extension);
+  const QString choisi = demandes.enregistrer(ids.creer, ids.filtre, depart_documents(), ids.extension);
   if (choisi.isEmpty()) return;
   const auto chemin = chemin_argument(choisi.toStdString());
   if (!chemin || !peut_ecraser(*chemin)) return;
@@ -145,7 +144,7 @@ void TVarnion::nouveau() {
 void TVarnion::ouvrir() {
   ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
-  const QString choisi = demandes.ouvrir(ids.ouvrir, ids.filtre, depart());
+  const QString choisi = demandes.ouvrir(ids.ouvrir, ids.filtre, depart_documents());
   if (choisi.isEmpty()) return;
   const auto chemin = chemin_argument(choisi.toStdString());
   if (chemin && ouvre_chemin(*chemin)) retient_dossier(*chemin);
@@ -170,7 +169,8 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
   options.chemin_sauvegarde = [this]() -> std::optional<std::string> {
     const DialoguesMode &ids = dialogues(kModePartition);
     QApplication::setOverrideCursor(Qt::ArrowCursor);
-    const QString choisi = demandes.enregistrer(kSauverDecompressee, ids.filtre, depart(), ids.extension);
+    const QString choisi =
+        demandes.enregistrer(kSauverDecompressee, ids.filtre, depart_documents(), ids.extension);
     QApplication::restoreOverrideCursor();
     if (choisi.isEmpty()) return std::nullopt;
     return chemin_argument(choisi.toStdString());
@@ -210,7 +210,7 @@ void TVarnion::enregistrer() {
 bool TVarnion::enregistrer_sous() {
   if (!projet_) return false;
   const DialoguesMode &ids = dialogues(mode_);
-  const QString choisi = demandes.enregistrer(ids.enregistrer, ids.filtre, depart(), ids.extension);
+  const QString choisi = demandes.enregistrer(ids.enregistrer, ids.filtre, depart_documents(), ids.extension);
   if (choisi.isEmpty()) return false;
   const auto chemin = chemin_argument(choisi.toStdString());
   if (!chemin || !projet_->enregistre_sous(*chemin)) return false;
