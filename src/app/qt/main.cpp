@@ -13,6 +13,7 @@
 #include "app/noyau/ligne_commande.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/routage.hpp"
+#include "app/qt/aide.hpp"
 #include "app/qt/instance_unique.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -51,6 +52,7 @@ int lance_fenetre(InstanceUnique &instance, const QString &document) {
   OperationsQt operations_qt;
   brancher_operations(&operations_qt);
   lire_options(false);
+  branche_aide();
   int statut = 0;
   {
     TVarnion fenetre(operations_qt);
