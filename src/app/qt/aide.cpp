@@ -12,7 +12,7 @@ namespace varnion {
 
 namespace {
 
-constexpr int kAide = 7300;
+constexpr int kAide = 7018;
 constexpr int kIndiceAide = 2329;
 constexpr const char *kFiltre = "FiltreAide";
 constexpr const char *kSujet = "sujet_aide";

@@ -7,17 +7,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/qt/aide.hpp"
 #include "app/qt/texte_qt.hpp"
-#include "app/qt/travaux.hpp"
 
 namespace varnion {
-
-namespace {
-
-constexpr int kAide = 7018;
-constexpr int kIndiceAide = 2329;
-
-}  // namespace
 
 Forme::Forme(QWidget *parent, const char *nom, int titre, int sujet)
     : QDialog(parent), sujet_(sujet), corps_(new QVBoxLayout), rangee_(new QDialogButtonBox) {
@@ -26,6 +19,7 @@ Forme::Forme(QWidget *parent, const char *nom, int titre, int sujet)
   auto *colonne = new QVBoxLayout(this);
   colonne->addLayout(corps_, 1);
   colonne->addWidget(rangee_);
+  if (sujet != 0) pose_sujet(this, sujet);
 }
 
 void Forme::boutons(int accepter, int refuser) {
@@ -41,11 +35,7 @@ void Forme::boutons(int accepter, int refuser) {
   }
   connect(rangee_, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(rangee_, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  if (sujet_ == 0) return;
-  auto *aide = rangee_->addButton(chaine_qt(kAide), QDialogButtonBox::HelpRole);
-  aide->setObjectName("Aide");
-  aide->setToolTip(chaine_qt(kIndiceAide));
-  connect(aide, &QAbstractButton::clicked, this, [this] { montre_aide(sujet_); });
+  if (sujet_ != 0) rangee_->addButton(bouton_aide(this, sujet_), QDialogButtonBox::HelpRole);
 }
 
 QAbstractButton *Forme::bouton(int legende, const char *nom) {
