@@ -17,6 +17,7 @@
 #include "noms/tables.hpp"
 #include "noms/texte.hpp"
 #include "projet/fichier_projet.hpp"
+#include "projet/nom_hfsplus.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {

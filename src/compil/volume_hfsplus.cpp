@@ -15,6 +15,7 @@
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "projet/nom_hfsplus.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -30,14 +31,6 @@ constexpr std::uint32_t kBitsParUnite = 16384;  ///< bits of one 2048-byte unit 
 constexpr std::uint16_t kFilExiste = 2;         ///< file record flag: a thread record exists
 /// keyCompareType of the catalog header: case folding (TN1150, BTHeaderRec).
 constexpr std::uint8_t kCompareSansCasse = 0xCF;
-
-/// Working text as wide units 00-FF: `large_vers_unicode` reads those from 80 up as Windows-1252.
-NomUnicode decompose_texte(std::string_view texte) {
-  std::u16string large;
-  for (const char c : texte)
-    large.push_back(c == ':' ? u'_' : static_cast<char16_t>(static_cast<std::uint8_t>(c)));
-  return large_vers_unicode(large);
-}
 
 std::uint32_t blocs_de(std::uint32_t unites) {
   return unites / kUnites;
@@ -64,17 +57,7 @@ std::uint32_t date_utc_mac(std::uint32_t date_projet) {
   return static_cast<std::uint32_t>(std::clamp<std::int64_t>(date, 0, UINT32_MAX));
 }
 
-/// Wide name wanted instead of the project's.
-bool prend_nom_large(const RubriqueProjet &r, std::u16string_view nom_large) {
-  return !nom_large.empty() && !r.nom_hfs_final() && (r.nom_hors_page() || r.codage() == Codage::ntfs);
-}
-
 }  // namespace
-
-NomUnicode nom_hfsplus_de(const RubriqueProjet &rubrique, std::u16string_view nom_large) {
-  if (!prend_nom_large(rubrique, nom_large)) return decompose_texte(lit_champ(rubrique.nom_hfs));
-  return rubrique.nom_hors_page() ? decompose_hfsplus(nom_large) : large_vers_unicode(nom_large);
-}
 
 void VolumeHfsPlus::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
   const auto longueur = static_cast<std::uint32_t>(2 * lit_champ(rubrique.nom_hfs).size());

@@ -40,8 +40,4 @@ class VolumeHfsPlus final : public VolumeMac {
   NomUnicode label_;
 };
 
-/// Name of an item on the HFS+ side: the project's, decomposed; the wide name of the source for an item that
-/// the code page cannot show or that has NTFS streams, unless a name was typed by hand.
-[[nodiscard]] NomUnicode nom_hfsplus_de(const RubriqueProjet &rubrique, std::u16string_view nom_large);
-
 }  // namespace varnion

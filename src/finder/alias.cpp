@@ -14,12 +14,6 @@ constexpr std::size_t kCheminEntier = 200;
 constexpr std::size_t kCheminBout = 100;
 constexpr std::string_view kCoupure = " [...] ";
 
-struct TeteEtiquette {
-  be16 etiquette;  // 0
-  be16 longueur;   // 2
-};
-static_assert(sizeof(TeteEtiquette) == 4);
-
 std::string_view texte(std::span<const std::uint8_t> octets) {
   return {reinterpret_cast<const char *>(octets.data()), octets.size()};
 }

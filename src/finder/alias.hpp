@@ -40,6 +40,13 @@ struct FicheAlias {
 };
 static_assert(sizeof(FicheAlias) == 150 && offsetof(FicheAlias, fichier) == 51);
 
+/// Head of an item behind the fixed part; a pad byte follows bytes of an odd number.
+struct TeteEtiquette {
+  be16 etiquette;  // 0
+  be16 longueur;   // 2
+};
+static_assert(sizeof(TeteEtiquette) == 4);
+
 /// An item behind the fixed part.
 struct EtiquetteAlias {
   std::uint16_t etiquette = 0;
@@ -49,6 +56,10 @@ enum NumeroEtiquette : std::uint16_t {
   kEtiquetteDossier = 0,
   kEtiquetteNumeros = 1,
   kEtiquetteChemin = 2,
+  kEtiquetteNomUnicode = 0x0E,
+  kEtiquetteVolumeUnicode = 0x0F,
+  kEtiquetteCheminPosix = 0x12,
+  kEtiquetteMontage = 0x13,
   kEtiquetteFin = 0xFFFF,
 };
 
@@ -69,5 +80,18 @@ struct TextesAlias {
   std::string chemin;  ///< of 200 bytes or more: the first 100, " [...] ", the last 100
 };
 [[nodiscard]] TextesAlias textes_alias(std::span<const std::uint8_t> alias);
+
+/// A picture in the folder ".!Background" of the root of a volume.
+struct CibleAlias {
+  std::string volume;               ///< label, working text
+  std::string fichier;              ///< working text
+  std::u16string fichier_large;     ///< name in the catalog, decomposed; empty: made from `fichier`
+  std::uint32_t dossier = 0;        ///< catalog number of the folder
+  std::uint32_t date_fichier = 0;   ///< Macintosh date
+  std::array<char, 8> signature{};  ///< type and creator
+  bool hfsplus = true;
+};
+/// The alias record of it.
+[[nodiscard]] std::vector<std::uint8_t> alias_fond(const CibleAlias &cible);
 
 }  // namespace varnion

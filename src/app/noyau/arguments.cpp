@@ -99,6 +99,7 @@ class Analyse {
     }
     if (option.valeurs != nullptr && !permise(option.valeurs, *valeur))
       return message(kValeurFausse, {plateforme::utf8_vers_texte(*valeur), montre, option.valeurs});
+    arguments_.suite.emplace_back(option.nom, *valeur);
     arguments_.options.insert_or_assign(std::string(option.nom), std::move(*valeur));
     return std::nullopt;
   }

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // The words of a command line, sorted into options and positions.
@@ -23,7 +24,8 @@ struct OptionCli {
 /// Arguments as the user gave them, in UTF-8.
 struct Arguments {
   std::vector<std::string> positions;
-  std::map<std::string, std::string, std::less<>> options;
+  std::map<std::string, std::string, std::less<>> options;      ///< of one given twice, the last value
+  std::vector<std::pair<std::string, std::string>> suite = {};  ///< all of them, as they were given
 
   [[nodiscard]] bool a(std::string_view option) const { return options.contains(option); }
   /// Value of an option, `defaut` where it was not given.

@@ -109,6 +109,17 @@ constexpr OptionCli kPut[] = {{"into", '\0', 6952, ""},
                               {"fonts", '\0', 6956, "yes|no"},
                               {"truncate", '\0', 6957, "auto|crc|ask"},
                               {"signatures", '\0', 6704, ""}};
+constexpr OptionCli kFenetre[] = {{"window", '\0', 7463, ""},
+                                  {"icon-size", '\0', 7464, "16|32|48|64|80|96|112|128"},
+                                  {"text-size", '\0', 7465, "10|12|14|16"},
+                                  {"spacing", '\0', 7466, "0|1|2|3|4|5|6|7"},
+                                  {"background", '\0', 7467, ""},
+                                  {"no-background", '\0', 7468},
+                                  {"place", '\0', 7469, ""},
+                                  {"output", 'o', 7470, ""},
+                                  {"signatures", '\0', 6704, ""},
+                                  {"force", 'f', 6702},
+                                  {"json", '\0', 6718}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -125,6 +136,7 @@ constexpr SousCommande kCommandes[] = {
     {"project", "refresh", 1, 1, kRefresh, commande_projet_refresh, 6760, 6763},
     {"project", "rebuild", 1, 1, kRebuild, commande_projet_rebuild, 6761, 6764},
     {"project", "move-path", 3, 3, {}, commande_projet_move_path, 6762, 6765},
+    {"", "layout", 1, kSansFin, kFenetre, commande_layout, 7461, 7462},
     {"", "compile", 1, 1, kCompile, commande_compile, 6619, 6669},
     {"", "master", 1, kSansFin, kMaster, commande_master, 6620, 6670},
     {"", "unpack", 2, 2, kUnpack, commande_unpack, 6705, 6706},

@@ -65,6 +65,7 @@ struct SousCommande {
 [[nodiscard]] int commande_signature(ContexteCli &contexte);
 [[nodiscard]] int commande_resize(ContexteCli &contexte);
 [[nodiscard]] int commande_put(ContexteCli &contexte);
+[[nodiscard]] int commande_layout(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);
