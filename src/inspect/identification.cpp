@@ -1,0 +1,183 @@
+#include "inspect/identification.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include "inspect/champs.hpp"
+#include "IO/requete.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr std::uint16_t kMarqueAmorce = 0xAA55;
+constexpr std::size_t kPlaceMarque = 0x1FE;
+
+/// A sector with the two things that a test may ask for.
+struct Examen {
+  std::span<const std::uint8_t> octets;
+  std::uint64_t numero;
+
+  [[nodiscard]] unsigned octet(std::size_t place) const {
+    return static_cast<unsigned>(nombre_gros(octets, place, 1));
+  }
+  [[nodiscard]] bool commence(std::size_t place, std::string_view texte) const {
+    for (std::size_t i = 0; i < texte.size(); ++i)
+      if (octet(place + i) != static_cast<unsigned char>(texte[i])) return false;
+    return true;
+  }
+  [[nodiscard]] bool marque_amorce() const { return nombre_petit(octets, kPlaceMarque, 2) == kMarqueAmorce; }
+};
+
+bool est_hfsplus_ou_x(const Examen &e) {
+  return e.octet(0) == 'H' && (e.octet(1) == '+' || e.octet(1) == 'X');
+}
+
+bool est_mdb(const Examen &e) {
+  return e.commence(0, "BD");
+}
+
+bool est_pilotes(const Examen &e) {
+  return e.commence(0, "ER") && nombre_gros(e.octets, 2, 2) % kTailleSecteur == 0;
+}
+
+bool est_partition(const Examen &e) {
+  return e.commence(0, "PM");
+}
+
+// The kind of the node and the low byte of its record count: a header node has three records (TN1150).
+bool est_entete_arbre(const Examen &e) {
+  return e.octet(8) == 1 && e.octet(11) == 3;
+}
+
+bool est_noeud(const Examen &e, unsigned genre) {
+  return e.octet(8) == genre && e.octet(9) >= 1 && e.octet(9) <= 8 && nombre_gros(e.octets, 10, 2) != 0;
+}
+
+bool est_feuille(const Examen &e) {
+  return est_noeud(e, 0xFF);
+}
+
+bool est_index(const Examen &e) {
+  return est_noeud(e, 0);
+}
+
+// Primary and supplementary descriptors alone (ECMA-119 8.4, 8.5).
+bool est_descripteur(const Examen &e) {
+  return (e.octet(0) == 1 || e.octet(0) == 2) && e.commence(1, "CD001");
+}
+
+// The first record of a path table names the root, which is its own parent: number 1 in the order of the
+// table (ECMA-119 9.4).
+bool est_table_chemins(const Examen &e) {
+  if (e.octet(0) != 1) return false;
+  return nombre_petit(e.octets, 6, 2) == (e.octet(2) == 0 ? 0x0100U : 1U);
+}
+
+// The records for the directory itself and its parent, 34 bytes each (ECMA-119 9.1).
+bool est_repertoire(const Examen &e) {
+  return e.octet(0) == 0x22 && e.octet(0x22) == 0x22;
+}
+
+bool est_fat(const Examen &e) {
+  return e.octet(2) == 0x90 && e.marque_amorce();
+}
+
+bool est_mbr(const Examen &e) {
+  return e.numero == 0 && e.marque_amorce();
+}
+
+struct Test {
+  int code;
+  bool (*passe)(const Examen &);
+};
+// The order decides: a sector that several tests would pass is what the first of them says.
+constexpr Test kChaine[] = {
+    {kSecteurHfsPlus, est_hfsplus_ou_x},
+    {kSecteurMdb, est_mdb},
+    {kSecteurPilotes, est_pilotes},
+    {kSecteurPartition, est_partition},
+    {kSecteurEnteteArbre, est_entete_arbre},
+    {kSecteurFeuille, est_feuille},
+    {kSecteurIndex, est_index},
+    {kSecteurIso, est_descripteur},
+    {kSecteurChemins, est_table_chemins},
+    {kSecteurRepertoire, est_repertoire},
+    {kSecteurFat, est_fat},
+    {kSecteurMbr, est_mbr},
+};
+
+// No test yields 12, 13, 14 or 16; their forms are in the dispatch for a chain that would.
+constexpr std::array<Forme, kCodesSecteur> kFormes{
+    Forme::aucune,       Forme::hfsplus, Forme::mdb,        Forme::pilotes,     Forme::partition,
+    Forme::entete_arbre, Forme::feuille, Forme::iso,        Forme::chemins,     Forme::repertoire,
+    Forme::mbr,          Forme::fat,     Forme::macbinaire, Forme::applesingle, Forme::appledouble,
+    Forme::index,        Forme::gpt,
+};
+
+constexpr GenreAnalyse kGenres[] = {
+    {Forme::hfsplus, kSecteurHfsPlus, "TSectHPP", "hfsplus-header", 3234},
+    {Forme::mdb, kSecteurMdb, "TSectBD", "hfs-mdb", 3213},
+    {Forme::pilotes, kSecteurPilotes, "TSectER", "driver-map", 3201},
+    {Forme::partition, kSecteurPartition, "TSectPM", "partition-entry", 3206},
+    {Forme::entete_arbre, kSecteurEnteteArbre, "TSectB", "btree-header", 3253},
+    {Forme::feuille, kSecteurFeuille, "TSectND", "btree-leaf", 3286},
+    {Forme::index, kSecteurIndex, "TBranche", "btree-index", 3344},
+    {Forme::iso, kSecteurIso, "TSectISO", "iso-descriptor", 3266},
+    {Forme::chemins, kSecteurChemins, "TPathISO", "iso-path-table", 3275},
+    {Forme::repertoire, kSecteurRepertoire, "TRepISO", "iso-directory", 7520},
+    {Forme::mbr, kSecteurMbr, "TMBR", "mbr", 3294},
+    {Forme::fat, kSecteurFat, "TBoot", "fat-boot", 3299},
+    {Forme::gpt, kSecteurGpt, "Tefi", "gpt-header", 3359},
+    {Forme::partitions_gpt, kSecteurInconnu, "Tgptguid", "gpt-entries", 3380},
+    {Forme::macbinaire, kSecteurMacBinaire, "TMacBin", "macbinary", 3318},
+    {Forme::applesingle, kSecteurAppleSingle, "TAS", "applesingle", 3319},
+    {Forme::appledouble, kSecteurAppleDouble, "TAD", "appledouble", 3320},
+    {Forme::tetes_mac, kSecteurInconnu, "TTeteMac", "mac-headers", 3355},
+};
+
+}  // namespace
+
+int code_secteur(std::span<const std::uint8_t> secteur, std::uint64_t numero) {
+  const Examen examen{secteur, numero};
+  for (const Test &test : kChaine)
+    if (test.passe(examen)) return test.code;
+  return kSecteurInconnu;
+}
+
+int identifier_secteur(std::span<const std::uint8_t> secteur, std::uint32_t numero_bas,
+                       std::uint32_t numero_haut) {
+  const int code = code_secteur(secteur, std::uint64_t{numero_haut} << 32 | numero_bas);
+  if (code == kSecteurPilotes)
+    support().taille_bloc_carte = static_cast<std::uint16_t>(nombre_gros(secteur, 2, 2));
+  return code;
+}
+
+Forme forme_de_code(int code, int mode_driver) {
+  if (code < 0 || code >= kCodesSecteur) return Forme::aucune;
+  const bool forme_seule = mode_driver == 1 || mode_driver == 3;
+  if ((code == kSecteurPilotes || code == kSecteurPartition) && !forme_seule) return Forme::tetes_mac;
+  return kFormes[static_cast<std::size_t>(code)];
+}
+
+Forme forme_de_code(int code) {
+  return forme_de_code(code, support().mode_driver);
+}
+
+std::span<const GenreAnalyse> genres_analyse() {
+  return kGenres;
+}
+
+const GenreAnalyse *genre_de(Forme forme) {
+  const auto *trouve =
+      std::find_if(std::begin(kGenres), std::end(kGenres), [&](const auto &g) { return g.forme == forme; });
+  return trouve == std::end(kGenres) ? nullptr : trouve;
+}
+
+const GenreAnalyse *genre_nomme(std::string_view mot) {
+  const auto *trouve =
+      std::find_if(std::begin(kGenres), std::end(kGenres), [&](const auto &g) { return g.mot == mot; });
+  return trouve == std::end(kGenres) ? nullptr : trouve;
+}
+
+}  // namespace varnion
