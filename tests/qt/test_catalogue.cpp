@@ -129,6 +129,11 @@ TEST(Catalogue, EnablementFollowsDocumentAndSelection) {
       {"PCM1", "-++-++"},     {"PopSup", "---+-+"},       {"DrPart", "---++-"},
       {"TPopSup", "-----+"},  {"TPopRen", "----++"},      {"Mac2PC", "---+-+"},
       {"PereProj", "-----+"}, {"SAll", "++++++"},         {"Reop1", "------"},
+      {"DelProj", "-----+"},  {"DelPart", "-----+"},      {"Hybrid1", "------"},
+      {"Desh1", "++++++"},    {"SW1", "---+++"},          {"Refr", "-+++++"},
+      {"Path1", "-+++++"},    {"Info1", "-+++++"},        {"La1", "-+++++"},
+      {"CompProj", "-+++++"}, {"PropVol1", "-+++++"},     {"EnrAs2", "-++-++"},
+      {"MdPart1", "-+++++"},  {"TSuppPart", "----++"},    {"AffPart", "---+-+"},
   };
   const EtatCommandes etats[] = {rien, nomme, defaut, protege, choisi, dedans};
   for (const auto &[nom, attendu] : lignes) {

@@ -147,7 +147,7 @@ constexpr Commande kCommandes[] = {
     {"OuvProj", "BarreProj", 7000, 7011, "", P, C::toujours, O::ouvrir, 0, "ouvrir"},
     {"CompProj", "BarreProj", 7008, 7012, "", P, C::document, O::compiler, 0, "compiler"},
     {"MkDirProj", "BarreProj", 7005, 2320, "", P, C::document, O::creer_dossier, 0, "nouveau_dossier"},
-    {"DelProj", "BarreProj", 7006, 2313, "", P, C::selection_ecriture, O::supprimer, 0, "supprimer"},
+    {"DelProj", "BarreProj", 7006, 2313, "", P, C::suppression_bouton, O::supprimer, 0, "supprimer"},
     {"RechProj", "BarreProj", 7007, 2312, "", P, C::document, O::rechercher, 0, "rechercher"},
     {"PereProj", "BarreProj", 7001, 2314, "", P, C::hors_racine, O::dossier_pere, 0, "pere"},
     {"ModeVue", "BarreProj", 7002, 2317, "", P, C::toujours, O::vue_suivante, 0, "vue_hybride", true},
@@ -160,7 +160,7 @@ constexpr Commande kCommandes[] = {
     {"PC2Mac", "BarrePart", 7004, 2311, "", V, C::document_ecriture, O::copier_vers_mac, 0, "vers_mac"},
     {"MkDirPart", "BarrePart", 7005, 2320, "", V, C::document_ecriture, O::creer_dossier, 0,
      "nouveau_dossier"},
-    {"DelPart", "BarrePart", 7006, 2313, "", V, C::selection_ecriture, O::supprimer, 0, "supprimer"},
+    {"DelPart", "BarrePart", 7006, 2313, "", V, C::suppression_bouton, O::supprimer, 0, "supprimer"},
     {"RechPart", "BarrePart", 7007, 2312, "", V, C::document, O::rechercher, 0, "rechercher"},
     {"PerePart", "BarrePart", 7001, 2314, "", V, C::hors_racine, O::dossier_pere, 0, "pere"},
     {"HelpPart", "BarrePart", 7009, 2315, "", V, C::toujours, O::aide, 1099, "aide"},
@@ -170,7 +170,7 @@ constexpr Commande kCommandes[] = {
     {"OuvIso", "BarreIso", 7000, 7011, "", I, C::toujours, O::ouvrir, 0, "ouvrir"},
     {"CompIso", "BarreIso", 7008, 7012, "", I, C::document, O::compiler, 0, "compiler"},
     {"MkDirIso", "BarreIso", 7005, 2320, "", I, C::document, O::creer_dossier, 0, "nouveau_dossier"},
-    {"DelIso", "BarreIso", 7006, 2313, "", I, C::selection_ecriture, O::supprimer, 0, "supprimer"},
+    {"DelIso", "BarreIso", 7006, 2313, "", I, C::suppression_bouton, O::supprimer, 0, "supprimer"},
     {"RechIso", "BarreIso", 7007, 2312, "", I, C::document, O::rechercher, 0, "rechercher"},
     {"PereIso", "BarreIso", 7001, 2314, "", I, C::hors_racine, O::dossier_pere, 0, "pere"},
     {"HelpIso", "BarreIso", 7009, 2315, "", I, C::toujours, O::aide, 1099, "aide"},
@@ -255,6 +255,8 @@ bool permise(Condition condition, const EtatCommandes &etat) {
       return etat.document && etat.selection_arbre;
     case C::suppression_arbre:
       return etat.document && etat.selection_arbre && !etat.noeud_racine;
+    case C::suppression_bouton:
+      return ecriture && (etat.selection_liste || (etat.selection_arbre && !etat.noeud_racine));
     case C::collage:
       return ecriture && etat.presse_papiers;
     case C::collage_menu:

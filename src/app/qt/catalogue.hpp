@@ -28,6 +28,7 @@ enum class Condition : std::uint8_t {
   selection_liste,     ///< a document, and a selection in the list
   selection_arbre,     ///< a document, and a selection in the tree
   suppression_arbre,   ///< the same, but for the root
+  suppression_bouton,  ///< a document that may be changed, and a selection that is not the root alone
   collage,             ///< a document that may be changed, and files in the clipboard
   collage_menu,        ///< a document, and files in the clipboard
   hors_racine,         ///< a document, and the folder shown is not its root

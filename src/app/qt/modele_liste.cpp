@@ -19,6 +19,7 @@ enum Colonne : int { kNom, kType, kDonnees, kRessources, kCreation, kModificatio
 
 constexpr std::array<int, kColonnes> kLegendes{1003, 1004, 1005, 1006, 1007, 1008, 1009};
 constexpr int kDossier = 1011;
+constexpr QChar kMarge(0x2002);  // keeps a text at the right clear of the next column
 
 std::uint64_t valeur(const LigneListe &ligne, int colonne) {
   switch (colonne) {
@@ -168,7 +169,10 @@ bool ModeleListe::setData(const QModelIndex &index, const QVariant &valeur, int 
 
 QVariant ModeleListe::headerData(int section, Qt::Orientation orientation, int role) const {
   if (orientation != Qt::Horizontal || section < 0 || section >= kColonnes) return {};
-  if (role == Qt::DisplayRole) return chaine_qt(kLegendes[static_cast<std::size_t>(section)]);
+  if (role == Qt::DisplayRole) {
+    const QString legende = chaine_qt(kLegendes[static_cast<std::size_t>(section)]);
+    return section == kDonnees || section == kRessources ? legende + kMarge : legende;
+  }
   if (role == Qt::TextAlignmentRole)
     return static_cast<int>(Qt::AlignVCenter |
                             (section == kDonnees || section == kRessources ? Qt::AlignRight : Qt::AlignLeft));
