@@ -75,7 +75,8 @@ TEST_F(Modeles, ListShowsAFolder) {
   EXPECT_EQ(cellule(liste, plein, 3), "");
   fixer_base_langue(kLangueFrancais);
   EXPECT_EQ(cellule(liste, plein, 1), "Dossier");
-  EXPECT_EQ(liste.headerData(2, Qt::Horizontal, Qt::DisplayRole).toString(), QString::fromUtf8("Données"));
+  EXPECT_EQ(liste.headerData(2, Qt::Horizontal, Qt::DisplayRole).toString().trimmed(),
+            QString::fromUtf8("Données"));
   fixer_base_langue(kLangueAnglais);
 
   liste.montre(document.contenu(22), document.dates_utc());

@@ -1,13 +1,58 @@
-#include "app/qt/travaux.hpp"
+// Forms with an editor of their own.
 
+#include "app/noyau/actions_projet.hpp"
+#include "app/qt/operations_qt.hpp"
+#include "app/qt/tds_store.hpp"
+#include "app/qt/texte_qt.hpp"
+#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "finder/fenetre_racine.hpp"
+#include "IO/plateforme.hpp"
+#include "projet/erreurs.hpp"
 
 namespace varnion {
+
+namespace {
+
+constexpr int kFiltreDs = 1522;
+constexpr int kTitreDs = 1523;
+
+// The PC file of the window; "" when the user gives up.
+std::string demande_cible(TVarnion &fenetre, const FenetreRacine &racine) {
+  const std::string propose = chemin_propose(*fenetre.projet(), racine);
+  const QString choisi = fenetre.demandes.enregistrer(kTitreDs, kFiltreDs, vers_qt(propose), 0);
+  if (choisi.isEmpty()) return {};
+  const auto chemin = chemin_argument(choisi.toStdString());
+  if (!chemin) return {};
+  const bool sienne = !racine.chemin.empty() && plateforme::meme_fichier(racine.chemin, *chemin);
+  return sienne || peut_ecraser(*chemin) ? *chemin : std::string();
+}
+
+}  // namespace
 
 void affiche_contenu(TVarnion & /*fenetre*/) {}
 
 void edite_signatures(TVarnion & /*fenetre*/) {}
 
-void cree_ds_store(TVarnion & /*fenetre*/) {}
+void cree_ds_store(TVarnion &fenetre) {
+  FichierProjet &projet = *fenetre.projet();
+  if (!label_precise(projet)) {
+    etiquette_projet(fenetre);
+    if (!label_precise(projet)) return;
+  }
+  const bool autre_format = !projet.hfsplus();
+  if (!exige_hfsplus(projet)) return;
+  FenetreRacine racine = ouvre_fenetre_racine(projet);
+  const auto valeurs = dispose_fenetre(fenetre, racine.valeurs);
+  const std::string cible = valeurs ? demande_cible(fenetre, racine) : std::string();
+  if (!cible.empty()) {
+    const Attente attente;
+    racine.valeurs = *valeurs;
+    static_cast<void>(ecrit_ds_store(projet, racine, cible));
+  }
+  if (cible.empty() && !autre_format) return;
+  if (projet.sauvegarde_entete() && !projet.vide()) echec_ecriture_projet(projet.chemin());
+  fenetre.montre_document();
+}
 
 }  // namespace varnion

@@ -25,10 +25,8 @@
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "finder/fenetre_racine.hpp"
 #include "finder/taille_image.hpp"
-#include "IO/operations.hpp"
-#include "IO/plateforme.hpp"
-#include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -53,7 +51,6 @@ constexpr int kTailleTexte = 7269;
 constexpr int kEspacement = 7270;
 constexpr int kGroupeImage = 7271;
 constexpr int kDimensions = 7272;
-constexpr int kImageIllisible = 7273;
 constexpr int kGroupeElements = 7274;
 constexpr int kMonter = 7275;
 constexpr int kDescendre = 7276;
@@ -64,7 +61,6 @@ constexpr int kColonneH = 7280;
 constexpr int kColonneV = 7281;
 constexpr int kSansImage = 7282;
 constexpr int kSujet = 1510;  // help topic
-constexpr std::size_t kCheminMessage = 50;
 
 using Fixe = void (*)(ValeursFenetre &, int);
 struct ChampRect {
@@ -97,7 +93,8 @@ class FormeDs final : public Forme {
   void construit_volet(QVBoxLayout *colonne);
   void montre();
   void montre_elements();
-  void prend_image(const QString &chemin);
+  void prend_image_choisie(const QString &chemin);
+  void montre_image();
   void choisit_image();
   void deplace(int sens);
   void ouvre_volet();
@@ -148,7 +145,8 @@ FormeDs::FormeDs(TVarnion &fenetre, const ValeursFenetre &valeurs)
   bouton_accepter()->setObjectName("valid");
   montre();
   montre_elements();
-  if (!valeurs_.image.empty()) prend_image(vers_qt(valeurs_.image));
+  image_->setText(vers_qt(valeurs_.image));
+  montre_image();
 }
 
 void FormeDs::construit_fenetre(QVBoxLayout *colonne) {
@@ -226,9 +224,9 @@ void FormeDs::construit_image(QVBoxLayout *colonne) {
   grille->setColumnStretch(0, 1);
   colonne->addWidget(groupe);
   connect(parcourir, &QPushButton::clicked, this, [this] { choisit_image(); });
-  connect(sans, &QPushButton::clicked, this, [this] { prend_image({}); });
+  connect(sans, &QPushButton::clicked, this, [this] { prend_image_choisie({}); });
   connect(image_, &QLineEdit::editingFinished, this, [this] {
-    if (image_->text() != vers_qt(valeurs_.image)) prend_image(image_->text());
+    if (image_->text() != vers_qt(valeurs_.image)) prend_image_choisie(image_->text());
   });
 }
 
@@ -341,44 +339,36 @@ void FormeDs::montre_elements() {
     liste_->setCurrentItem(liste_->topLevelItem(choisi));
 }
 
-// The window takes the size of a picture. One that cannot be read leaves the field as it was.
-void FormeDs::prend_image(const QString &chemin) {
-  const std::string texte = de_qt(chemin);
-  QPixmap dessin;
-  dimensions_->clear();
-  if (!texte.empty()) {
-    const auto taille = taille_image(texte);
-    if (!taille) {
-      operations().afficher_erreur(message(kImageIllisible, {tronque_chemin(texte, kCheminMessage)}));
-      image_->setText(vers_qt(valeurs_.image));
-      if (!valeurs_.image.empty() && valeurs_.image != texte) prend_image(vers_qt(valeurs_.image));
-      return;
-    }
-    const int largeur = static_cast<int>(taille->largeur);
-    const int hauteur = static_cast<int>(taille->hauteur);
-    dimensions_->setText(vers_qt(message(kDimensions, {largeur, hauteur})));
-    if (texte != valeurs_.image) {
-      ValeursFenetre essai = valeurs_;
-      fixe_largeur(essai, largeur);
-      fixe_hauteur(essai, hauteur);
-      if (essai.valides()) valeurs_ = std::move(essai);
-    }
-    QImageReader lecteur(chemin);
-    lecteur.setDecideFormatFromContent(true);
-    lecteur.setScaledSize({std::max(largeur / kEchelleDessin, 1), std::max(hauteur / kEchelleDessin, 1)});
-    dessin = QPixmap::fromImage(lecteur.read());
+// A picture that cannot be read leaves the field as it was.
+void FormeDs::prend_image_choisie(const QString &chemin) {
+  const QString avant = vers_qt(valeurs_.image);
+  if (!prend_image(valeurs_, de_qt(chemin))) {
+    image_->setText(avant);
+    return;
   }
-  valeurs_.image = texte;
   image_->setText(chemin);
-  ecran_->image(dessin);
+  montre_image();
   montre();
+}
+
+void FormeDs::montre_image() {
+  dimensions_->clear();
+  const auto taille = valeurs_.image.empty() ? std::nullopt : taille_image(valeurs_.image);
+  if (!taille) return ecran_->image({});
+  const int largeur = static_cast<int>(taille->largeur);
+  const int hauteur = static_cast<int>(taille->hauteur);
+  dimensions_->setText(vers_qt(message(kDimensions, {largeur, hauteur})));
+  QImageReader lecteur(vers_qt(valeurs_.image));
+  lecteur.setDecideFormatFromContent(true);
+  lecteur.setScaledSize(QSize(largeur, hauteur) / kEchelleDessin);
+  ecran_->image(QPixmap::fromImage(lecteur.read()));
 }
 
 void FormeDs::choisit_image() {
   const QString depart = image_->text().isEmpty() ? depart_documents() : image_->text();
   const QString choisi = fenetre_.demandes.ouvrir(kTitreImage, kFiltreImage, depart);
   if (choisi.isEmpty()) return;
-  if (const auto chemin = chemin_argument(choisi.toStdString())) prend_image(vers_qt(*chemin));
+  if (const auto chemin = chemin_argument(choisi.toStdString())) prend_image_choisie(vers_qt(*chemin));
 }
 
 void FormeDs::deplace(int sens) {

@@ -54,7 +54,7 @@ DemandesFichiers demandes_du_systeme(QWidget *fenetre) {
   demandes.enregistrer = [fenetre](int titre, int filtre, const QString &depart, int extension) {
     QFileDialog forme(fenetre, chaine_qt(titre), depart, filtre_qt(charger_chaine(filtre)));
     forme.setAcceptMode(QFileDialog::AcceptSave);
-    forme.setDefaultSuffix(chaine_qt(extension));
+    if (extension != 0) forme.setDefaultSuffix(chaine_qt(extension));
     forme.setOption(QFileDialog::DontConfirmOverwrite);
     return forme.exec() == QDialog::Accepted ? forme.selectedFiles().value(0) : QString();
   };
