@@ -75,7 +75,8 @@ struct BilanAjout {
                                const std::optional<std::string> &hfs);
 
 /// Loads the signature table: `choisi` (UTF-8) when given, else the file of the settings, else the only
-/// "*.sig" of the current folder. False only for a chosen file that cannot be read.
+/// "*.sig" of the current folder, else "varnion.sig" beside the program or in its data folder. False only for
+/// a chosen file that cannot be read.
 [[nodiscard]] bool prepare_signatures(const std::optional<std::string> &choisi);
 /// The same with the file of the option "signatures".
 [[nodiscard]] bool prepare_signatures(const Arguments &arguments);

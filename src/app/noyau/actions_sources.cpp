@@ -6,6 +6,7 @@
 
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
+#include "app/noyau/types_fichiers.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/texte.hpp"
 #include "noms/regles.hpp"
@@ -69,6 +70,18 @@ bool restreint_vues(FichierProjet &projet, std::uint32_t dernier_dossier, std::u
     if (!tout.reecrit(projet, une_vue)) return echec_ecriture_projet(projet.chemin());
   }
   return true;
+}
+
+// The table that comes with the program: beside it, or where the data are installed.
+std::vector<std::string> signatures_livrees() {
+  constexpr std::string_view kNom = "varnion.sig";
+  const std::string programme = programme_courant();
+  const std::string dossier = programme.substr(0, programme.rfind('/') + 1);
+  std::vector<std::string> chemins;
+  for (const std::string &lieu : {dossier, dossier + VARNION_DONNEES "/"})
+    if (const auto chemin = plateforme::chemin_utf8_utilisable(lieu + std::string(kNom), kSansLimite))
+      chemins.push_back(*chemin);
+  return chemins;
 }
 
 }  // namespace
@@ -158,7 +171,9 @@ bool prepare_signatures(const std::optional<std::string> &choisi) {
   source.chemin = reglages().signatures;
   source.dossier_courant = source.dossier_programme = plateforme::chemin_absolu(".");
   // Without `choisit` several files mean none: no question is asked.
-  static_cast<void>(charge_signatures(source));
+  if (charge_signatures(source)) return true;
+  for (const std::string &chemin : signatures_livrees())
+    if (charge_signatures(chemin)) break;
   return true;
 }
 
