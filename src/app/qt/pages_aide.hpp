@@ -40,7 +40,7 @@ class PagesAide {
   [[nodiscard]] const std::vector<PageAide> &pages() const { return pages_; }
   [[nodiscard]] const PageAide *page(const QString &nom) const;
   [[nodiscard]] std::optional<QString> adresse(int sujet) const;
-  [[nodiscard]] QUrl url(const QString &adresse) const { return QUrl("qrc:" + dossier_ + adresse); }
+  [[nodiscard]] QUrl url(const QString &adresse) const { return QUrl("qrc" + dossier_ + adresse); }
   [[nodiscard]] const std::vector<RenvoiAide> &sommaire() const { return sommaire_; }
   [[nodiscard]] const std::vector<RenvoiAide> &index() const { return index_; }
   /// Pages that hold every word of `mots`, the best first; case and accents make no difference.

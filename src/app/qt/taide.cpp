@@ -74,8 +74,8 @@ TAide::TAide(QWidget *parent) : QMainWindow(parent, Qt::Window), base_(base_lang
   construit_barre();
   remplit();
   const int corps = fontMetrics().height();
-  resize(corps * 56, corps * 40);
-  partage->setSizes({corps * 17, corps * 39});
+  resize(corps * 62, corps * 42);
+  partage->setSizes({corps * 21, corps * 41});
 }
 
 QAction *TAide::ajoute_action(int texte, const char *nom, QIcon icone, const QKeySequence &touche) {
@@ -284,8 +284,8 @@ void TAide::va(const QString &adresse) {
 }
 
 // The row of the contents follows the page, without a word of its own.
-void TAide::suit_page() {
-  const QString nom = texte_->source().fileName();
+void TAide::suit_page(const QUrl &page) {
+  const QString nom = page.fileName();
   for (QTreeWidgetItemIterator i(sommaire_); *i != nullptr; ++i) {
     if ((*i)->data(0, kRoleAdresse).toString() != nom) continue;
     const QSignalBlocker silence(sommaire_);

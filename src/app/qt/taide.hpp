@@ -41,7 +41,7 @@ class TAide final : public QMainWindow {
   void retraduit();
   void remplit();
   void va(const QString &adresse);
-  void suit_page();
+  void suit_page(const QUrl &page);
   void filtre_index(const QString &debut);
   void lance_recherche();
   void trouve(bool arriere);
