@@ -89,6 +89,11 @@ void aide_index() {
   fenetre_aide(true)->montre_index();
 }
 
+void aide_langue() {
+  TAide *fenetre = fenetre_aide(false);
+  if (fenetre != nullptr) fenetre->suit_langue();
+}
+
 void pose_sujet(QWidget *forme, int sujet) {
   forme->setProperty(kSujet, sujet);
   branche_aide();

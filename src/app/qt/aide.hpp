@@ -15,6 +15,8 @@ void aide(int sujet);
 /// The help window with its search or index pane open.
 void aide_recherche();
 void aide_index();
+/// Brings an open help window to the language in force.
+void aide_langue();
 
 /// The help button of a form (hint 2329), to be put among its buttons. It shows `sujet`, and so does F1
 /// anywhere in the form from then on.

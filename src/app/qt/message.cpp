@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "app/qt/aide.hpp"
 #include "app/qt/texte_qt.hpp"
 
 namespace varnion {
@@ -76,6 +77,7 @@ FormeMessage::FormeMessage(QWidget *parent, const QString &nom, const QString &t
     boutons->addButton(chaine_qt(kFermer), QDialogButtonBox::AcceptRole)->setObjectName("MessFermer");
     connect(boutons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   }
+  boutons->addButton(bouton_aide(this, sujet::kMessages), QDialogButtonBox::HelpRole);
   forme->addWidget(boutons);
   if (choix.duree > 0) QTimer::singleShot(choix.duree, this, &QDialog::accept);
 }

@@ -23,7 +23,9 @@ namespace {
 constexpr const char *kAccueil = "accueil.html";
 constexpr qsizetype kAvantMot = 40;
 constexpr qsizetype kLongueurExtrait = 120;
-constexpr qsizetype kPoidsTitre = 100;  // a word in the title against one in the text
+// A word in the title or among the keywords against one in the text.
+constexpr qsizetype kPoidsTitre = 100;
+constexpr qsizetype kPoidsCle = 20;
 
 QString sans_marques(const QString &html) {
   return QTextDocumentFragment::fromHtml(html).toPlainText().simplified();
@@ -151,9 +153,11 @@ std::vector<RenvoiAide> PagesAide::cherche(const QString &mots) const {
   if (voulus.isEmpty()) return {};
   for (std::size_t i = 0; i < pages_.size(); ++i) {
     const QString titre = replie(pages_[i].titre);
+    const QString cles = replie(pages_[i].mots_cles.join(' '));
     qsizetype poids = 0;
     const bool tous = std::all_of(voulus.begin(), voulus.end(), [&](const QString &mot) {
-      const qsizetype fois = repliees_[i].count(mot) + kPoidsTitre * titre.count(mot);
+      const qsizetype fois =
+          repliees_[i].count(mot) + kPoidsTitre * titre.count(mot) + kPoidsCle * cles.count(mot);
       poids += fois;
       return fois > 0;
     });

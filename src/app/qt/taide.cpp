@@ -2,7 +2,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -372,10 +371,7 @@ void TAide::vient_devant() {
 }
 
 void TAide::montre_sujet(int sujet) {
-  if (base_ != base_langue()) {
-    base_ = base_langue();
-    remplit();
-  }
+  suit_langue();
   const PagesAide &pages = PagesAide::de_langue(base_);
   const auto cible = pages.adresse(sujet);
   va(cible ? *cible : pages.adresse(sujet::kSommaire).value_or(QString()));
@@ -399,10 +395,8 @@ void TAide::montre_recherche() {
   champ_recherche_->selectAll();
 }
 
-// The page stays the same in the other language.
-void TAide::changeEvent(QEvent *evenement) {
-  QMainWindow::changeEvent(evenement);
-  if (evenement->type() != QEvent::LanguageChange || base_ == base_langue()) return;
+void TAide::suit_langue() {
+  if (base_ == base_langue()) return;
   const QString page = adresse();
   base_ = base_langue();
   remplit();

@@ -28,9 +28,8 @@ class TAide final : public QMainWindow {
   [[nodiscard]] QString adresse() const;
   /// Makes the window one of `modale`'s, so that input reaches it; nullptr: the main window's again.
   void suit(QWidget *modale);
-
- protected:
-  void changeEvent(QEvent *evenement) override;
+  /// The same page in the language in force.
+  void suit_langue();
 
  private:
   void construit_barre();

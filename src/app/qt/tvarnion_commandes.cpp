@@ -22,6 +22,7 @@
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/routage.hpp"
+#include "app/qt/aide.hpp"
 #include "app/qt/icones.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -315,6 +316,7 @@ void TVarnion::choisit_langue(int base) {
   if (base != base_langue()) {
     fixer_base_langue(base);
     retraduit();
+    aide_langue();
   }
   rafraichit_coches();
 }
