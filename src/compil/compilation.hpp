@@ -1,15 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "compil/contexte.hpp"
+#include "compil/preparation.hpp"
 #include "projet/fichier_projet.hpp"
 
 namespace varnion {
-
-/// What the user asks of a project. A hybrid compile of a project with one empty view becomes a pure one.
-enum class GenreDemande { hybride, iso, mac };
 
 struct DemandeCompilation {
   std::string cible;  ///< path of the image, working text
@@ -18,6 +17,8 @@ struct DemandeCompilation {
   /// The block size search of the dialogs: no fork of 32,767 blocks or more. A batch run bounds the blocks
   /// alone.
   bool borne_fourches = false;
+  /// Brings the project up to date with the disk first; nullopt: as its head asks.
+  std::optional<bool> reconstruire;
 };
 
 struct BilanCompilation {

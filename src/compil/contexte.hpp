@@ -57,6 +57,11 @@ struct SuiviCompilation {
   virtual bool trace(std::string_view texte) = 0;
   /// A line for the progress display.
   virtual bool texte(std::string_view texte) = 0;
+  /// The image is written from its start: the first time, or once more with larger reserves.
+  virtual void commence() {}
+  /// An item is left out or is not what it was; the text names it. Shown as a message unless the display
+  /// keeps these for the end.
+  virtual void remarque(std::string_view texte);
 };
 
 /// One compile: what is asked, what was counted, and the reserves found too small in a run before.

@@ -46,6 +46,10 @@ void supprime_temporaires() {
 
 }  // namespace
 
+void SuiviCompilation::remarque(std::string_view texte) {
+  operations().afficher_erreur(texte);
+}
+
 bool trace_phase(SuiviCompilation &suivi, const char *utf8) {
   const std::string texte = plateforme::utf8_vers_texte(utf8);
   if (etat<OptionsProgramme>().niveau_trace != 0) operations().journal(GenreJournal::trace, texte);

@@ -160,10 +160,26 @@ bool prepare_tete(const Fichier &partition, const Jonction &jonction, std::uint6
   return true;
 }
 
+// The gauge for the length of one copy, in its steps of 32 KB.
+class Jauge {
+ public:
+  static constexpr std::uint64_t kPas = std::uint64_t{64} * 512;
+  explicit Jauge(std::uint64_t octets) { operations().progression_debut(quotient_haut(octets, kPas)); }
+  Jauge(const Jauge &) = delete;
+  Jauge &operator=(const Jauge &) = delete;
+  ~Jauge() {
+    const int erreur = errno;
+    operations().progression_fin();
+    errno = erreur;
+  }
+  void avance(std::uint64_t octets) { operations().progression_pas(quotient_haut(octets, kPas)); }
+};
+
 // Copies `longueur` bytes; behind the end of the source come zeros.
 int copie_partition(const Fichier &partition, std::uint64_t de, const Fichier &iso, std::uint64_t a,
                     std::uint64_t longueur) {
   std::vector<std::uint8_t> tampon(kTampon);
+  Jauge jauge(longueur);
   for (std::uint64_t fait = 0; fait < longueur;) {
     if (operations().arret_demande()) return kHybrideArret;
     const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(tampon.size(), longueur - fait));
@@ -173,6 +189,7 @@ int copie_partition(const Fichier &partition, std::uint64_t de, const Fichier &i
     std::fill(tranche.begin() + lus, tranche.end(), std::uint8_t{0});
     if (!iso.ecrire_a(tranche, a + fait)) return kHybrideEcriture;
     fait += part;
+    jauge.avance(part);
   }
   return kHybrideFaite;
 }

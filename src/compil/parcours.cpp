@@ -35,7 +35,7 @@ plateforme::DonneesRecherche donnees_virtuelles(const RubriqueProjet &r) {
 
 void Execution::remarque(int id, const std::string &chemin, const std::string &detail) {
   ++ctx_.remarques;
-  operations().afficher_erreur(message(id, {tronque_chemin(chemin, kLongueurMessage), detail}));
+  suivi_.remarque(message(id, {tronque_chemin(chemin, kLongueurMessage), detail}));
 }
 
 bool Execution::va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const {

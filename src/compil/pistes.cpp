@@ -291,6 +291,7 @@ std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int6
   const std::size_t donnees = mode1 ? kDonneesMode1 : kDonneesMode2;
   std::vector<std::uint8_t> lot(kLotRedocking * kSecteurBrut), cuit(kLotRedocking * kSecteur);
   const std::uint64_t total = longueur / kSecteurBrut;
+  operations().progression_debut(total / kLotRedocking + 1);
   for (std::uint64_t fait = 0; fait < total;) {
     const auto nombre = static_cast<std::size_t>(std::min<std::uint64_t>(kLotRedocking, total - fait));
     const auto brut = std::span(lot).first(nombre * kSecteurBrut);
@@ -300,7 +301,9 @@ std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int6
                   cuit.begin() + static_cast<std::ptrdiff_t>(i * kSecteur));
     if (!fichier.ecrire_a(std::span(cuit).first(nombre * kSecteur), fait * kSecteur)) return -1;
     fait += nombre;
+    operations().progression_pas(1);
   }
+  operations().progression_fin();
   return static_cast<std::int64_t>(total * kSecteur);
 }
 

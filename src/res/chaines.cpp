@@ -124,8 +124,12 @@ void fixer_base_langue(int base) {
 }
 
 std::optional<std::string> chaine_si_connue(int id) {
+  return chaine_de_langue(id, base_langue());
+}
+
+std::optional<std::string> chaine_de_langue(int id, int base) {
   if (id < 0 || id >= kLangueFrancais) return std::nullopt;
-  const int cherche = id + base_langue();
+  const int cherche = id + base;
   const std::span<const EntreeChaine> table = table_chaines();
   const auto place = std::ranges::lower_bound(table, cherche, {}, &EntreeChaine::id);
   if (place == table.end() || place->id != cherche) return std::nullopt;

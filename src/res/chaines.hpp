@@ -19,7 +19,10 @@ void fixer_base_langue(int base);
 /// String `id` of the table in the language in force, as working text; nullopt when the table has no such id.
 [[nodiscard]] std::optional<std::string> chaine_si_connue(int id);
 
-/// The same; a missing id is journalled and reads as "[id]".
+/// The same in a language that need not be the one in force.
+[[nodiscard]] std::optional<std::string> chaine_de_langue(int id, int base);
+
+/// As `chaine_si_connue`; a missing id is journalled and reads as "[id]".
 [[nodiscard]] std::string charger_chaine(int id);
 
 /// One value for a "%s" or "%d" of a string.

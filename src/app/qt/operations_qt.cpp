@@ -28,6 +28,8 @@ constexpr int kSouffle = 100;     // milliseconds between two looks at the windo
 constexpr int kOk = 1001;
 constexpr int kAnnuler = 1002;
 
+thread_local const std::atomic<bool> *arret_du_fil = nullptr;
+
 bool est_saisie(QEvent::Type type) {
   switch (type) {
     case QEvent::KeyPress:
@@ -295,7 +297,16 @@ void OperationsQt::respire() {
   QApplication::processEvents(QEventLoop::AllEvents, kSouffle / 4);
 }
 
+ArretDuFil::ArretDuFil(const std::atomic<bool> &arret) {
+  arret_du_fil = &arret;
+}
+
+ArretDuFil::~ArretDuFil() {
+  arret_du_fil = nullptr;
+}
+
 bool OperationsQt::arret_demande() {
+  if (arret_du_fil != nullptr) return *arret_du_fil;
   if (QThread::currentThread() == thread()) respire();
   return arret_;
 }

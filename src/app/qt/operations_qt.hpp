@@ -32,6 +32,8 @@ class OperationsQt final : public QObject, public Operations {
   /// Runs a command's work on a worker while the window lives on: busy cursor, elapsed time, input as under
   /// `occupe`. Returns when it has ended. Called from a worker it is a plain call.
   void en_fond(const std::function<void()> &travail);
+  /// Runs something on the main thread and waits for it; from there it is a plain call.
+  void sur_fil_principal(const std::function<void()> &travail);
 
   void afficher_erreur(std::string_view texte) override;
   void afficher_avis(std::string_view texte) override;
@@ -62,7 +64,6 @@ class OperationsQt final : public QObject, public Operations {
   bool eventFilter(QObject *cible, QEvent *evenement) override;
 
  private:
-  void sur_fil_principal(const std::function<void()> &travail);
   [[nodiscard]] int montre(const char *nom, std::string_view texte, FormeMessage::Genre genre,
                            bool *toujours = nullptr, int duree = 0);
   void respire();
@@ -82,6 +83,16 @@ class OperationsQt final : public QObject, public Operations {
   QElapsedTimer depuis_;
   QTimer seconde_;
   int image_ = 0;  ///< of the busy cursor
+};
+
+/// While it lives, `arret_demande` on this thread answers with a flag of its own: Esc is for the command in
+/// hand, not for a run beside it.
+class ArretDuFil {
+ public:
+  explicit ArretDuFil(const std::atomic<bool> &arret);
+  ~ArretDuFil();
+  ArretDuFil(const ArretDuFil &) = delete;
+  ArretDuFil &operator=(const ArretDuFil &) = delete;
 };
 
 /// The busy cursor for the length of one command.

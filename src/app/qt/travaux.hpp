@@ -16,6 +16,12 @@ class TVarnion;
 // --- commandes_compilation.cpp
 /// Compiles the project of the mode, or stops the compile that runs.
 void compile_projet(TVarnion &fenetre);
+/// The main form is to close while a compile runs: asks, and closes once the run has stopped.
+void ferme_pendant_compilation(TVarnion &fenetre);
+/// Stops the compile that runs and waits for it: the main form goes.
+void termine_compilation(TVarnion &fenetre);
+
+// --- commandes_hybridation.cpp
 void hybride(TVarnion &fenetre);
 void deshybride(TVarnion &fenetre);
 

@@ -1,3 +1,4 @@
+#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
 
 #include <algorithm>
@@ -92,6 +93,7 @@ TVarnion::TVarnion(OperationsQt &operations, QWidget *parent) : QMainWindow(pare
 }
 
 TVarnion::~TVarnion() {
+  termine_compilation(*this);
   operations_.fenetre(nullptr);
   modele_arbre_.montre(nullptr);
 }
@@ -304,6 +306,10 @@ void TVarnion::closeEvent(QCloseEvent *evenement) {
   if (operations_.occupe()) {
     evenement->ignore();
     return;
+  }
+  if (compilation_) {
+    evenement->ignore();
+    return ferme_pendant_compilation(*this);
   }
   ferme_document();
   retient();

@@ -102,6 +102,8 @@ class TVarnion final : public QMainWindow {
   /// A compile begins or ends: what it forbids is off meanwhile, its command reads "Abort Compilation".
   void compilation(bool en_cours);
   [[nodiscard]] bool compilation_en_cours() const { return compilation_; }
+  /// What a compile may have changed of the open project is shown: format, label, size.
+  void reprend_projet();
   void rafraichit_commandes();
   void rafraichit_coches();
   void rafraichit_etat();

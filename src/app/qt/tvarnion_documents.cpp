@@ -90,7 +90,7 @@ void TVarnion::demarre(const std::string &document) {
 }
 
 void TVarnion::recoit_document(const QString &chemin) {
-  if (operations_.occupe() || QApplication::activeModalWidget() != nullptr) {
+  if (compilation_ || operations_.occupe() || QApplication::activeModalWidget() != nullptr) {
     QTimer::singleShot(kAttenteDocument, this, [this, chemin] { recoit_document(chemin); });
     return;
   }
@@ -163,15 +163,16 @@ bool TVarnion::ouvre_chemin(const std::string &chemin) {
 }
 
 bool TVarnion::ouvre_volume(const std::string &chemin) {
-  const Attente attente;
   OptionsOuverture options;
   options.questions = true;
   options.chemin_sauvegarde = [this]() -> std::optional<std::string> {
     const DialoguesMode &ids = dialogues(kModePartition);
-    QApplication::setOverrideCursor(Qt::ArrowCursor);
-    const QString choisi =
-        demandes.enregistrer(kSauverDecompressee, ids.filtre, depart_documents(), ids.extension);
-    QApplication::restoreOverrideCursor();
+    QString choisi;
+    operations_.sur_fil_principal([&] {
+      QApplication::setOverrideCursor(Qt::ArrowCursor);
+      choisi = demandes.enregistrer(kSauverDecompressee, ids.filtre, depart_documents(), ids.extension);
+      QApplication::restoreOverrideCursor();
+    });
     if (choisi.isEmpty()) return std::nullopt;
     return chemin_argument(choisi.toStdString());
   };
@@ -184,20 +185,32 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
     dernier = fait;
     return !operations().arret_demande();
   };
-  const EtatOuverture etat = ouvrir_partition(chemin, options);
+  EtatOuverture etat = EtatOuverture::sans_volume;
+  operations_.en_fond([&] { etat = ouvrir_partition(chemin, options); });
   if (commence) operations().progression_fin();
   hybridation_ = etat == EtatOuverture::montee && partition_courante().genre != kImageGpt;
   return etat == EtatOuverture::montee;
 }
 
 bool TVarnion::ouvre_projet(const std::string &chemin) {
-  const Attente attente;
   operations().afficher_etat(message(kOuverture, {tronque_chemin(chemin, kCheminMessage)}), {});
-  auto ouvert = FichierProjet::ouvre(chemin, mode_projet());
+  std::optional<FichierProjet> ouvert;
+  operations_.en_fond([&] { ouvert = FichierProjet::ouvre(chemin, mode_projet()); });
   if (!ouvert) return false;
   projet_ = std::make_unique<FichierProjet>(std::move(*ouvert));
   projet_->dossier_courant(kRacine);
   return true;
+}
+
+void TVarnion::reprend_projet() {
+  EnteteProjet entete;
+  if (!projet_ || !projet_->lit_entete(entete)) return;
+  const bool plus = projet_->mode() == ModeProjet::hybride && entete.hfsplus();
+  const QString label = vers_qt(projet_->lecture_label());
+  const bool autre = plus != projet_->hfsplus() || modele_arbre_.index_racine().data().toString() != label;
+  projet_->hfsplus(plus);
+  projet_->estimation(entete.taille_secteurs);
+  autre ? montre_document() : rafraichit_jauge();
 }
 
 void TVarnion::enregistrer() {

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+// What is said when images are joined, parted or made into tracks, the same at the window and on the console.
+
+namespace varnion {
+
+// Strings that tell of a success: path, size.
+constexpr int kImageJointe = 6355;
+constexpr int kImageSeparee = 6358;
+
+/// What is said about a result: the string takes a path where `chemin` is not 0 (1 or 2, the position on the
+/// command line), and the text of the system's error where `systeme` is set.
+struct MotResultat {
+  int resultat;
+  int texte;
+  int chemin = 0;
+  bool systeme = false;
+};
+
+/// Tells what a table says of a result; nothing when it has no line. `errno` is that of the work.
+void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
+                  const std::string &second);
+/// Tells why two images were not joined (kHybride… of compil/hybridation.hpp), for `hybridation_fichiers`.
+void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso);
+/// Tells why an image was not parted (kSepare…).
+void annonce_separation(int resultat, const std::string &chemin);
+/// A string that takes the path of an image and its size.
+[[nodiscard]] std::string texte_image(int texte, const std::string &chemin);
+
+}  // namespace varnion

@@ -1,0 +1,99 @@
+#include "app/qt/tvarthread.hpp"
+
+#include <QApplication>
+
+#include "app/qt/message.hpp"
+#include "app/qt/operations_qt.hpp"
+#include "app/qt/texte_qt.hpp"
+#include "app/qt/tremarques.hpp"
+#include "app/qt/tvarnion.hpp"
+#include "app/qt/tvarprogress.hpp"
+#include "projet/erreurs.hpp"
+#include "res/chaines.hpp"
+
+namespace varnion {
+
+namespace {
+
+constexpr const char *kNom = "TVarThread";
+constexpr int kReussie = 1295;
+
+}  // namespace
+
+TVarThread::TVarThread(TVarnion &fenetre, FichierProjet projet, DemandeCompilation demande,
+                       std::uint64_t secteurs)
+    : QObject(&fenetre),
+      fenetre_(fenetre),
+      projet_(std::move(projet)),
+      demande_(std::move(demande)),
+      progres_(new TVarProgress(&fenetre, suivi_, secteurs, [this] { arrete(); })) {
+  setObjectName(kNom);
+  fenetre_.compilation(true);
+  fenetre_.setCursor(Qt::BusyCursor);
+  progres_->show();
+  fil_ = std::thread([this] { execute(); });
+}
+
+// The worker may be waiting for an answer of the main thread: it is served until the end.
+TVarThread::~TVarThread() {
+  muet_ = true;
+  suivi_.demande_arret();
+  while (!fini_) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+  if (fil_.joinable()) fil_.join();
+  delete progres_;
+}
+
+TVarThread *TVarThread::courant(const TVarnion &fenetre) {
+  return static_cast<TVarThread *>(fenetre.findChild<QObject *>(kNom, Qt::FindDirectChildrenOnly));
+}
+
+void TVarThread::arrete() {
+  if (fini_) return;
+  suivi_.demande_arret();
+  progres_->montre_arret();
+}
+
+void TVarThread::arrete_et_ferme() {
+  ferme_apres_ = true;
+  arrete();
+}
+
+void TVarThread::execute() {
+  {
+    const ArretDuFil arret(suivi_.arret());
+    bilan_ = varnion::compile_projet(projet_, demande_, suivi_);
+    if (!projet_.ferme()) static_cast<void>(echec_ecriture_projet(projet_.chemin()));
+  }
+  fini_ = true;
+  QMetaObject::invokeMethod(
+      this, [this] { fin_compilation(); }, Qt::QueuedConnection);
+}
+
+void TVarThread::montre_reussite() {
+  progres_->rafraichit();
+  QString texte = vers_qt(suivi_.avance().titre);
+  texte.replace(" (", "\n(");
+  const std::vector<std::string> remarques = suivi_.remarques();
+  texte += chaine_qt(kReussie);
+  QApplication::alert(&fenetre_);
+  if (!remarques.empty()) return montre_remarques(&fenetre_, texte, remarques);
+  FormeMessage forme(&fenetre_, "TMessOK", texte, {FormeMessage::Genre::information, false, 0});
+  forme.exec();
+}
+
+// A run that failed has told so, and why, by now.
+void TVarThread::fin_compilation() {
+  if (muet_) return;
+  fil_.join();
+  if (bilan_.resultat == kCompilReussie) montre_reussite();
+  fenetre_.unsetCursor();
+  progres_->hide();
+  setObjectName({});
+  fenetre_.compilation(false);
+  fenetre_.reprend_projet();
+  const bool ferme = ferme_apres_;
+  deleteLater();
+  if (ferme) fenetre_.close();
+}
+
+}  // namespace varnion
