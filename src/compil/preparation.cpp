@@ -167,7 +167,8 @@ std::uint64_t charge_image(const FichierProjet &projet, Nature nature, std::uint
 }
 
 std::string texte_disque(std::uint64_t secteurs, std::uint64_t dossiers, std::uint64_t fichiers) {
-  const std::string taille = std::to_string(quotient_haut<std::uint64_t>(secteurs, 512)) + " MB";
+  const std::string taille = std::to_string(quotient_haut<std::uint64_t>(secteurs, 512)) +
+                             (base_langue() == kLangueFrancais ? " Mo" : " MB");
   return message(kTitreDisque, {taille, dossiers, fichiers});
 }
 

@@ -1,11 +1,11 @@
 #include "app/qt/tcompilation.hpp"
 
-#include <QAbstractButton>
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "app/qt/champ_texte.hpp"
@@ -30,8 +30,8 @@ constexpr int kAvance = 7022;
 constexpr int kContenu = 7032;
 constexpr int kImage = 7023;
 constexpr int kComptesVue = 7033;
-constexpr int kVueIsoTexte = 6305;
-constexpr int kVueHfsTexte = 6306;
+constexpr int kVueIsoTexte = 1027;
+constexpr int kVueHfsTexte = 1028;
 constexpr int kLabelIso = 1288;
 constexpr int kLabelHfs = 1289;
 constexpr int kHfsplus = 1383;
@@ -95,10 +95,6 @@ TCompilation::TCompilation(QWidget *parent, FichierProjet &projet, const Propose
   montre_labels();
   montre_options();
   boutons();
-  if (nature_a_iso(propose.nature)) {
-    QAbstractButton *avance = bouton(kAvance, "Avance");
-    connect(avance, &QAbstractButton::clicked, this, &TCompilation::ouvre_descripteur);
-  }
   rafraichit_taille();
   QLineEdit *premier = label_iso_ != nullptr ? label_iso_ : label_hfs_;
   premier->setFocus();
@@ -112,7 +108,7 @@ void TCompilation::montre_contenu() {
   champs->addRow(resume_);
   const ComptesProjet &c = propose_.comptes;
   const auto vue = [&](int legende, const char *nom, std::uint64_t dossiers, std::uint64_t fichiers) {
-    champs->addRow(avec_deux_points(legende),
+    champs->addRow(chaine_qt(legende).trimmed(),
                    texte_fixe(vers_qt(message(kComptesVue, {dossiers, fichiers})), nom));
   };
   const bool hybride = nature_a_iso(propose_.nature) && nature_a_volume(propose_.nature);
@@ -163,6 +159,12 @@ void TCompilation::montre_options() {
   reconstruire_ = ajoute_case(kReconstruire, "reconstruire", propose_.reconstruire);
   postgap_ = ajoute_case(kPostgap, "postgap", true);
   connect(postgap_, &QCheckBox::toggled, this, [this] { rafraichit_taille(); });
+  if (!nature_a_iso(propose_.nature)) return;
+  auto *avance = new QPushButton(chaine_qt(kAvance));
+  avance->setObjectName("Avance");
+  avance->setAutoDefault(false);
+  corps()->addWidget(avance, 0, Qt::AlignLeft);
+  connect(avance, &QAbstractButton::clicked, this, &TCompilation::ouvre_descripteur);
 }
 
 void TCompilation::rafraichit_taille() {

@@ -32,7 +32,7 @@ constexpr int kDureeTrace = 2000;  // milliseconds that a phase is shown
 constexpr int kSeconde = 1000;     // milliseconds
 constexpr int kPas = 1000;         // of the general bar
 constexpr int kLignesTexte = 3;
-constexpr int kLettres = 62;
+constexpr int kLettres = 76;
 
 QLabel *ligne(const char *nom) {
   auto *etiquette = new QLabel;
