@@ -153,6 +153,11 @@ std::int64_t fichier_position(const Fichier &fichier) {
   return fichier_seek(fichier, 0, 1);
 }
 
+bool fichier_orphelin(const Fichier &fichier) {
+  struct stat fiche {};
+  return ::fstat(fichier.descripteur(), &fiche) == 0 && fiche.st_nlink == 0;
+}
+
 std::int64_t fichier_taille(const Fichier &fichier) {
   struct stat fiche {};
   return ::fstat(fichier.descripteur(), &fiche) == 0 ? fiche.st_size : -1;

@@ -69,6 +69,8 @@ bool fichier_tronquer(const Fichier &fichier, std::uint64_t taille);
 /// Takes the lock of a file for as long as it is open (flock, exclusive). False when another holds it; true,
 /// too, where the file system has no locks.
 [[nodiscard]] bool fichier_verrouille(const Fichier &fichier);
+/// True when no folder names the open file any more: it was deleted, or another one took its name.
+[[nodiscard]] bool fichier_orphelin(const Fichier &fichier);
 /// One byte as 0-255, -1 at the end.
 int fichier_getc(const Fichier &fichier);
 /// One line with its end (LF, CR, CR LF or LF CR), cut after `limite` bytes; nullopt when nothing is left or

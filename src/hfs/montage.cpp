@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <span>
 
 #include "hfs/ouverture.hpp"
@@ -144,6 +145,23 @@ std::uint64_t place_de_volume(const AnalysePartitions &analyse) {
   return analyse.debut;
 }
 
+// The place that the user chooses where the image has several volumes, else the first; nullopt for none.
+std::optional<std::uint64_t> place_choisie(const AnalysePartitions &analyse,
+                                           const OptionsOuverture &options) {
+  ListePartitions volumes;
+  for (const InfoPartition &rang : std::span(analyse.liste.rangs).first(analyse.liste.nombre)) {
+    const auto connus = std::span(volumes.rangs).first(volumes.nombre);
+    const bool connu = std::any_of(connus.begin(), connus.end(),
+                                   [&](const InfoPartition &autre) { return autre.debut == rang.debut; });
+    if (!connu && porte_volume(rang.debut)) *volumes.nouveau() = rang;
+  }
+  if (!options.choix_partition || volumes.nombre < 2)
+    return options.descriptions_publiees ? place_de_volume(analyse) : analyse.debut;
+  const auto rang = options.choix_partition(volumes);
+  if (!rang || *rang >= volumes.nombre) return std::nullopt;
+  return volumes.rangs[*rang].debut;
+}
+
 // The word behind the Finder information says what a wrapper holds. Older systems kept the size of a volume
 // cache there (drVCSize, Inside Macintosh: Files, 2-62): with anything but 0 or "H+" in it the usual mount
 // leaves the state of the volume before in force. The volume is an ordinary one.
@@ -208,7 +226,9 @@ int analyse_volume(const OptionsOuverture &options) {
   if (nombre < 0) return publiee && monte_nu() ? 1 : sans_volume();
   partition_courante().nb_partitions = nombre;
   operations().afficher_etat(charger_chaine(kAnalyse), charger_chaine(kAttente));
-  return monte_volume(publiee ? place_de_volume(analyse) : analyse.debut, publiee) ? 1 : sans_volume();
+  const auto place = place_choisie(analyse, options);
+  if (!place) return -1;
+  return monte_volume(*place, publiee) ? 1 : sans_volume();
 }
 
 int analyse_gpt(const OptionsOuverture &options) {

@@ -134,13 +134,18 @@ EtatOuverture prepare_image(const std::string &chemin, const OptionsOuverture &o
   return etat;
 }
 
-bool monte_image(const OptionsOuverture &options) {
+// `montee`, `sans_volume` or `refusee`.
+EtatOuverture monte_image(const OptionsOuverture &options) {
   const PartitionCourante &partition = partition_courante();
   operations().afficher_etat_seul(message(kOuverture, {tronque_chemin(partition.chemin, kCheminMessage)}));
-  if (partition.genre != kImageGpt) return analyse_volume(options) != 0;
-  if (analyse_gpt(options) != 0) return true;
+  if (partition.genre != kImageGpt) {
+    const int trouve = analyse_volume(options);
+    if (trouve < 0) return EtatOuverture::refusee;
+    return trouve != 0 ? EtatOuverture::montee : EtatOuverture::sans_volume;
+  }
+  if (analyse_gpt(options) != 0) return EtatOuverture::montee;
   operations().afficher_erreur(charger_chaine(kSansVolume));
-  return false;
+  return EtatOuverture::sans_volume;
 }
 
 }  // namespace
@@ -153,7 +158,7 @@ EtatOuverture ouvrir_partition(const std::string &chemin, const OptionsOuverture
   fermer_partition();
   prend_driver_fichier();
   EtatOuverture etat = prepare_image(chemin, options);
-  if (etat == EtatOuverture::montee && !monte_image(options)) etat = EtatOuverture::sans_volume;
+  if (etat == EtatOuverture::montee) etat = monte_image(options);
   operations().afficher_etat({}, {});
   if (etat != EtatOuverture::montee) fermer_partition();
   return etat;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+
+#include "IO/partitions.hpp"
 
 // From the path of an image to a mounted volume, and back. What belongs to windows (captions, lists, menus)
 // is the caller's: it acts on the results.
@@ -26,7 +29,7 @@ enum class EtatOuverture {
   montee,
   fichier,        ///< the file cannot be opened or another program writes to it (shown)
   vide,           ///< a file of length 0 (shown)
-  refusee,        ///< the user did not want the image decompressed
+  refusee,        ///< the user did not want the image decompressed, or none of its volumes
   decompression,  ///< decompression failed or was stopped (shown)
   eparse,         ///< a sparse disk image: not read, and nothing is shown
   sans_volume,    ///< no volume found (shown)
@@ -46,6 +49,8 @@ struct OptionsOuverture {
   std::function<std::optional<std::string>()> chemin_sauvegarde;
   /// Bytes decompressed and bytes in all; false stops.
   std::function<bool(std::uint64_t fait, std::uint64_t total)> progression;
+  /// Chooses among several volumes of an image: the row, nullopt gives up. Without it the first is mounted.
+  std::function<std::optional<std::size_t>(const ListePartitions &volumes)> choix_partition;
   /// Where the usual road finds no volume, the published description of the map or the wrapper is followed:
   /// all entries of an Apple map or a GUID table and its sectors of 4,096 bytes, the block size of a wrapper,
   /// a volume at the start of an image whose map leads nowhere. The journal tells.
@@ -55,7 +60,7 @@ struct OptionsOuverture {
 /// Closes what is open, opens the image and mounts its volume. Any result but `montee` leaves nothing open.
 [[nodiscard]] EtatOuverture ouvrir_partition(const std::string &chemin, const OptionsOuverture &options = {});
 
-/// Partition search and mount of the open image: 1 mounted, 0 not a volume (shown).
+/// Partition search and mount of the open image: 1 mounted, 0 not a volume (shown), -1 none was chosen.
 [[nodiscard]] int analyse_volume(const OptionsOuverture &options = {});
 
 /// The direct road for images with a GUID table: 1 mounted, 0 not (nothing shown). The volume is where the

@@ -1,8 +1,10 @@
 #include "app/noyau/actions_copie.hpp"
 
 #include <cerrno>
+#include <cstdint>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/reglages.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "IO/etat.hpp"
 #include "IO/plateforme.hpp"
@@ -39,6 +41,15 @@ ModeNommage nommage(const Arguments &arguments) {
 std::optional<std::string> extension(std::string_view signature) {
   const EntreeSignature *ligne = extension_de_signature(signature);
   return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
+}
+
+// The number of the next font, the first one again behind the last that a resource id can be.
+std::uint16_t numero_police() {
+  int &numpol = reglages().numpol;
+  const int numero = numpol;
+  numpol = numero < INT16_MAX ? numero + 1 : Reglages{}.numpol;
+  static_cast<void>(enregistre_reglage("numpol"));
+  return static_cast<std::uint16_t>(numero);
 }
 
 }  // namespace
@@ -92,6 +103,13 @@ int conclut_copie(ContexteCli &contexte, const BilanCopiePc &bilan) {
   if (bilan.sautes + bilan.echecs != 0) ligne(message(kManques, {bilan.sautes, bilan.echecs}));
   if (bilan.arret && contexte.console.arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
   return bilan.complet() ? kFait : kEchec;
+}
+
+OptionsCopieMac options_copie_mac() {
+  OptionsCopieMac options;
+  options.signature = [](std::string_view nom) { return std::string(signature_de_fichier(nom)); };
+  options.numero_police = numero_police;
+  return options;
 }
 
 }  // namespace varnion

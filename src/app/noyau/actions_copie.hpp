@@ -4,9 +4,11 @@
 #include <string>
 
 #include "app/noyau/ligne_commande.hpp"
+#include "fichiers/copie_vers_mac.hpp"
 #include "fichiers/copie_vers_pc.hpp"
 
-// What "get" and "convert" share: the options of a copy to the PC, its folder, its closing lines.
+// What copies share: the options of a copy to the PC, its folder, its closing lines; the options of a copy to
+// a Macintosh volume.
 
 namespace varnion {
 
@@ -19,5 +21,8 @@ namespace varnion {
 
 /// Shows what was copied. Exit status.
 [[nodiscard]] int conclut_copie(ContexteCli &contexte, const BilanCopiePc &bilan);
+
+/// A copy to the mounted volume: signatures by the table in force, font numbers counted on in the settings.
+[[nodiscard]] OptionsCopieMac options_copie_mac();
 
 }  // namespace varnion

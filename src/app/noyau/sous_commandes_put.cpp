@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "app/noyau/actions_copie.hpp"
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/actions_volume.hpp"
-#include "app/noyau/reglages.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "fichiers/copie_vers_mac.hpp"
 #include "fichiers/copie_vers_pc.hpp"
@@ -16,7 +16,6 @@
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 #include "noms/regles.hpp"
-#include "projet/signatures.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -36,14 +35,6 @@ constexpr double kPasBarre = 0.1;  // seconds between two bars
 int reponse_nommee(std::string_view nom, int toujours, int jamais) {
   if (nom == "yes") return toujours;
   return nom == "no" ? jamais : 0;
-}
-
-std::uint16_t numero_police() {
-  int &numpol = reglages().numpol;
-  const int numero = numpol;
-  numpol = numero < INT16_MAX ? numero + 1 : Reglages{}.numpol;
-  static_cast<void>(enregistre_reglage("numpol"));
-  return static_cast<std::uint16_t>(numero);
 }
 
 // Sets the answers that stand ahead of the questions.
@@ -69,10 +60,8 @@ OptionsCopieMac options_put(ContexteCli &contexte) {
   mode_copie() = arguments.valeur("mode") == "resource" ? kCopieRessource : kCopieData;
   const std::string polices = arguments.valeur("fonts", interroge ? "" : "no");
   if (polices == "yes") mode_copie() |= kPolicesPc;
-  OptionsCopieMac options;
+  OptionsCopieMac options = options_copie_mac();
   options.polices = polices != "no";
-  options.signature = [](std::string_view nom) { return std::string(signature_de_fichier(nom)); };
-  options.numero_police = numero_police;
   const std::string coupe = arguments.valeur("truncate", interroge ? "ask" : "auto");
   if (coupe != "ask") options.troncature = kOptionTroncatureAuto;
   if (coupe == "crc") options.troncature |= kOptionTroncatureCrc;

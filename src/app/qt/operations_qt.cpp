@@ -4,19 +4,14 @@
 #include <thread>
 
 #include <QApplication>
-#include <QDialogButtonBox>
 #include <QEventLoop>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QThread>
-#include <QVBoxLayout>
 
 #include "app/noyau/journal.hpp"
 #include "app/qt/curseur_attente.hpp"
 #include "app/qt/texte_qt.hpp"
-#include "noms/regles.hpp"
+#include "app/qt/tttronq.hpp"
 
 namespace varnion {
 
@@ -25,8 +20,6 @@ namespace {
 constexpr int kDureeAvis = 3000;  // milliseconds
 constexpr int kSeconde = 1000;    // milliseconds
 constexpr int kSouffle = 100;     // milliseconds between two looks at the window
-constexpr int kOk = 1001;
-constexpr int kAnnuler = 1002;
 
 thread_local const std::atomic<bool> *arret_du_fil = nullptr;
 
@@ -65,33 +58,6 @@ class CurseurLibre {
  private:
   bool occupe_;
 };
-
-bool saisit_nom(QWidget *parent, const QString &legende, std::string &nom, std::size_t limite) {
-  QDialog forme(parent);
-  forme.setObjectName("TTTronq");
-  forme.setWindowTitle("Varnion");
-  auto *texte = new QLabel(legende);
-  texte->setTextFormat(Qt::PlainText);
-  auto *champ = new QLineEdit(vers_qt(coupe_nom(nom, limite)));
-  champ->setObjectName("EditNom");
-  champ->setMaxLength(static_cast<int>(std::min<std::size_t>(limite, 255)));
-  champ->selectAll();
-  auto *boutons = new QDialogButtonBox;
-  auto *ok = boutons->addButton(chaine_qt(kOk), QDialogButtonBox::AcceptRole);
-  boutons->addButton(chaine_qt(kAnnuler), QDialogButtonBox::RejectRole);
-  QObject::connect(boutons, &QDialogButtonBox::accepted, &forme, &QDialog::accept);
-  QObject::connect(boutons, &QDialogButtonBox::rejected, &forme, &QDialog::reject);
-  QObject::connect(champ, &QLineEdit::textChanged, ok,
-                   [ok](const QString &saisi) { ok->setEnabled(!saisi.isEmpty()); });
-  auto *colonne = new QVBoxLayout(&forme);
-  colonne->addWidget(texte);
-  colonne->addWidget(champ);
-  colonne->addWidget(boutons);
-  forme.setMinimumWidth(420);
-  if (forme.exec() != QDialog::Accepted) return false;
-  nom = de_qt(champ->text());
-  return true;
-}
 
 }  // namespace
 
@@ -158,7 +124,8 @@ bool OperationsQt::demander_nom(std::string_view legende, std::string &nom, std:
   bool donne = false;
   sur_fil_principal([&] {
     const CurseurLibre libre(occupe());
-    donne = saisit_nom(fenetre_, vers_qt(legende) + "\n" + vers_qt(nom), nom, limite);
+    QWidget *parent = QApplication::activeModalWidget();
+    donne = saisit_nom_tronque(parent != nullptr ? parent : fenetre_.data(), legende, nom, limite);
   });
   return donne;
 }

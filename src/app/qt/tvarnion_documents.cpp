@@ -12,6 +12,7 @@
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/routage.hpp"
 #include "app/qt/operations_qt.hpp"
+#include "app/qt/tchoixpartition.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "hfs/ouverture.hpp"
@@ -175,6 +176,9 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
     });
     if (choisi.isEmpty()) return std::nullopt;
     return chemin_argument(choisi.toStdString());
+  };
+  options.choix_partition = [this](const ListePartitions &volumes) {
+    return choisit_partition(this, volumes);
   };
   bool commence = false;
   std::uint64_t dernier = 0;
