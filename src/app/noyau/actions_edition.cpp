@@ -38,6 +38,11 @@ NomItem nom_de(const ElementMac &element) {
   return {element.nom_hfs, element.nom_hfsplus};
 }
 
+bool permute_fourches(const ElementMac &element) {
+  if (!element.fichier() || (!carte_allocation().chargee && !chargement_carte())) return false;
+  return echange_fourches(nom_de(element), element.parent) == 0;
+}
+
 std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
   const std::u16string large = plateforme::utf8_vers_large(nom_de_partie(utf8));
   const std::string montre = plateforme::utf8_vers_texte(utf8);

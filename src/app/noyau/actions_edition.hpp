@@ -19,6 +19,10 @@ namespace varnion {
 /// The name of an item as the engine takes it.
 [[nodiscard]] NomItem nom_de(const ElementMac &element);
 
+/// Swaps the forks of a file in a series of changes: the flush that each swap ends with lets the bitmap go,
+/// and the next one needs it. False when they cannot be swapped.
+[[nodiscard]] bool permute_fourches(const ElementMac &element);
+
 /// A name typed in UTF-8 as a part of a path (":" stands for "/"); nullopt, after a message, when it is
 /// empty, longer than `limite` (bytes of Mac Roman, or units) or holds a character that the volume cannot.
 [[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite);

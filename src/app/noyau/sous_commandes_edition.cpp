@@ -204,7 +204,7 @@ int commande_swap(ContexteCli &contexte) {
     return pour_chaque(arguments, arguments.positions.size(), [](const std::string &chemin) {
       const auto element = trouve_mac(chemin);
       if (!element) return false;
-      if (element->fichier() && echange_fourches(nom_de(*element), element->parent) == 0) return true;
+      if (permute_fourches(*element)) return true;
       return echoue(charger_chaine(kEchangeVain) + "\n" + texte(chemin));
     });
   });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/noyau/actions_edition.hpp"
 #include "app/qt/modification_volume.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/sujets_aide.hpp"
@@ -25,10 +26,6 @@ constexpr int kTitreRenommer = 1497;
 constexpr int kAncienNom = 1498;
 constexpr int kNouveauNom = 1499;
 constexpr int kNomPris = 6022;
-
-NomItem nom_de_element(const ElementMac &element) {
-  return {element.nom_hfs, element.nom_hfsplus};
-}
 
 bool meme_nom(const NomItem &a, const NomItem &b) {
   if (!volume_courant().est_hfsplus) return a.mac == b.mac;
@@ -83,7 +80,7 @@ std::optional<NomItem> demande_nouveau_nom(TVarnion &fenetre, const ElementMac &
   std::optional<NomItem> nom;
   forme.verifie = [&](const QString &texte) {
     // What the panes cannot show of the old name is kept as long as nothing else is typed.
-    nom = texte == ancien ? nom_de_element(element) : nom_libre(texte, element.parent, element.id);
+    nom = texte == ancien ? nom_de(element) : nom_libre(texte, element.parent, element.id);
     return nom.has_value();
   };
   if (forme.exec() != QDialog::Accepted) return std::nullopt;
@@ -99,7 +96,7 @@ void supprime_volume(TVarnion &fenetre) {
   std::size_t faits = 0;
   static_cast<void>(modifie_volume_en_fond(fenetre, [&] {
     pour_chaque(elements, [&](const ElementMac &element) {
-      if (supprime_par_nom(nom_de_element(element), element.parent) != 0) ++faits;
+      if (supprime_par_nom(nom_de(element), element.parent) != 0) ++faits;
       return true;
     });
   }));
@@ -115,7 +112,7 @@ void renomme_volume(TVarnion &fenetre) {
   for (const ElementMac &element : elements) {
     const auto nom = demande_nouveau_nom(fenetre, element);
     if (!nom) break;
-    const NomItem ancien = nom_de_element(element);
+    const NomItem ancien = nom_de(element);
     if (meme_nom(*nom, ancien)) continue;
     bool fait = false;
     const bool ecrit =
@@ -138,9 +135,9 @@ bool renomme_volume_sur_place(TVarnion &fenetre, std::uint32_t id, const QString
   const auto element = element_montre(fenetre, id);
   if (element && nom != nom_montre(*element) && volume_modifiable(fenetre)) {
     const auto nouveau = nom_libre(nom, element->parent, element->id);
-    if (nouveau && !meme_nom(*nouveau, nom_de_element(*element))) {
+    if (nouveau && !meme_nom(*nouveau, nom_de(*element))) {
       const bool ecrit = modifie_volume(
-          fenetre, [&] { fait = renomme_par_nom(nom_de_element(*element), *nouveau, element->parent) != 0; });
+          fenetre, [&] { fait = renomme_par_nom(nom_de(*element), *nouveau, element->parent) != 0; });
       fait = fait && ecrit;
     }
   }
@@ -172,7 +169,7 @@ void permute_branches(TVarnion &fenetre) {
   std::size_t faits = 0;
   static_cast<void>(modifie_volume_en_fond(fenetre, [&] {
     pour_chaque(elements, [&](const ElementMac &element) {
-      if (echange_fourches(nom_de_element(element), element.parent) != 0) {
+      if (!permute_fourches(element)) {
         operations().afficher_avis(charger_chaine(kEchangeVain));
         return false;
       }
