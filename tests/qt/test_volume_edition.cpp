@@ -251,6 +251,34 @@ TEST_F(Edition, StopsADropThatHasNoRoom) {
   EXPECT_EQ(noms(), QStringList({"un.dat"}));
 }
 
+TEST_F(Edition, StopsADropAtEsc) {
+  cree("arret.hfs", false, 40);
+  constexpr int kNombre = 1500;
+  QDir(bac_.path()).mkpath("beaucoup");
+  QStringList sources;
+  for (int i = 0; i < kNombre; ++i)
+    sources << fichier(QString("beaucoup/f%1").arg(i, 4, 10, QChar('0')).toUtf8().constData(),
+                       QByteArray(2000, 'a'));
+  QTimer touche;
+  QObject::connect(&touche, &QTimer::timeout, [&] {
+    if (!operations_->occupe()) return;
+    touche.stop();
+    QTest::keyClick(fenetre_.get(), Qt::Key_Escape);
+  });
+  touche.start(1);
+  attend_message("TMessON", 1124, "MessOui");
+  depose_volume(*fenetre_, sources, 2);
+  const auto entres = noms().size();
+  EXPECT_LT(entres, kNombre);
+  EXPECT_EQ(selection().size(), entres);
+  // What went in before is whole, and the next drop goes on from there.
+  depose_volume(*fenetre_, sources.mid(entres), 2);
+  EXPECT_EQ(noms().size(), kNombre);
+  execute("SAll");
+  execute("Supp1");
+  EXPECT_EQ(noms().size(), 0);
+}
+
 TEST_F(Edition, ChoosesInTheBrowser) {
   const QString source = arbre_pc();
   cree("n.hfs", false, 2);

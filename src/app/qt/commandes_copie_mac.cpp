@@ -16,8 +16,10 @@
 #include "app/qt/tvarnion.hpp"
 #include "app/qt/twinvlv.hpp"
 #include "fichiers/copie_vers_mac.hpp"
+#include "fichiers/place_volume.hpp"
 #include "hfs/volume.hpp"
 #include "IO/etat.hpp"
+#include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
@@ -56,16 +58,33 @@ void montre_les_neufs(TVarnion &fenetre, const std::vector<std::uint32_t> &avant
   if (!neufs.empty()) fenetre.selectionne_elements(neufs);
 }
 
+// Steps of the gauge: allocation blocks.
+std::uint64_t blocs_de(std::uint64_t octets) {
+  const std::uint64_t bloc = std::max<std::uint32_t>(volume_courant().taille_bloc, 1);
+  return (octets + bloc - 1) / bloc;
+}
+
+std::uint64_t blocs_en_tout(const std::vector<std::string> &chemins) {
+  std::uint64_t blocs = 0;
+  for (const std::string &chemin : chemins)
+    if (const auto donnees = plateforme::cherche_fichier(chemin))
+      blocs += blocs_de(octets_sur_volume(chemin, *donnees));
+  return blocs;
+}
+
 void copie_chemins(TVarnion &fenetre, const std::vector<std::string> &chemins, std::uint32_t dossier) {
   const std::vector<std::uint32_t> avant = ids_montres(fenetre);
-  CopieVersMac copie(options_fenetre());
+  OptionsCopieMac options = options_fenetre();
+  options.suivi = [octets = std::uint64_t{0}](const BilanCopieMac &bilan) mutable {
+    operations().progression_pas(blocs_de(bilan.octets - octets));
+    octets = bilan.octets;
+  };
+  CopieVersMac copie(std::move(options));
   const std::string lieu = nom_volume() + "/";
   static_cast<void>(modifie_volume_en_fond(fenetre, [&] {
-    operations().progression_debut(chemins.size());
-    for (const std::string &chemin : chemins) {
+    operations().progression_debut(blocs_en_tout(chemins));
+    for (const std::string &chemin : chemins)
       if (!copie.copie_vers_mac(chemin, dossier, lieu)) break;
-      operations().progression_pas(1);
-    }
     operations().progression_fin();
   }));
   if (!fenetre.document_ouvert()) return;
