@@ -36,13 +36,14 @@ class Programme : public Bac {
     std::function<void(pid_t)> pendant = nullptr;  ///< called while the program runs
     std::vector<std::pair<std::string, std::string>> environnement = {};
     std::string sortie_vers = {};  ///< standard output goes there
+    std::string programme = VN_CLI;
   };
 
   [[nodiscard]] Fin lance(std::vector<std::string> mots) const { return lance_sous({}, std::move(mots)); }
   [[nodiscard]] Fin lance_sous(const Conditions &conditions, std::vector<std::string> mots) const {
     pose("entree", conditions.entree);
     const std::string sortie = conditions.sortie_vers.empty() ? bac + "sortie" : conditions.sortie_vers;
-    std::string programme = VN_CLI;
+    std::string programme = conditions.programme;
     if (conditions.sans_droits && ::geteuid() == 0) {
       programme = bac + "varnion-cli";
       std::filesystem::copy_file(VN_CLI, programme, std::filesystem::copy_options::skip_existing);

@@ -140,6 +140,35 @@ TEST_F(LigneCommande, SignaturesComeFromTheFileGivenOrTheOnlyOneThere) {
       << "two files: none, and no question";
 }
 
+// Without any set-up: the table beside the program, else the one of its data folder, behind what was chosen.
+TEST_F(LigneCommande, SignaturesComeWithTheProgram) {
+  const std::string programme = bac + "pose/bin/varnion-cli";
+  std::filesystem::create_directories(bac + "pose/bin");
+  std::filesystem::create_directories(bac + "pose/share/varnion");
+  std::filesystem::copy_file(VN_CLI, programme);
+  fichier("src/photo.jpg", "j");
+  int essai = 0;
+  const auto signature = [&] {
+    const std::string projet = "p" + std::to_string(++essai) + ".vnpr";
+    for (const std::vector<std::string> &mots :
+         {std::vector<std::string>{"project", "new", projet}, {"project", "add", projet, "src/photo.jpg"}})
+      EXPECT_EQ(lance_sous({.programme = programme}, mots).statut, 0);
+    const std::string liste = reussit({"project", "ls", projet});
+    return liste.substr(liste.find("photo.jpg") - 9, 8);
+  };
+  EXPECT_EQ(signature(), "TEXT????");
+  std::filesystem::copy_file(VN_SOURCES "/src/res/varnion.sig", bac + "pose/share/varnion/varnion.sig");
+  EXPECT_EQ(signature(), "JPEGogle");
+  pose("pose/bin/varnion.sig", "JPG,BESIDEIT,x\r\n");
+  EXPECT_EQ(signature(), "BESIDEIT");
+  fichier("here.sig", "JPG,HEREHERE,x\r\n");
+  EXPECT_EQ(signature(), "HEREHERE");
+  fichier("chosen.sig", "JPG,CHOSENIT,x\r\n");
+  pose_dossier("conf/Tarrowby");
+  pose("conf/Tarrowby/Varnion.conf", "[General]\nSign=" + d + "chosen.sig\n");
+  EXPECT_EQ(signature(), "CHOSENIT");
+}
+
 TEST_F(LigneCommande, DeletesFilesAndFullFoldersWhenTold) {
   projet();
   echoue({"project", "rm", "p.vnpr", "src"}, 1, "is not empty");
