@@ -62,6 +62,10 @@ constexpr std::uint8_t kGabaritTable[256] = {
     0x00, 0x00, 0x00, 0x00, 0x01, 0x40, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  //
 };
 
+bool tient(int coordonnee) {
+  return coordonnee >= 0 && coordonnee <= kCoordonneeEcranMax;
+}
+
 void ajoute(Octets &cible, std::span<const std::uint8_t> octets) {
   cible.insert(cible.end(), octets.begin(), octets.end());
 }
@@ -227,14 +231,17 @@ std::u16string nom_sur_disque(const ElementFenetre &element) {
   return element.nom_disque.empty() ? decompose_texte(element.nom).large() : element.nom_disque;
 }
 
-bool ValeursFenetre::valides() const {
-  const auto tient = [](int v) { return v >= 0 && v <= kCoordonneeEcranMax; };
+bool ValeursFenetre::cadre_valide() const {
   const auto indice = [](int v, std::size_t nombre) { return v >= 0 && v < static_cast<int>(nombre); };
   return tient(rect.gauche) && tient(rect.haut) && tient(rect.droite) && tient(rect.bas) &&
          rect.largeur() > 0 && rect.hauteur() > 0 && indice(taille_icone, kTaillesIcone.size()) &&
-         indice(taille_texte, kTaillesTexte.size()) && indice(espacement, kEspacements) &&
-         std::all_of(elements.begin(), elements.end(),
-                     [&](const ElementFenetre &e) { return tient(e.x) && tient(e.y) && !e.nom.empty(); });
+         indice(taille_texte, kTaillesTexte.size()) && indice(espacement, kEspacements);
+}
+
+bool ValeursFenetre::valides() const {
+  return cadre_valide() && std::all_of(elements.begin(), elements.end(), [](const ElementFenetre &e) {
+           return tient(e.x) && tient(e.y) && !e.nom.empty();
+         });
 }
 
 void ecrit_rubrique_ds(std::vector<std::uint8_t> &feuille, std::u16string_view nom) {
@@ -246,7 +253,7 @@ std::optional<std::vector<std::uint8_t>> fait_ds_store(const ValeursFenetre &val
                                                        std::span<const std::uint8_t> alias,
                                                        std::size_t *besoin) {
   if (besoin != nullptr) *besoin = 0;
-  if (!valeurs.valides()) return std::nullopt;
+  if (!valeurs.cadre_valide()) return std::nullopt;
   Feuille feuille;
   ecrit_dossier(feuille, valeurs, alias);
   for (const ElementFenetre *element : tries(valeurs.elements)) {
@@ -255,7 +262,7 @@ std::optional<std::vector<std::uint8_t>> fait_ds_store(const ValeursFenetre &val
     if (element->numero >= 0) feuille.blob(nom, "icgo", colonnes());
   }
   if (besoin != nullptr) *besoin = feuille.octets().size();
-  if (feuille.octets().size() > kPlaceDsStore) return std::nullopt;
+  if (feuille.octets().size() > kPlaceDsStore || !valeurs.valides()) return std::nullopt;
   Octets image = image_vide();
   pose(image, kEnregistrements, feuille.octets());
   pose32(image, kDescription + 8, feuille.nombre());

@@ -54,6 +54,8 @@ struct ValeursFenetre {
   std::string image;  ///< PC path of the background picture; "" for none
 
   /// False when a number does not fit its field, or the window has no inside.
+  [[nodiscard]] bool cadre_valide() const;
+  /// The same for these and for the places of the items.
   [[nodiscard]] bool valides() const;
 };
 

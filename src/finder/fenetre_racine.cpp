@@ -22,7 +22,6 @@ namespace varnion {
 
 namespace {
 
-constexpr int kSansTitre = 1287;
 constexpr int kLabelVoulu = 1037;
 constexpr int kPasValide = 1538;
 constexpr int kFormatVoulu = 1542;
@@ -203,10 +202,11 @@ class Enregistrement {
 
   bool ecrit_fichier() {
     const ValeursFenetre &valeurs = fenetre_.valeurs;
-    if (!valeurs.valides()) return echoue(charger_chaine(kValeursFausses));
     std::size_t besoin = 0;
     const auto octets = fait_ds_store(valeurs, alias_, &besoin);
-    if (!octets) return echoue(message(kTropDElements, {besoin, kPlaceDsStore, valeurs.elements.size()}));
+    if (!octets && besoin > kPlaceDsStore)
+      return echoue(message(kTropDElements, {besoin, kPlaceDsStore, valeurs.elements.size()}));
+    if (!octets) return echoue(charger_chaine(kValeursFausses));
     const std::size_t barre = chemin_.find_last_of("/\\");
     const std::string nom = chemin_.substr(barre + 1);
     const auto dossier = DossierSortie::ouvre(chemin_.substr(0, barre + 1));
@@ -242,7 +242,7 @@ class Enregistrement {
 bool label_precise(const FichierProjet &projet) {
   EnteteProjet entete;
   const std::string label = projet.lit_entete(entete) ? label_hfs(entete) : std::string();
-  if (!label.empty() && label != charger_chaine(kSansTitre)) return true;
+  if (!label_sans_titre(label)) return true;
   return echoue(charger_chaine(kLabelVoulu));
 }
 

@@ -151,8 +151,13 @@ std::string chemin_bak(const std::string &chemin) {
 
 // The new text is whole on the disk before the old file gives up its name.
 bool ecrit_texte(const std::string &chemin, std::string_view texte, bool existait) {
-  const std::string provisoire = chemin + ".new";
-  Fichier fichier = plateforme::ouvre(provisoire, Ouverture::creation);
+  constexpr int kEssais = 10;
+  std::string provisoire;
+  Fichier fichier;
+  for (int i = 0; i < kEssais && !fichier; ++i) {
+    provisoire = chemin + ".new" + std::to_string(i);
+    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
+  }
   if (!fichier) return false;
   bool ecrit = fichier_puts(texte, fichier) && fichier_vider(fichier);
   ecrit = fichier.fermer() && ecrit;

@@ -249,4 +249,15 @@ std::string FichierProjet::lecture_label() const {
   return label.empty() ? charger_chaine(1287) : label;
 }
 
+bool label_sans_titre(std::string_view label) {
+  const int langue = base_langue();
+  bool trouve = label.empty();
+  for (const int autre : {kLangueAnglais, kLangueFrancais}) {
+    fixer_base_langue(autre);
+    trouve = trouve || label == charger_chaine(1287);
+  }
+  fixer_base_langue(langue);
+  return trouve;
+}
+
 }  // namespace varnion

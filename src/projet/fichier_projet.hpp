@@ -30,6 +30,9 @@ constexpr std::uint32_t kVnOptionReconstruire = 0x200;
 /// A new head with the defaults of the settings words: format, options, both labels "Untitled".
 [[nodiscard]] EnteteProjet entete_neuve();
 
+/// True for the label of a new project, "Untitled" in either language, and for none.
+[[nodiscard]] bool label_sans_titre(std::string_view label);
+
 /// An open project: the file on disk is the working copy, read and rewritten in place. Records are named by
 /// their rank: 0 the head, 1 to `nb_rubriques` the items in file order. Ranks and buffered readers hold until
 /// the next insertion or removal.

@@ -111,6 +111,23 @@ TEST_F(FenetreDuDisque, BackgroundIsFoundThroughItsAlias) {
   EXPECT_EQ(ds.trouve(".", "icvt")->nombre, 12U);
 }
 
+// No folder but that of the background: the next number of the project is the one that it has on the disc.
+TEST_F(FenetreDuDisque, TheFolderSharesItsNumberWithNothing) {
+  reussit({"project", "new", "seul.vnpr", "--hfsplus"});
+  reussit({"project", "add", "seul.vnpr", "src/ReadMe.txt"});
+  reussit({"project", "label", "seul.vnpr", "--hfs", "Seul"});
+  reussit({"layout", "seul.vnpr", "--background", "images/fond.png"});
+  reussit({"project", "rebuild", "seul.vnpr"});
+  reussit({"compile", "seul.vnpr", "-o", "seul.iso"});
+  const auto image = outils::lit_image(d + "seul.iso", {.hfsplus = true});
+  EXPECT_TRUE(image.fautes.vide()) << image.fautes.texte();
+  const outils::ObjetMac *fond = image.volume.trouve(".!Background");
+  ASSERT_NE(fond, nullptr);
+  EXPECT_EQ(fond->cnid, 17U);
+  EXPECT_NE(image.volume.trouve(".!Background/fond.png"), nullptr);
+  EXPECT_NE(image.volume.trouve(".DS_Store"), nullptr);
+}
+
 TEST_F(FenetreDuDisque, ShownAndChangedAgain) {
   reussit({"layout", "p.vnpr", "--background", "images/fond.png", "ReadMe.txt=30,40"});
   EXPECT_TRUE(existe("p.DS_Store"));

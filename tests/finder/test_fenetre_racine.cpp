@@ -1,6 +1,7 @@
 #include "finder/fenetre_racine.hpp"
 
 #include "finder/alias.hpp"
+#include "finder/grille_icones.hpp"
 #include "outils/lecteur_ds_store.hpp"
 #include "projet/inclusion.hpp"
 #include "projet/outils.hpp"
@@ -158,6 +159,10 @@ TEST_F(Fenetre, EchecsLaissentLeProjet) {
   FenetreRacine pleine = fenetre;
   pleine.valeurs.elements.resize(30, pleine.valeurs.elements[0]);
   refuse(pleine, chemin, "30 items");
+  FenetreRacine immense = fenetre;
+  immense.valeurs.elements.resize(10'000, immense.valeurs.elements[0]);
+  fixe_largeur(immense.valeurs, 100);
+  refuse(immense, chemin, "10000 items");
   FenetreRacine sans_image = fenetre;
   sans_image.valeurs.image = bac + "perdue.png";
   refuse(sans_image, chemin, "perdue.png");
@@ -173,6 +178,9 @@ TEST_F(Fenetre, LabelFormatEtImage) {
   FichierProjet projet = neuf();
   EXPECT_FALSE(label_precise(projet));
   EXPECT_EQ(script.erreurs, Lignes{charger_chaine(1037)});
+  fixer_base_langue(kLangueFrancais);
+  EXPECT_FALSE(label_precise(projet)) << "made while English was spoken, untitled all the same";
+  fixer_base_langue(kLangueAnglais);
   ASSERT_EQ(inclusion_chemin(projet, bac + "Lisez.txt", kRacine).fichiers, 1U);
   ASSERT_TRUE(exige_hfsplus(projet));
   EXPECT_EQ(script.avis, Lignes{charger_chaine(1542)});
