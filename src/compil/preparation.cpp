@@ -21,7 +21,6 @@ constexpr int kVueHfsVide = 1552;
 constexpr int kIsopVide = 1553;
 constexpr int kPlaceManque = 1073;
 constexpr int kQuatreGigas = 1474;
-constexpr int kSansTitre = 1287;
 constexpr int kTitreDisque = 1293;     // size, folders, files
 constexpr int kEcritureImage = 6322;   // image, system error
 constexpr int kCibleEstProjet = 6323;  // path
@@ -45,15 +44,6 @@ std::string nom_sans_extension(const std::string &chemin) {
 
 bool refuse(int texte) {
   operations().afficher_erreur(charger_chaine(texte));
-  return false;
-}
-
-/// True for the label of a new project, in either language, and for none. The language in force stays as it
-/// is: a window may be reading its texts meanwhile.
-bool sans_titre(const std::string &label) {
-  if (label.empty()) return true;
-  for (const int base : {kLangueAnglais, kLangueFrancais})
-    if (label == chaine_de_langue(kSansTitre, base)) return true;
   return false;
 }
 
@@ -151,8 +141,8 @@ bool nomme_labels(FichierProjet &projet, const std::string &cible) {
   EnteteProjet entete;
   if (!projet.lit_entete(entete)) return erreur_image(cible, errno);
   const std::string nom = nom_sans_extension(cible);
-  const bool iso = sans_titre(lit_champ(entete.label_iso));
-  const bool hfs = sans_titre(lit_champ(entete.label_hfs));
+  const bool iso = label_sans_titre(lit_champ(entete.label_iso));
+  const bool hfs = label_sans_titre(lit_champ(entete.label_hfs));
   if (!iso && !hfs) return true;
   if (iso) ecrit_champ_coupe(entete.label_iso, nom, kLabelIsoMax);
   if (hfs)

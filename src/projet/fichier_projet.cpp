@@ -250,14 +250,10 @@ std::string FichierProjet::lecture_label() const {
 }
 
 bool label_sans_titre(std::string_view label) {
-  const int langue = base_langue();
-  bool trouve = label.empty();
-  for (const int autre : {kLangueAnglais, kLangueFrancais}) {
-    fixer_base_langue(autre);
-    trouve = trouve || label == charger_chaine(1287);
-  }
-  fixer_base_langue(langue);
-  return trouve;
+  if (label.empty()) return true;
+  for (const int base : {kLangueAnglais, kLangueFrancais})
+    if (label == chaine_de_langue(1287, base)) return true;
+  return false;
 }
 
 }  // namespace varnion

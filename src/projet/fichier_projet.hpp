@@ -30,7 +30,8 @@ constexpr std::uint32_t kVnOptionReconstruire = 0x200;
 /// A new head with the defaults of the settings words: format, options, both labels "Untitled".
 [[nodiscard]] EnteteProjet entete_neuve();
 
-/// True for the label of a new project, "Untitled" in either language, and for none.
+/// True for the label of a new project, "Untitled" in either language, and for none. The language in force
+/// stays as it is: a window may be reading its texts meanwhile.
 [[nodiscard]] bool label_sans_titre(std::string_view label);
 
 /// An open project: the file on disk is the working copy, read and rewritten in place. Records are named by
