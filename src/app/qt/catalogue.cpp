@@ -55,6 +55,7 @@ constexpr Commande kCommandes[] = {
     {"EnrAs2", "Partitions1", 2019, 2219, "", V, C::document_ecriture, O::enregistrer_volume_sous},
     {"Fermer2", "Partitions1", 2024, 2224, "", V, C::document, O::fermer},
     {"PropVol1", "Partitions1", 2023, 2223, "", V, C::document, O::proprietes_document},
+    {"AffImage", "Partitions1", 7222, 7223, "", V, C::document, O::afficher_image},
     {"Hybrid1", "Partitions1", 2020, 2220, "", V, C::hybridation, O::hybrider},
     {"Reop2", "Partitions1", 2025, 2225, "", V, C::recent, O::sous_menu, 0, "", true},
     {"R21", "Reop2", 0, 2225, "", V, C::recent, O::recent, 0},

@@ -69,6 +69,7 @@ enum class Operation : std::uint8_t {
   renommer,
   creer_dossier,
   afficher_contenu,
+  afficher_image,
   proprietes,
   proprietes_document,  ///< of the project, the ISO+ project, the volume
   etiquette,

@@ -1,21 +1,33 @@
 // Forms with an editor of their own.
 
+#include <QFileInfo>
+
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/affichage.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/tds_store.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/tmacdump.hpp"
 #include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "finder/fenetre_racine.hpp"
+#include "hfs/extents.hpp"
+#include "hfs/liens.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/erreurs.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 
 namespace {
 
+constexpr int kFichierVide = 1409;
 constexpr int kFiltreDs = 1522;
 constexpr int kTitreDs = 1523;
+
+QString nom_document(const TVarnion &fenetre) {
+  return QFileInfo(vers_qt(fenetre.chemin_document())).fileName();
+}
 
 // The PC file of the window; "" when the user gives up.
 std::string demande_cible(TVarnion &fenetre, const FenetreRacine &racine) {
@@ -30,7 +42,31 @@ std::string demande_cible(TVarnion &fenetre, const FenetreRacine &racine) {
 
 }  // namespace
 
-void affiche_contenu(TVarnion & /*fenetre*/) {}
+// A folder opens; each file is shown in turn, one with nothing in it is passed over.
+void affiche_contenu(TVarnion &fenetre) {
+  for (const ElementMac &element : fenetre.elements_choisis()) {
+    if (element.dossier) return fenetre.va_au_dossier(element.id);
+    const ElementMac fichier = sans_lien(element);
+    SujetVidage sujet;
+    sujet.nom = QString::fromStdString(montrable(element.nom_utf8()));
+    sujet.document = nom_document(fenetre);
+    sujet.element = fichier;
+    if (fichier.donnees.longueur > 0) sujet.donnees = source_fourche(fichier, kFourcheDonnees);
+    if (fichier.ressources.longueur > 0) sujet.ressources = source_fourche(fichier, kFourcheRessources);
+    if (!sujet.donnees && !sujet.ressources) {
+      operations().afficher_avis(charger_chaine(kFichierVide));
+      continue;
+    }
+    if (montre_vidage(fenetre, sujet) == FinVidage::termine) return;
+  }
+}
+
+void affiche_image(TVarnion &fenetre) {
+  SujetVidage sujet;
+  sujet.nom = sujet.document = nom_document(fenetre);
+  sujet.donnees = source_image(de_qt(sujet.nom));
+  if (sujet.donnees) static_cast<void>(montre_vidage(fenetre, sujet));
+}
 
 void edite_signatures(TVarnion & /*fenetre*/) {}
 

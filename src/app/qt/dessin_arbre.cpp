@@ -18,8 +18,8 @@ namespace varnion {
 
 namespace {
 
-constexpr int kEnCours = 7227;    // rows so far
-constexpr int kArrete = 7228;     // rows, nodes
+constexpr int kEnCours = 7227;  // rows so far
+constexpr int kArrete = 7228;   // rows, nodes
 constexpr int kEndommage = 7229;
 constexpr int kDessine = 7230;
 constexpr std::chrono::milliseconds kRythme(200);
@@ -38,7 +38,8 @@ class ModeleRangees final : public QAbstractItemModel {
       const std::size_t profondeur = std::min<std::size_t>(rangees_[i].profondeur, chemin.size());
       chemin.resize(profondeur);
       parents_[i] = chemin.empty() ? -1 : chemin.back();
-      std::vector<int> &freres = chemin.empty() ? racines_ : enfants_[static_cast<std::size_t>(chemin.back())];
+      std::vector<int> &freres =
+          chemin.empty() ? racines_ : enfants_[static_cast<std::size_t>(chemin.back())];
       rangs_[i] = static_cast<int>(freres.size());
       freres.push_back(static_cast<int>(i));
       chemin.push_back(static_cast<int>(i));
@@ -120,7 +121,8 @@ void DessinArbre::commence() {
       }
       return !arret_;
     });
-    QMetaObject::invokeMethod(this, [this, resultat] { termine(resultat); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, resultat] { termine(resultat); }, Qt::QueuedConnection);
   });
 }
 
@@ -133,7 +135,7 @@ void DessinArbre::termine(const ResultatDessin &resultat) {
   connect(vue_, &QTreeView::activated, this, [this](const QModelIndex &index) {
     if (choisit) choisit(modele_->rangee(index).secteur);
   });
-  const int texte = resultat.etat == EtatDessin::entier      ? kDessine
+  const int texte = resultat.etat == EtatDessin::entier   ? kDessine
                     : resultat.etat == EtatDessin::arrete ? kArrete
                                                           : kEndommage;
   etat_->setText(vers_qt(message(texte, {resultat.rangees, resultat.noeuds})));

@@ -19,7 +19,8 @@ struct RechercheVidage {
   bool debut_secteur = false;
 };
 /// The same for what to look for; an empty text is not taken.
-[[nodiscard]] std::optional<RechercheVidage> demande_recherche(QWidget *parent, const RechercheVidage &derniere);
+[[nodiscard]] std::optional<RechercheVidage> demande_recherche(QWidget *parent,
+                                                               const RechercheVidage &derniere);
 
 /// The size of the font, points.
 [[nodiscard]] std::optional<int> demande_corps(QWidget *parent, int corps);

@@ -1,5 +1,6 @@
 #include "app/qt/fiche_analyse.hpp"
 
+#include <QDialog>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QHeaderView>
@@ -21,7 +22,7 @@ namespace {
 constexpr int kFermer = 1000;
 constexpr int kOngletArbre = 3349;
 constexpr int kPrudence = 3352;
-constexpr int kLettresValeur = 14;   // room for a value at least
+constexpr int kLettresValeur = 14;  // room for a value at least
 constexpr int kColonneBouton = 4;
 
 class TFiche final : public QDialog {
@@ -150,13 +151,14 @@ QTreeWidget *TFiche::liste(const Onglet &onglet) {
   liste->addTopLevelItems(lignes);
   for (int i = 0; i < legendes.size(); ++i) liste->resizeColumnToContents(i);
   liste->setMinimumSize(fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 14);
-  connect(liste, &QTreeWidget::itemActivated, this, [this, liste, cibles = onglet.lignes](QTreeWidgetItem *ligne) {
-    const auto rang = static_cast<std::size_t>(liste->indexOfTopLevelItem(ligne));
-    if (rang >= cibles.size() || !cibles[rang].cible) return;
-    Bouton bouton;
-    bouton.cible = *cibles[rang].cible;
-    suit(bouton);
-  });
+  connect(liste, &QTreeWidget::itemActivated, this,
+          [this, liste, cibles = onglet.lignes](QTreeWidgetItem *ligne) {
+            const auto rang = static_cast<std::size_t>(liste->indexOfTopLevelItem(ligne));
+            if (rang >= cibles.size() || !cibles[rang].cible) return;
+            Bouton bouton;
+            bouton.cible = *cibles[rang].cible;
+            suit(bouton);
+          });
   return liste;
 }
 

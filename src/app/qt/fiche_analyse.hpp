@@ -9,8 +9,8 @@ class QWidget;
 
 namespace varnion {
 
-/// Shows what an analyzer found: one form for all structures, drawn from the lists of fields. The sector that the
-/// user goes to, with what is to be done there; nullopt when the form is just closed. `source` is what a
+/// Shows what an analyzer found: one form for all structures, drawn from the lists of fields. The sector that
+/// the user goes to, with what is to be done there; nullopt when the form is just closed. `source` is what a
 /// B-tree is drawn from, and must stay open.
 [[nodiscard]] std::optional<Bouton> montre_fiche(QWidget *parent, const FicheAnalyse &fiche,
                                                  const SourceSecteurs &source);

@@ -110,14 +110,16 @@ void TMacDump::construit_menus() {
   comme->menuAction()->setStatusTip(chaine_qt(kIndiceAnalyserComme).mid(1));
   for (const GenreAnalyse &genre : genres_analyse()) {
     QAction *action = comme->addAction(chaine_qt(genre.legende));
-    action->setObjectName("Comme_" + QString::fromUtf8(genre.mot.data(), static_cast<qsizetype>(genre.mot.size())));
+    action->setObjectName("Comme_" +
+                          QString::fromUtf8(genre.mot.data(), static_cast<qsizetype>(genre.mot.size())));
     connect(action, &QAction::triggered, this, [this, forme = genre.forme] { analyse_comme(forme); });
   }
   commande("Act0", "Act2", 3022, "Ctrl+S", &TMacDump::enregistre);
   commande("Act0", "co1", 3023, "Ctrl+Shift+C", &TMacDump::copie);
   QMenu *options = menu("Opt", 3025);
   commande("Opt", "Co", 3026, "", &TMacDump::choisit_corps);
-  const auto choix = [&](const char *nom, int legende, const std::initializer_list<std::pair<const char *, int>> &rangs) {
+  const auto choix = [&](const char *nom, int legende,
+                         const std::initializer_list<std::pair<const char *, int>> &rangs) {
     QMenu *sous = options->addMenu(chaine_qt(legende));
     sous->setObjectName(nom);
     sous->menuAction()->setStatusTip(chaine_qt(legende + kEcartIndice).mid(1));
@@ -187,8 +189,8 @@ void TMacDump::montre_fourche(const SourceSecteurs *source, int legende) {
   coche("Ress", legende == kRessources);
   coche("Arb", false);
   for (const char *nom : {"Go1", "Ch1"}) actions_[nom]->setEnabled(true);
-  setWindowTitle(vers_qt(message(kTitre, {de_qt(sujet_.nom), charger_chaine(legende), source->longueur(),
-                                          de_qt(sujet_.document)})));
+  setWindowTitle(vers_qt(message(
+      kTitre, {de_qt(sujet_.nom), charger_chaine(legende), source->longueur(), de_qt(sujet_.document)})));
   {
     const QSignalBlocker muet(secteurs_);
     secteurs_->setRange(0, static_cast<int>(std::clamp<std::int64_t>(source->dernier_secteur(), 0,

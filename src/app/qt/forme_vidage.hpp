@@ -39,7 +39,8 @@ class TMacDump final : public QDialog {
   void construit_menus();
   void construit_affichage();
   void construit_barre();
-  QAction *commande(const char *menu, const char *nom, int legende, const char *touche, void (TMacDump::*travail)());
+  QAction *commande(const char *menu, const char *nom, int legende, const char *touche,
+                    void (TMacDump::*travail)());
   void coche(const char *nom, bool oui);
 
   // --- what is shown

@@ -9,8 +9,8 @@
 #include <QLabel>
 #include <QStackedWidget>
 
-#include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
+#include "app/qt/cible_sortie.hpp"
 #include "app/qt/fiche_analyse.hpp"
 #include "app/qt/forme_vidage.hpp"
 #include "app/qt/impression_vidage.hpp"
@@ -89,7 +89,8 @@ void TMacDump::lance_recherche() {
       if (std::chrono::steady_clock::now() >= suivant) {
         suivant = std::chrono::steady_clock::now() + kRythme;
         const auto ici = static_cast<std::int64_t>(secteur);
-        QMetaObject::invokeMethod(this, [this, ici] { rafraichit_panneaux(ici); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, ici] { rafraichit_panneaux(ici); }, Qt::QueuedConnection);
       }
       return !operations().arret_demande() || operations().demander_oui_non(charger_chaine(kAbandon)) == 0;
     });
@@ -116,7 +117,8 @@ void TMacDump::montre_trouvee(std::uint64_t position, std::size_t longueur) {
     const std::size_t premier = place % kOctetsParLigne;
     const std::size_t dernier = std::min(premier + (fin - place), kOctetsParLigne) - 1;
     const int ligne = entier(rang_ligne(place));
-    liste_->marque(ligne, entier(colonne_hexa(premier)), entier(colonne_hexa(dernier) + 2 - colonne_hexa(premier)));
+    liste_->marque(ligne, entier(colonne_hexa(premier)),
+                   entier(colonne_hexa(dernier) + 2 - colonne_hexa(premier)));
     liste_->marque(ligne, entier(colonne_caractere(premier)), entier(dernier - premier + 1));
     place += dernier - premier + 1;
   }
@@ -156,7 +158,8 @@ void TMacDump::enregistre() {
 void TMacDump::enregistre_choix(QWidget *forme, const DemandeSegment &demande) {
   std::optional<Segment> segment;
   if (demande.choix == ChoixSegment::secteur) {
-    segment = segment_secteurs(*source_, static_cast<std::uint64_t>(courant_), static_cast<std::uint64_t>(courant_));
+    segment = segment_secteurs(*source_, static_cast<std::uint64_t>(courant_),
+                               static_cast<std::uint64_t>(courant_));
   } else {
     const auto debut = lit_nombre(de_qt(demande.debut), aspect_.radix);
     const auto fin = debut ? fin_demandee(de_qt(demande.fin), *debut, aspect_.radix) : std::nullopt;
@@ -167,12 +170,11 @@ void TMacDump::enregistre_choix(QWidget *forme, const DemandeSegment &demande) {
   if (!segment) return operations().afficher_erreur(charger_chaine(kLimitesFausses));
   if (demande.imprime) return imprime_segment(forme, windowTitle(), *source_, *segment, aspect_);
   const QString choisi = fenetre_.demandes.enregistrer(kTitreSegment, kFiltreSegment, depart_documents(), 0);
-  if (choisi.isEmpty()) return;
-  const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin || !peut_ecraser(*chemin)) return;
+  const auto cible = cible_choisie(choisi);
+  if (!cible) return;
   const auto aspect = demande.hexadecimal ? std::optional(aspect_) : std::nullopt;
   fenetre_.operations_fenetre().en_fond([&] {
-    static_cast<void>(enregistre_segment(*source_, *segment, aspect, *chemin,
+    static_cast<void>(enregistre_segment(*source_, *segment, aspect, cible->dossier, cible->nom,
                                          [](std::uint64_t) { return !operations().arret_demande(); }));
   });
 }
@@ -187,6 +189,8 @@ void TMacDump::imprime() {
 }
 
 // --- the rest
+
+void TMacDump::proprietes() {}
 
 void TMacDump::choisit_corps() {
   const auto voulu = demande_corps(this, reglages().corps);

@@ -220,6 +220,7 @@ void OperationsQt::curseur_attente_debut() {
   sur_fil_principal([this] {
     if (profondeur_++ > 0) return;
     arret_ = false;
+    modale_ = QApplication::activeModalWidget();
     image_ = 0;
     QApplication::setOverrideCursor(curseur_attente(image_));
     depuis_.start();
@@ -240,7 +241,7 @@ void OperationsQt::curseur_attente_fin() {
 // A second of a running command: the next picture of the cursor, and the time.
 void OperationsQt::bat_seconde() {
   image_ = (image_ + 1) % kImagesCurseur;
-  if (QApplication::activeModalWidget() == nullptr)
+  if (QApplication::activeModalWidget() == modale_)
     QApplication::changeOverrideCursor(curseur_attente(image_));
   emit ecoule(static_cast<int>(depuis_.elapsed() / kSeconde));
 }
@@ -279,7 +280,7 @@ bool OperationsQt::arret_demande() {
 }
 
 bool OperationsQt::eventFilter(QObject * /*cible*/, QEvent *evenement) {
-  if (!occupe() || !est_saisie(evenement->type()) || QApplication::activeModalWidget() != nullptr)
+  if (!occupe() || !est_saisie(evenement->type()) || QApplication::activeModalWidget() != modale_)
     return false;
   if (evenement->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(evenement)->key() == Qt::Key_Escape)
     arret_ = true;

@@ -72,7 +72,8 @@ class OperationsQt final : public QObject, public Operations {
   void bat_seconde();
 
   QPointer<QWidget> fenetre_;
-  int profondeur_ = 0;  ///< commands that run, one within the other
+  int profondeur_ = 0;        ///< commands that run, one within the other
+  QPointer<QWidget> modale_;  ///< dialog that the outermost of them was given in
   std::atomic<bool> arret_ = false;
   std::mutex verrou_;  ///< guards the texts and steps that a worker leaves for the window
   QString etat_;

@@ -9,13 +9,14 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include "app/noyau/actions_projet.hpp"
+#include "app/qt/cible_sortie.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "app/qt/vue_vidage.hpp"
+#include "fichiers/copie_vers_pc.hpp"
 #include "hfs/liens.hpp"
-#include "noms/texte.hpp"
+#include "hfs/texte_mac.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -114,7 +115,7 @@ void PageRessources::montre() {
   const Attente attente;
   montree_ = ressource;
   std::vector<std::uint8_t> octets(std::min(ressource->longueur, kMontreMax) + kMotLongueur);
-  const auto lus = fourche_.lire_a(octets, static_cast<std::int64_t>(ressource->position));
+  const auto lus = fourche_.lire_a(octets, ressource->position);
   octets.resize(static_cast<std::size_t>(std::max<std::int64_t>(lus, 0)));
   std::vector<std::string> lignes;
   for (std::size_t place = 0; place < octets.size(); place += kOctetsParLigne) {
@@ -133,11 +134,10 @@ void PageRessources::enregistre(FormeRessource forme) {
   const QString choisi = fenetre_.demandes.enregistrer(binaire ? kTitreBinaire : kTitreHexa,
                                                        binaire ? kFiltreBinaire : kFiltreHexa, propose,
                                                        binaire ? kExtensionBinaire : kExtensionHexa);
-  if (choisi.isEmpty()) return;
-  const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin || !peut_ecraser(*chemin)) return;
+  const auto cible = cible_choisie(choisi);
+  if (!cible) return;
   const Attente attente;
-  static_cast<void>(enregistre_ressource(fourche_, *ressource, forme, titre, *chemin));
+  static_cast<void>(enregistre_ressource(fourche_, *ressource, forme, titre, cible->dossier, cible->nom));
 }
 
 void PageRessources::corps(int points) {

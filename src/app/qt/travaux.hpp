@@ -79,6 +79,8 @@ void montre_aide_support();
 
 // --- commandes_formes.cpp: forms with an editor of their own
 void affiche_contenu(TVarnion &fenetre);
+/// The sectors of the whole open image.
+void affiche_image(TVarnion &fenetre);
 void edite_signatures(TVarnion &fenetre);
 void cree_ds_store(TVarnion &fenetre);
 

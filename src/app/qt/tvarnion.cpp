@@ -43,6 +43,8 @@ constexpr std::uint32_t kDateLarge = 3061145288;  // 2000-12-31 22:08:08
 constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
 constexpr int kLettresArbre = 24;                 // seen of a name in the tree, with its icons
 constexpr int kArretCompilation = 2098;
+constexpr int kOuvrirDossier = 2056;
+constexpr int kIndiceOuvrirDossier = 2256;
 constexpr int kCoteOutils = 20;  // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
@@ -253,11 +255,25 @@ void TVarnion::branche_panneaux() {
 
 void TVarnion::montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &point) {
   rafraichit_commandes();
+  nomme_affichage();
   for (const ConteneurCommandes &conteneur : conteneurs_commandes()) {
     if (conteneur.genre != lieu || (conteneur.modes >> mode_ & 1U) == 0) continue;
     QMenu *menu = menus_[conteneur.nom];
     if (!menu->isEmpty()) menu->popup(panneau->mapToGlobal(point));
   }
+}
+
+// The popup's first item opens a folder, and lists what a file holds.
+void TVarnion::nomme_affichage() {
+  const std::vector<std::uint32_t> ids = ids_choisis();
+  bool dossier = false;
+  for (const QModelIndex &index : liste_->selectionModel()->selectedRows()) {
+    const LigneListe &ligne = modele_liste_.ligne(index.row());
+    if (!ids.empty() && ligne.id == ids.front()) dossier = ligne.dossier;
+  }
+  const Commande &commande = *commande_nommee("AffPart");
+  actions_["AffPart"]->setText(chaine_qt(dossier ? kOuvrirDossier : commande.legende));
+  actions_["AffPart"]->setStatusTip(chaine_qt(dossier ? kIndiceOuvrirDossier : commande.indice).mid(1));
 }
 
 // --- what is kept

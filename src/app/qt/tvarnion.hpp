@@ -127,6 +127,7 @@ class TVarnion final : public QMainWindow {
   void retraduit();
   void rafraichit_textes();
   void pose_icones();
+  void nomme_affichage();
   void montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &point);
 
   // --- state of the commands (tvarnion_commandes.cpp)

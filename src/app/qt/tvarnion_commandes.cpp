@@ -186,6 +186,8 @@ void TVarnion::execute_sur_document(const Commande &commande) {
       return permute_branches(*this);
     case Operation::afficher_contenu:
       return affiche_contenu(*this);
+    case Operation::afficher_image:
+      return affiche_image(*this);
     case Operation::imprimer:
       return imprime_liste(*this);
     default:

@@ -5,6 +5,7 @@
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QTextBlock>
+#include <QTextEdit>
 #include <QWheelEvent>
 
 #include "app/qt/texte_qt.hpp"
@@ -65,8 +66,8 @@ void VueVidage::va_a(int ligne) {
 }
 
 void VueVidage::peint() {
-  QList<ExtraSelection> choix;
-  ExtraSelection courante;
+  QList<QTextEdit::ExtraSelection> choix;
+  QTextEdit::ExtraSelection courante;
   courante.cursor = QTextCursor(document()->findBlockByNumber(ligne_));
   courante.format.setBackground(palette().color(QPalette::AlternateBase).darker(106));
   courante.format.setProperty(QTextFormat::FullWidthSelection, true);
@@ -74,7 +75,7 @@ void VueVidage::peint() {
   for (const Marque &marque : marques_) {
     const QTextBlock bloc = document()->findBlockByNumber(marque.ligne);
     if (!bloc.isValid()) continue;
-    ExtraSelection ici;
+    QTextEdit::ExtraSelection ici;
     ici.cursor = QTextCursor(bloc);
     ici.cursor.movePosition(QTextCursor::Right, QTextCursor::MoveAnchor, marque.colonne);
     ici.cursor.movePosition(QTextCursor::Right, QTextCursor::KeepAnchor, marque.longueur);

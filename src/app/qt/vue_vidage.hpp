@@ -18,6 +18,8 @@ class VueVidage final : public QPlainTextEdit {
   /// Marks columns of a line, which becomes the current one. A second range is marked with it.
   void marque(int ligne, int colonne, int longueur);
   void efface_marques();
+  /// Makes a line the current one.
+  void montre_ligne(int ligne) { va_a(ligne); }
   void corps(int points);
   [[nodiscard]] int ligne() const { return ligne_; }
 
