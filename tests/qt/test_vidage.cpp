@@ -1,0 +1,196 @@
+// The dump viewer and the forms of the analyzers, on real images.
+
+#include <deque>
+
+#include <QClipboard>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QPrinter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeWidget>
+
+#include "app/qt/forme_vidage.hpp"
+#include "app/qt/impression_vidage.hpp"
+#include "fenetre_essai.hpp"
+#include "hfs/extents.hpp"
+
+namespace varnion {
+namespace {
+
+constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
+
+class Vidage : public Fenetre {
+ protected:
+  // What is done in the next form of that name; a form that nothing is planned for is answered as always.
+  void prevoit(const char *nom, std::function<void(QDialog &)> travail) {
+    prevus_.emplace_back(nom, std::move(travail));
+  }
+  void lance(const std::function<void()> &commande) {
+    minuterie_.stop();
+    QTimer conduite;
+    QPointer<QDialog> derniere;
+    QObject::connect(&conduite, &QTimer::timeout, [&] {
+      auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+      if (forme == nullptr || forme == derniere) return;
+      if (prevus_.empty() || forme->objectName() != prevus_.front().first) return repond();
+      derniere = forme;
+      // From a timer of its own: what it does may show the next form.
+      QTimer::singleShot(0, forme, [forme, travail = std::move(prevus_.front().second)] { travail(*forme); });
+      prevus_.pop_front();
+    });
+    conduite.start(5);
+    commande();
+    EXPECT_TRUE(prevus_.empty()) << prevus_.front().first.toStdString();
+    minuterie_.start(5);
+  }
+  static void agit(QDialog &forme, const char *nom) {
+    auto *action = forme.findChild<QAction *>(nom);
+    ASSERT_NE(action, nullptr) << nom;
+    ASSERT_TRUE(action->isEnabled()) << nom;
+    action->trigger();
+  }
+  static QString panneau_vidage(QDialog &forme, int rang) {
+    return forme.findChild<QLabel *>(QString("Panneau%1").arg(rang))->text();
+  }
+  static QString texte(QDialog &forme, const char *nom) {
+    const auto *champ = forme.findChild<QLineEdit *>(nom);
+    return champ != nullptr ? champ->text() : QString("no ") + nom;
+  }
+  static QString lignes(QDialog &forme) { return forme.findChild<QPlainTextEdit *>("Liste")->toPlainText(); }
+  static void touche(QDialog &forme, int touche) {
+    QTest::keyClick(forme.findChild<QPlainTextEdit *>("Liste"), static_cast<Qt::Key>(touche));
+  }
+  void va_a(QDialog & /*vidage*/, const QString &secteur) {
+    prevoit("TAllerSecteur", [secteur](QDialog &forme) {
+      forme.findChild<QLineEdit *>("Secteur")->setText(secteur);
+      forme.accept();
+    });
+  }
+
+ private:
+  std::deque<std::pair<QString, std::function<void(QDialog &)>>> prevus_;
+};
+
+TEST_F(Vidage, WalksAndAnalyzesAnImage) {
+  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  prevoit("TMacDump", [&](QDialog &vidage) {
+    EXPECT_EQ(panneau_vidage(vidage, 0), "0");
+    EXPECT_EQ(panneau_vidage(vidage, 1), "1599");
+    touche(vidage, Qt::Key_PageDown);
+    touche(vidage, Qt::Key_End);
+    EXPECT_EQ(panneau_vidage(vidage, 0), "1599");
+    touche(vidage, Qt::Key_PageDown);  // beeps
+    EXPECT_EQ(panneau_vidage(vidage, 0), "1599");
+    agit(vidage, "Prec");
+    EXPECT_EQ(panneau_vidage(vidage, 0), "1");
+    touche(vidage, Qt::Key_Down);
+    EXPECT_EQ(panneau_vidage(vidage, 0), "1");
+    touche(vidage, Qt::Key_Up);
+    touche(vidage, Qt::Key_Up);
+    EXPECT_EQ(panneau_vidage(vidage, 0), "0");
+    va_a(vidage, "+2");
+    agit(vidage, "Go1");
+    EXPECT_TRUE(lignes(vidage).startsWith("00001024  42 44 "));
+    agit(vidage, "Hex1");
+    EXPECT_TRUE(lignes(vidage).startsWith("00000400  42 44 "));
+    EXPECT_EQ(panneau_vidage(vidage, 2), "400");
+    agit(vidage, "Dec1");
+    QString catalogue;
+    prevoit("TFiche", [&](QDialog &fiche) {
+      EXPECT_EQ(fiche.windowTitle(), "HFS Descriptor Block");
+      EXPECT_EQ(texte(fiche, "cont_sign"), "BD");
+      EXPECT_EQ(texte(fiche, "cont_nbrrac"), "20");
+      EXPECT_NE(fiche.findChild<QTabWidget *>(), nullptr);
+      fiche.findChild<QPushButton *>("go_poscat1")->click();
+    });
+    agit(vidage, "Act1");
+    prevoit("TFiche", [&](QDialog &fiche) {
+      EXPECT_EQ(fiche.windowTitle(), "B-Tree Header");
+      auto *dessine = fiche.findChild<QPushButton *>("AffTree");
+      ASSERT_NE(dessine, nullptr);
+      dessine->click();
+      auto *fermer = fiche.findChild<QPushButton *>("Fermer");
+      for (int i = 0; i < 400 && !fermer->isEnabled(); ++i) QTest::qWait(5);
+      ASSERT_TRUE(fermer->isEnabled());
+      const auto *arbre = fiche.findChild<QTreeView *>("Arbre");
+      EXPECT_GT(arbre->model()->rowCount(), 0);
+      fermer->click();
+    });
+    agit(vidage, "Act1");
+    prevoit("TFiche", [&](QDialog &fiche) {
+      EXPECT_EQ(texte(fiche, "cont_sign"), "0xAA55");
+      fiche.reject();
+    });
+    agit(vidage, "Comme_mbr");
+    vidage.reject();
+  });
+  lance([&] { execute("AffImage"); });
+}
+
+TEST_F(Vidage, SearchesAndSavesAFork) {
+  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  auto *liste = panneau("LV");
+  int plein = 0;
+  while (plein < 20 && liste->model()->index(plein, 0).data().toString() != "Dossier 7") ++plein;
+  emit liste->activated(liste->model()->index(plein, 0));
+  liste->setCurrentIndex(liste->model()->index(0, 0));
+  liste->selectionModel()->select(liste->model()->index(0, 0),
+                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  const QString cible = bac_.filePath("piece");
+  fenetre_->demandes.enregistrer = [&](int, int, const QString &, int) { return cible; };
+  prevoit("TMacDump", [&](QDialog &vidage) {
+    const QString debut = lignes(vidage).left(76);
+    const QString motif = "0x" + debut.mid(10, 5);  // the first two bytes
+    const auto cherche = [&](const QString &quoi) {
+      prevoit("TChercheVidage", [quoi](QDialog &forme) {
+        forme.findChild<QLineEdit *>("Chaine")->setText(quoi);
+        forme.accept();
+      });
+      agit(vidage, "Ch1");
+    };
+    EXPECT_FALSE(vidage.findChild<QAction *>("Reb1")->isEnabled());
+    cherche(motif);
+    EXPECT_TRUE(vidage.findChild<QAction *>("Reb1")->isEnabled());
+    EXPECT_EQ(panneau_vidage(vidage, 0), "0");
+    cherche("no such words in here");
+    EXPECT_EQ(messages_.last().toStdString(), "TMessOK: No match found for no such words in here");
+    EXPECT_FALSE(vidage.findChild<QAction *>("Reb1")->isEnabled());
+    prevoit("TSSegm", [](QDialog &forme) {
+      forme.findChild<QRadioButton *>("Data")->setChecked(true);
+      forme.findChild<QLineEdit *>("ValDeb")->setText("0");
+      forme.findChild<QLineEdit *>("ValFin")->setText("+2");
+      forme.findChild<QPushButton *>("Exe1")->click();
+      EXPECT_TRUE(forme.isVisible());
+      forme.reject();
+    });
+    agit(vidage, "Act2");
+    QFile piece(cible);
+    ASSERT_TRUE(piece.open(QIODevice::ReadOnly));
+    EXPECT_EQ("0x" + QString(piece.readAll().toHex(' ')), motif);
+    agit(vidage, "co1");
+    EXPECT_TRUE(QApplication::clipboard()->text().startsWith(debut));
+    vidage.reject();
+  });
+  lance([&] { execute("Aff1"); });
+}
+
+TEST(ImpressionVidage, BeginsAPageWhenOneIsFull) {
+  QTemporaryDir bac;
+  const auto pages = [&](int nombre) {
+    QPrinter imprimante(QPrinter::HighResolution);
+    imprimante.setOutputFormat(QPrinter::PdfFormat);
+    imprimante.setOutputFileName(bac.filePath("page.pdf"));
+    QStringList lignes;
+    for (int i = 0; i < nombre; ++i) lignes << QString("line %1").arg(i);
+    return dessine_lignes(imprimante, "title", lignes);
+  };
+  EXPECT_EQ(pages(34), 1);
+  EXPECT_GE(pages(400), 5);
+}
+
+}  // namespace
+}  // namespace varnion
