@@ -32,6 +32,7 @@ constexpr int kNumeroDuFond = 6169;     // number
 constexpr int kValeursFausses = 6170;
 constexpr int kDossierIntrouvable = 6171;  // path
 constexpr int kElementParti = 6172;        // journal: name
+constexpr int kCibleEstImage = 6175;       // path
 constexpr std::size_t kCheminMessage = 100;
 constexpr std::size_t kLectureMax = 0x10000;  ///< far beyond the one form that is read
 
@@ -202,6 +203,8 @@ class Enregistrement {
 
   bool ecrit_fichier() {
     const ValeursFenetre &valeurs = fenetre_.valeurs;
+    if (!valeurs.image.empty() && plateforme::meme_fichier(valeurs.image, chemin_))
+      return echoue(message(kCibleEstImage, {tronque_chemin(chemin_, kCheminMessage)}));
     std::size_t besoin = 0;
     const auto octets = fait_ds_store(valeurs, alias_, &besoin);
     if (!octets && besoin > kPlaceDsStore)

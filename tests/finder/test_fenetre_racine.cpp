@@ -47,6 +47,9 @@ class Fenetre : public EssaiProjet {
     octets_lus = outils::lit_fichier(chemin);
     return outils::lit_ds_store(outils::Octets(octets_lus));
   }
+  [[nodiscard]] std::string lit_octets(const std::string &nom) const {
+    return tout(plateforme::ouvre(bac + nom, Ouverture::lecture));
+  }
   static std::string places(const ValeursFenetre &v) {
     std::string texte;
     for (const ElementFenetre &e : v.elements)
@@ -169,6 +172,8 @@ TEST_F(Fenetre, EchecsLaissentLeProjet) {
   FenetreRacine plate = fenetre;
   plate.valeurs.rect.bas = plate.valeurs.rect.haut;
   refuse(plate, chemin, "width and a height");
+  refuse(fenetre, bac + "fond.png", "is the background image");
+  EXPECT_EQ(lit_octets("fond.png"), kPng);
   refuse(fenetre, bac + "nulle part/x.DS_Store", "nulle part");
   pose_dossier("dossier.DS_Store");
   refuse(fenetre, bac + "dossier.DS_Store", "dossier.DS_Store");
