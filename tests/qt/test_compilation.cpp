@@ -319,6 +319,20 @@ TEST_F(Compile, GoingAwayWithTheWindowStopsTheRun) {
   EXPECT_EQ(restes(), 0);
 }
 
+TEST_F(Compile, ADocumentFromOutsideWaitsForTheEnd) {
+  ArbreSource source(bac("src"));
+  bati(source);
+  const std::string autre = projet("autre.vnpr"), ici = projet("p.vnpr");
+  ouvre(ici);
+  execute("Compil1");
+  ASSERT_TRUE(fenetre_->compilation_en_cours());
+  fenetre_->recoit_document(QString::fromStdString(autre));
+  EXPECT_EQ(fenetre_->chemin_document(), ici);
+  ASSERT_TRUE(attend_fin());
+  EXPECT_TRUE(vu("Compilation succeeded.")) << tout_vu();
+  EXPECT_TRUE(attend([&] { return fenetre_->chemin_document() == autre; }));
+}
+
 TEST_F(Compile, ADiskThatFillsIsNamedAndLeavesTheOlderImage) {
   ArbreSource source(bac("src"));
   bati(source);
