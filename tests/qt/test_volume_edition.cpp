@@ -299,8 +299,14 @@ TEST_F(Edition, ChoosesInTheBrowser) {
     QTest::keyClick(chemin, Qt::Key_Return);
     EXPECT_EQ(liste->model()->rowCount(), 3);
     liste->selectAll();
+    // A path that leads nowhere neither moves nor takes what is selected.
+    chemin->setFocus();
+    chemin->setText("/absent/x");
+    QTest::keyClick(chemin, Qt::Key_Return);
+    EXPECT_EQ(liste->model()->rowCount(), 3);
     clique(forme, "OK");
   });
+  attend_message("TMessOK", 7068, "MessFermer");
   attend_message("TMessOK", 1157, "MessFermer");
   attend("TWinVLV", [](QDialog &forme) {
     auto *liste = forme.findChild<QTreeView *>("ListePC");

@@ -50,7 +50,7 @@ class TChoixPartition final : public Forme {
     }
     liste_->setCurrentRow(0);
     liste_->setMinimumWidth(liste_->fontMetrics().averageCharWidth() * kLettresLigne);
-    connect(liste_, &QListWidget::itemActivated, this, [this] { accept(); });
+    connect(liste_, &QListWidget::itemDoubleClicked, this, [this] { accept(); });
     corps()->addWidget(liste_);
     boutons();
     liste_->setFocus();

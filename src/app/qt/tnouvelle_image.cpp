@@ -42,6 +42,7 @@ constexpr int kTailleBloc = 7063;  // format, megabytes, size
 constexpr int kRegletteMax = 700;
 constexpr int kPasReglette = 50;
 constexpr int kTailleProposee = 20;
+constexpr int kLettresReglette = 30;
 constexpr unsigned kMegaBits = 20;
 
 }  // namespace
@@ -68,6 +69,7 @@ TNouvelleImage::TNouvelleImage(QWidget *parent, std::string chemin)
   reglette_->setTickInterval(kPasReglette);
   reglette_->setTickPosition(QSlider::TicksBelow);
   reglette_->setValue(kTailleProposee);
+  reglette_->setMinimumWidth(fontMetrics().averageCharWidth() * kLettresReglette);
   effacer_->setObjectName("Effacer");
   hfsplus_->setObjectName("HfsPlus");
   hfsplus_->setChecked((etat<OptionsProgramme>().vn_options & kVnOptionHfsplus) != 0);
@@ -110,7 +112,7 @@ void TNouvelleImage::montre_blocs() {
   }
   const PlanImage plan = plus ? calcul_hfsplus(taille) : calcul_hfs(taille);
   const std::string bloc = taille_liste(plan.taille_bloc);
-  blocs_->setText(vers_qt(message(kBlocs, {plan.nb_blocs, bloc})));
+  blocs_->setText(vers_qt(message(kBlocs, {taille_liste(plan.nb_blocs), bloc})));
   taille_bloc_->setText(vers_qt(message(kTailleBloc, {plus ? "HFS+" : "HFS", taille, bloc})));
 }
 

@@ -35,7 +35,9 @@ constexpr int kTitreVolume = 1490;
 constexpr int kCoupe31 = 1494;
 constexpr int kAvecCrc = 1495;
 constexpr int kRetient = 1496;
-constexpr int kLettresChamp = 44;
+constexpr int kLettresChamp = 40;     // in sight at least
+constexpr int kLettresChampMax = 90;  // and at most
+constexpr int kLettresMarge = 4;
 constexpr std::size_t kLimiteChamp = 255;
 
 // What is asked, by the caption.
@@ -73,7 +75,10 @@ class FormeNom final : public Forme {
     ancien->setToolTip(original.toHtmlEscaped());
     champ_->setObjectName("EditNom");
     champ_->setMaxLength(limite);
-    champ_->setMinimumWidth(champ_->fontMetrics().averageCharWidth() * kLettresChamp);
+    const QFontMetrics lettres = champ_->fontMetrics();
+    const int voulu = lettres.horizontalAdvance(original) + lettres.averageCharWidth() * kLettresMarge;
+    champ_->setMinimumWidth(std::clamp(voulu, lettres.averageCharWidth() * kLettresChamp,
+                                       lettres.averageCharWidth() * kLettresChampMax));
     auto *champs = new QFormLayout;
     champs->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     champs->addRow(chaine_qt(genre == kTitreNomPc ? kNomMac : kOriginal), ancien);

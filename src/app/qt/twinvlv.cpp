@@ -5,12 +5,14 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
@@ -46,7 +48,7 @@ constexpr std::uint32_t kOptionCaches = 0x100;
 constexpr std::size_t kCheminMessage = 200;
 constexpr int kLettresNom = 36;
 constexpr int kLettresTaille = 11;
-constexpr int kLettresDate = 20;
+constexpr int kMargeDate = 16;  // pixels around a date
 constexpr int kLignes = 18;
 
 }  // namespace
@@ -60,7 +62,7 @@ TWinVLV::TWinVLV(QWidget *parent, OperationsQt &operations)
       nombre_(new QLabel) {
   construit();
   restaure();
-  connect(liste_, &QTreeView::activated, this, &TWinVLV::ouvre);
+  connect(liste_, &QTreeView::doubleClicked, this, &TWinVLV::ouvre);
   connect(chemin_, &QLineEdit::returnPressed, this, &TWinVLV::chemin_tape);
   connect(liste_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
           [this] { montre_nombre(); });
@@ -122,11 +124,13 @@ void TWinVLV::construit() {
 // `WinVLV`: width, height, widths of the columns, column of the order, 1 for a descending one.
 void TWinVLV::restaure() {
   const int lettre = fontMetrics().averageCharWidth();
-  QList<int> valeurs{lettre * (kLettresNom + kLettresTaille + kLettresDate + 8),
+  const QString longue = QLocale().toString(QDateTime({2000, 12, 30}, {22, 58, 58}), QLocale::ShortFormat);
+  const int date = fontMetrics().horizontalAdvance(longue) + kMargeDate;
+  QList<int> valeurs{lettre * (kLettresNom + kLettresTaille + 12) + date,
                      fontMetrics().height() * (kLignes + 8),
                      lettre * kLettresNom,
                      lettre * kLettresTaille,
-                     lettre * kLettresDate,
+                     date,
                      ModelePc::kNom,
                      0};
   const QStringList gardees = vers_qt(reglages().navigateur).split(',');
@@ -212,6 +216,13 @@ bool TWinVLV::eventFilter(QObject *cible, QEvent *evenement) {
     return true;
   }
   return Forme::eventFilter(cible, evenement);
+}
+
+// Return takes the selection only from a button: in the path field it goes to a folder.
+void TWinVLV::keyPressEvent(QKeyEvent *evenement) {
+  const bool retour = evenement->key() == Qt::Key_Return || evenement->key() == Qt::Key_Enter;
+  if (retour && qobject_cast<QAbstractButton *>(focusWidget()) == nullptr) return evenement->accept();
+  Forme::keyPressEvent(evenement);
 }
 
 QStringList TWinVLV::selection() const {

@@ -29,6 +29,7 @@ class TWinVLV final : public Forme {
 
  protected:
   bool eventFilter(QObject *cible, QEvent *evenement) override;
+  void keyPressEvent(QKeyEvent *evenement) override;
 
  private:
   void construit();
