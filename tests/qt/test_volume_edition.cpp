@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <deque>
 #include <functional>
@@ -537,6 +540,27 @@ TEST_F(Edition, TellsOfAnImageThatHasGone) {
   attend("TNouveauDossier", tape("Encore"));
   execute("MD");
   EXPECT_EQ(noms(), QStringList({"Encore", "Reste"}));
+}
+
+TEST_F(Edition, TellsOfADiskThatTakesNoMore) {
+  for (const bool plus : {false, true}) {
+    cree(plus ? "p.hfs" : "h.hfs", plus, 8);
+    depose_volume(*fenetre_, {fichier("avant.dat", QByteArray(100000, 'a'))}, 2);
+    rlimit ancienne{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &ancienne), 0);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const QString gros = fichier("gros.dat", QByteArray(4 << 20, 'g'));
+    const rlimit courte{3 << 20, ancienne.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &courte), 0);
+    attend("TMessOK", [](QDialog &forme) { clique(forme, "MessFermer"); });
+    attend_message("TMessOK", 7402, "MessFermer");
+    depose_volume(*fenetre_, {gros}, 2);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &ancienne), 0);
+    EXPECT_EQ(noms(), QStringList({"avant.dat"}));
+    attend("TNouveauDossier", tape("Apres"));
+    execute("MD");
+    EXPECT_EQ(noms(), QStringList({"Apres", "avant.dat"}));
+  }
 }
 
 TEST_F(Edition, CutsNamesByTheirKind) {

@@ -91,7 +91,9 @@ QVariant ModelePc::data(const QModelIndex &index, int role) const {
     case kNom:
       return ici.nom;
     case kTaille:
-      return ici.dossier ? QString() : vers_qt(taille_liste(static_cast<std::uint64_t>(ici.taille)));
+      // Clear of the next column.
+      return ici.dossier ? QString()
+                         : vers_qt(taille_liste(static_cast<std::uint64_t>(ici.taille))) + QChar(0x2002);
     default:
       return QLocale().toString(ici.modification, QLocale::ShortFormat);
   }
