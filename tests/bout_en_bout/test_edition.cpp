@@ -231,6 +231,12 @@ TEST(EditionHfsutils, BothProgramsWorkOnOneVolume) {
       reussit({"rename", "v.img", "Sec*", "Dec*"});
       EXPECT_EQ(reussit({"ls", "v.img", "-a"}), "Decond\nFolder/\nOther\n");
       echoue({"rename", "v.img", "None*", "x*"}, 1, "None*");
+      // Several in one command: each swap flushes, and the next goes on.
+      fichier("b.txt", "again");
+      reussit({"put", "v.img", "a.txt", "b.txt"});
+      reussit({"swap", "v.img", "a.txt", "b.txt"});
+      EXPECT_EQ(reussit({"cat", "v.img", "a.txt", "--resource"}), "from the PC");
+      EXPECT_EQ(reussit({"cat", "v.img", "b.txt", "--resource"}), "again");
       TearDown();
     }
   };
