@@ -150,6 +150,10 @@ ElementFichier element_de_volume(const ElementMac &fichier) {
   return element;
 }
 
+std::size_t caracteres(std::string_view utf8) {
+  return plateforme::utf8_vers_large(utf8).size();
+}
+
 std::string texte_copies(std::uint64_t fichiers, std::uint64_t octets) {
   const std::uint64_t megas = octets >> 20;
   std::uint64_t milliemes = std::min<std::uint64_t>((octets >> 10) & 0x3FF, 999);
@@ -267,22 +271,28 @@ bool CopieVersPc::copie_fichier(const FichierCopie &fichier, const DossierSortie
   if (convertit_police(fichier, dossier)) return true;
   if (!place_suffit(fichier, dossier)) return false;
   if (!a_fourche_voulue(fichier)) return true;
-  bool suite = true;
-  for (bool reprise = true; reprise;) {
-    std::optional<CibleFichier> cible;
-    ouvre_cible(fichier, dossier, cible, suite);
-    if (!cible) return suite;
-    if (trace_fichiers())
-      operations().journal(GenreJournal::brut,
-                           texte(fichier.chemin) + "\t" + texte(cible->chemin()) + "\r\n");
-    annonce(fichier, cible->chemin());
-    const Suite apres = ecrit(fichier, dossier, *cible);
-    reprise = apres == Suite::reprise;
-    if (reprise) donnes_.erase(cible->chemin());
-    suite = apres != Suite::arret;
-  }
+  Suite suite = Suite::reprise;
+  while (suite == Suite::reprise) suite = copie_une_fois(fichier, dossier);
   if (options_.suivi) options_.suivi(bilan_);
-  return suite;
+  return suite != Suite::arret;
+}
+
+CopieVersPc::Suite CopieVersPc::copie_une_fois(const FichierCopie &fichier, const DossierSortie &dossier) {
+  const bool saisie = options_.nommage == ModeNommage::saisie;
+  bool suite = true;
+  std::string nom = saisie ? nom_demande(fichier, dossier, suite) : nom_regle(fichier);
+  std::optional<DossierSortie> ailleurs;
+  if (!saisie && !raccourcit_chemin(nom, dossier, ailleurs)) return Suite::arret;
+  const DossierSortie &ici = ailleurs ? *ailleurs : dossier;
+  std::optional<CibleFichier> cible;
+  if (!nom.empty()) ouvre_cible(fichier, ici, nom, cible, suite);
+  if (!cible) return suite ? Suite::continue_ : Suite::arret;
+  if (trace_fichiers())
+    operations().journal(GenreJournal::brut, texte(fichier.chemin) + "\t" + texte(cible->chemin()) + "\r\n");
+  annonce(fichier, cible->chemin());
+  const Suite apres = ecrit(fichier, ici, *cible);
+  if (apres == Suite::reprise) donnes_.erase(cible->chemin());
+  return apres;
 }
 
 bool CopieVersPc::place_suffit(const FichierCopie &fichier, const DossierSortie &dossier) {
@@ -341,7 +351,10 @@ std::string CopieVersPc::nom_regle(const FichierCopie &fichier) {
 // The dialog for one file; "" when the file is left out. `suite` says how the walk goes on then.
 std::string CopieVersPc::nom_demande(const FichierCopie &fichier, const DossierSortie &cible, bool &suite) {
   std::string nom = texte(plateforme::large_vers_utf8(nom_sans_interdits(fichier.element.nom_large)));
-  if (!operations().demander_nom(charger_chaine(kTitreNom), nom, kNomSaisiMax) || nom.empty()) {
+  const bool donne = options_.demande_nom
+                         ? options_.demande_nom(nom, kNomSaisiMax)
+                         : operations().demander_nom(charger_chaine(kTitreNom), nom, kNomSaisiMax);
+  if (!donne || nom.empty()) {
     ++bilan_.sautes;
     return {};
   }
@@ -354,12 +367,34 @@ std::string CopieVersPc::nom_demande(const FichierCopie &fichier, const DossierS
   return {};
 }
 
+// The user cuts a path that is too long; `ailleurs` is filled when another folder was chosen. False: the copy
+// stops.
+bool CopieVersPc::raccourcit_chemin(std::string &nom, const DossierSortie &dossier,
+                                    std::optional<DossierSortie> &ailleurs) {
+  if (!options_.raccourcit || caracteres(dossier.chemin() + nom) <= kCheminPcMax) return true;
+  const std::size_t point = nom.rfind('.');
+  const bool sans_extension = point == std::string::npos || point == 0;
+  CheminPc chemin{dossier.chemin(), nom.substr(0, sans_extension ? nom.size() : point),
+                  sans_extension ? std::string() : nom.substr(point + 1)};
+  const auto choisi = options_.raccourcit(chemin);
+  if (!choisi) {
+    ++bilan_.sautes;
+    bilan_.arret = true;
+    return false;
+  }
+  bool coupe = false;
+  nom = nom_disque(plateforme::utf8_vers_large(choisi->nom()), limite_nom(), coupe);
+  if (choisi->autre.empty()) return true;
+  ailleurs = DossierSortie::ouvre(choisi->autre);
+  if (ailleurs) return true;
+  const int erreur = errno;
+  nom.clear();
+  return echec_ecriture(choisi->dossier, erreur);
+}
+
 // Closed where the file is left out; `suite` says how the walk goes on then.
 void CopieVersPc::ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier,
-                              std::optional<CibleFichier> &cible, bool &suite) {
-  const bool saisie = options_.nommage == ModeNommage::saisie;
-  const std::string nom = saisie ? nom_demande(fichier, dossier, suite) : nom_regle(fichier);
-  if (nom.empty()) return;
+                              const std::string &nom, std::optional<CibleFichier> &cible, bool &suite) {
   cible.emplace(dossier, nom, false);
   if (!cible->ouverte() && errno == EEXIST) {
     const bool de_cette_copie = donnes_.contains(dossier.chemin() + nom);

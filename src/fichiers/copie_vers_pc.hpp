@@ -44,10 +44,31 @@ struct BilanCopiePc {
   [[nodiscard]] bool complet() const { return !arret && echecs == 0; }
 };
 
+/// Longest path of a file of the PC, and longest name in it with its extension, in characters.
+constexpr std::size_t kCheminPcMax = 260;
+constexpr std::size_t kNomPcMax = 254;
+
+/// A path of the PC in its parts, UTF-8.
+struct CheminPc {
+  std::string dossier;  ///< closed by "/"
+  std::string base;
+  std::string extension;   ///< without dot
+  std::string autre = {};  ///< folder chosen instead of the first: a path in working text; "" for the same
+  [[nodiscard]] std::string nom() const { return extension.empty() ? base : base + "." + extension; }
+};
+/// Characters of a UTF-8 text, as UTF-16 counts them.
+[[nodiscard]] std::size_t caracteres(std::string_view utf8);
+
 struct OptionsCopiePc {
   ModeNommage nommage = ModeNommage::longs;
   ExtensionDeSignature extension;
   bool polices = true;  ///< fonts may be converted, once the user agrees
+  /// Asks for the name on the PC where the rule of names wants that: `nom` is the Macintosh name and becomes
+  /// the answer, at most `limite` characters; false leaves the file out. Empty: `Operations::demander_nom`.
+  std::function<bool(std::string &nom, std::size_t limite)> demande_nom = {};
+  /// What a path of more than kCheminPcMax characters becomes: nullopt stops the copy. Empty: the path is
+  /// taken as it is, which the disk allows.
+  std::function<std::optional<CheminPc>(const CheminPc &)> raccourcit = {};
   /// Called after each file; may be empty.
   std::function<void(const BilanCopiePc &)> suivi;
 };
@@ -90,11 +111,14 @@ class CopieVersPc {
   bool police_remplace(const std::string &nom, const DossierSortie &dossier);
   [[nodiscard]] bool place_suffit(const FichierCopie &fichier, const DossierSortie &dossier);
   [[nodiscard]] bool a_fourche_voulue(const FichierCopie &fichier);
+  [[nodiscard]] Suite copie_une_fois(const FichierCopie &fichier, const DossierSortie &dossier);
 
   [[nodiscard]] std::string nom_demande(const FichierCopie &fichier, const DossierSortie &dossier,
                                         bool &suite);
   [[nodiscard]] std::string nom_regle(const FichierCopie &fichier);
-  void ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier,
+  [[nodiscard]] bool raccourcit_chemin(std::string &nom, const DossierSortie &dossier,
+                                       std::optional<DossierSortie> &ailleurs);
+  void ouvre_cible(const FichierCopie &fichier, const DossierSortie &dossier, const std::string &nom,
                    std::optional<CibleFichier> &cible, bool &suite);
   void ouvre_numerotee(const FichierCopie &fichier, const DossierSortie &dossier,
                        std::optional<CibleFichier> &cible);

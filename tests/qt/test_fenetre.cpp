@@ -99,27 +99,6 @@ TEST_F(Fenetre, WalksAVolume) {
   EXPECT_TRUE(messages_.isEmpty()) << messages_.join('|').toStdString();
 }
 
-TEST_F(Fenetre, CopiesWhatIsSelected) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
-  const QString cible = bac_.filePath("copie");
-  ASSERT_TRUE(QDir().mkpath(cible));
-  fenetre_->demandes.dossier = [cible](int, const QString &) { return cible; };
-  auto *arbre = panneau("TV");
-  const QModelIndex racine = arbre->model()->index(0, 0);
-  for (int i = 0; i < 20; ++i)
-    if (racine.model()->index(i, 0, racine).data().toString() == "Dossier 7")
-      arbre->setCurrentIndex(racine.model()->index(i, 0, racine));
-  execute("MPC1");
-  EXPECT_EQ(QDir(cible + "/Dossier 7").entryList(QDir::Files).size(), 25);
-  execute("SAll");
-  panneau("LV")->selectionModel()->select(panneau("LV")->model()->index(0, 0),
-                                          QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-  execute("Mac2PC");
-  EXPECT_EQ(QDir(cible).entryList(QDir::Files).size(), 1);
-  EXPECT_EQ(reglages().reper, de_qt(cible) + "/");
-  EXPECT_TRUE(messages_.isEmpty()) << messages_.join('|').toStdString();
-}
-
 TEST_F(Fenetre, TellsWhyADocumentDoesNotOpen) {
   const struct {
     const char *nom;

@@ -1,5 +1,7 @@
 #include "app/noyau/actions_edition.hpp"
 
+#include <algorithm>
+
 #include "hfs/texte_mac.hpp"
 #include "hfs/volume.hpp"
 #include "IO/plateforme.hpp"
@@ -14,24 +16,28 @@ namespace {
 constexpr int kNomFaux = 7400;   // name
 constexpr int kNomLong = 7401;   // name, limit
 constexpr int kNonEcrit = 7402;  // image, reason
+constexpr int kCodeFaux = 7414;  // text
 constexpr std::size_t kNomHfsPlusMax = 255;
 
 }  // namespace
 
 int modifie_volume(ContexteCli &contexte, const std::function<bool()> &change) {
   const VolumeOuvert volume(contexte, contexte.arguments.positions[0], AccesVolume::ecriture);
-  if (!volume) return kEchec;
+  return volume && modifie_volume_monte(volume.chemin(), change) ? kFait : kEchec;
+}
+
+bool modifie_volume_monte(const std::string &chemin, const std::function<bool()> &change) {
   support().echec_ecriture = 0;
   reponses_volume() = {};
-  if (!chargement_carte()) return kEchec;
+  if (!chargement_carte()) return false;
   const bool fait = change();
   const bool ecrit = ecriture_structures() && support().echec_ecriture == 0;
   liberation_carte();
   if (!ecrit) {
     const std::string raison = plateforme::texte_erreur(support().echec_ecriture);
-    operations().afficher_erreur(message(kNonEcrit, {volume.chemin(), raison}));
+    operations().afficher_erreur(message(kNonEcrit, {chemin, raison}));
   }
-  return fait && ecrit ? kFait : kEchec;
+  return fait && ecrit;
 }
 
 NomItem nom_de(const ElementMac &element) {
@@ -75,6 +81,18 @@ std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
 
 std::optional<NomItem> nom_tape(std::string_view utf8) {
   return nom_tape(utf8, volume_courant().est_hfsplus ? kNomHfsPlusMax : kNomHfsMax);
+}
+
+std::optional<std::array<std::uint8_t, 4>> code_tape(const std::string &utf8) {
+  std::array<std::uint8_t, 4> code{' ', ' ', ' ', ' '};
+  const auto mac = utf8_vers_mac(plateforme::large_vers_utf8(plateforme::utf8_vers_large(utf8)));
+  if (!mac || mac->size() > code.size()) {
+    operations().afficher_erreur(message(kCodeFaux, {plateforme::utf8_vers_texte(utf8)}));
+    return std::nullopt;
+  }
+  for (std::size_t rang = 0; rang < std::min(mac->size(), code.size()); ++rang)
+    code[rang] = static_cast<std::uint8_t>((*mac)[rang]);
+  return code;
 }
 
 std::vector<std::string> parties_chemin(std::string_view chemin) {

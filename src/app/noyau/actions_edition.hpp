@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -16,6 +18,10 @@ namespace varnion {
 /// whatever it gave. Exit status: 0 when `change` gave true and everything reached the disk.
 [[nodiscard]] int modifie_volume(ContexteCli &contexte, const std::function<bool()> &change);
 
+/// The same on the volume that is mounted already; `chemin` names its image in messages. False, after a
+/// message, when `change` gave false or not everything reached the disk.
+[[nodiscard]] bool modifie_volume_monte(const std::string &chemin, const std::function<bool()> &change);
+
 /// The name of an item as the engine takes it.
 [[nodiscard]] NomItem nom_de(const ElementMac &element);
 
@@ -28,6 +34,10 @@ namespace varnion {
 [[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite);
 /// The same for a file or folder.
 [[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8);
+
+/// A type or creator typed in UTF-8: up to 4 characters of Mac Roman, filled up with blanks; nullopt, after a
+/// message, for anything else.
+[[nodiscard]] std::optional<std::array<std::uint8_t, 4>> code_tape(const std::string &utf8);
 
 /// The parts of a path.
 [[nodiscard]] std::vector<std::string> parties_chemin(std::string_view chemin);

@@ -1,14 +1,11 @@
 // "attr": type, creator, dates, lock and Finder flags of items on a volume.
 
-#include <algorithm>
-#include <array>
 #include <cstdio>
 #include <span>
 
 #include "app/noyau/actions_edition.hpp"
 #include "app/noyau/affichage.hpp"
 #include "app/noyau/sous_commandes.hpp"
-#include "hfs/texte_mac.hpp"
 #include "hfs/volume.hpp"
 #include "IO/plateforme.hpp"
 #include "res/chaines.hpp"
@@ -18,12 +15,10 @@ namespace varnion {
 namespace {
 
 constexpr int kArrete = 6869;
-constexpr int kCodeFaux = 7414;    // text
 constexpr int kDateFausse = 7415;  // text
 constexpr int kRienDemande = 7416;
-constexpr int kPasFichier = 7417;  // path
-constexpr int kPasChange = 7418;   // path
-constexpr std::size_t kCode = 4;
+constexpr int kPasFichier = 7417;         // path
+constexpr int kPasChange = 7418;          // path
 constexpr unsigned kDecalageCouleur = 1;  // kColor, bits 1 to 3
 
 /// A Finder flag by the name of its option (Inside Macintosh: Macintosh Toolbox Essentials, 7-47).
@@ -42,19 +37,6 @@ std::string texte(std::string_view utf8) {
 
 void dit(int id, std::string_view utf8) {
   operations().afficher_erreur(message(id, {texte(utf8)}));
-}
-
-// Up to 4 characters, filled up with blanks.
-std::optional<std::array<std::uint8_t, kCode>> code_tape(const std::string &utf8) {
-  const auto mac = utf8_vers_mac(plateforme::large_vers_utf8(plateforme::utf8_vers_large(utf8)));
-  if (!mac || mac->size() > kCode) {
-    dit(kCodeFaux, utf8);
-    return std::nullopt;
-  }
-  std::array<std::uint8_t, kCode> code{' ', ' ', ' ', ' '};
-  for (std::size_t rang = 0; rang < std::min(mac->size(), kCode); ++rang)
-    code[rang] = static_cast<std::uint8_t>((*mac)[rang]);
-  return code;
 }
 
 // Days from 1 January 1970 of a date of the Gregorian calendar.

@@ -1,24 +1,24 @@
-// What is shown and changed of a volume and its items; the copy to the PC.
+// What is shown and changed of a volume and its items.
 
-#include "app/qt/travaux.hpp"
-
-#include <cerrno>
-#include <optional>
+#include <algorithm>
 #include <string>
+#include <vector>
 
-#include <QStatusBar>
+#include <QApplication>
+#include <QTreeView>
 
-#include "app/noyau/actions_projet.hpp"
-#include "app/noyau/reglages.hpp"
+#include "app/noyau/actions_edition.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/tproprietes.hpp"
+#include "app/qt/tpropvolume.hpp"
+#include "app/qt/travaux.hpp"
+#include "app/qt/tsignature.hpp"
 #include "app/qt/tvarnion.hpp"
-#include "fichiers/copie_vers_pc.hpp"
-#include "IO/dossier_sortie.hpp"
-#include "IO/etat.hpp"
+#include "hfs/ouverture.hpp"
+#include "hfs/volume.hpp"
 #include "IO/operations.hpp"
-#include "IO/plateforme.hpp"
-#include "noms/regles.hpp"
+#include "IO/requete.hpp"
 #include "projet/signatures.hpp"
 #include "res/chaines.hpp"
 
@@ -26,53 +26,128 @@ namespace varnion {
 
 namespace {
 
-constexpr int kCibleFermee = 6872;
-constexpr int kTitreCible = 7013;
-constexpr int kCopies = 7019;
-constexpr int kDureeBilan = 8000;  // milliseconds
-constexpr std::size_t kCheminMessage = 50;
+constexpr int kPasChange = 7418;  // path
+constexpr int kSansGenerique = 1193;
+constexpr std::uint16_t kIconePropre = 0x0400;
 
-std::optional<std::string> extension(std::string_view signature) {
-  const EntreeSignature *ligne = extension_de_signature(signature);
-  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
+bool pas_change(const std::string &nom) {
+  operations().afficher_erreur(message(kPasChange, {nom}));
+  return false;
+}
+
+// A change of the mounted volume, then the flush.
+bool change_volume(const std::function<bool()> &change) {
+  const Attente attente;
+  return modifie_volume_monte(partition_courante().chemin, change);
+}
+
+// --- items
+
+bool ecrit_proprietes(const ElementMac &element, const DemandeProprietes &demande) {
+  return change_volume([&] {
+    NomItem nom = nom_de(element);
+    if (demande.nom) {
+      const auto nouveau = nom_tape(demande.nom->toStdString());
+      if (!nouveau || renomme_par_nom(nom, *nouveau, element.parent) == 0) return false;
+      nom = *nouveau;
+    }
+    DemandeProprietes reste = demande;
+    reste.nom.reset();
+    return reste.vide() || change_attributs(nom, element.parent, demande.attributs) != 0 ||
+           pas_change(element.nom_texte());
+  });
+}
+
+// The items that the command is about; the root folder is one of them here.
+std::vector<ElementMac> elements_montres(const TVarnion &fenetre) {
+  std::vector<ElementMac> elements = fenetre.elements_choisis();
+  const QModelIndex noeud = fenetre.arbre()->currentIndex();
+  if (elements.empty() && !fenetre.depuis_liste() && noeud.isValid() && !noeud.parent().isValid())
+    if (auto racine = element_racine()) elements.push_back(std::move(*racine));
+  return elements;
+}
+
+// --- the volume
+
+bool ecrit_volume_demande(const DemandeVolume &demande) {
+  return change_volume([&] {
+    const auto limite = static_cast<std::size_t>(longueur_label_max());
+    if (demande.label) {
+      const auto nom = nom_tape(demande.label->toStdString(), limite);
+      if (!nom || (nom_volume_change(*nom) == 0 && !pas_change(de_qt(*demande.label)))) return false;
+    }
+    if (!demande.icone) return true;
+    const auto racine = element_racine();
+    if (!racine) return pas_change(partition_courante().nom_volume);
+    AttributsItem attributs;
+    const unsigned sans = racine->drapeaux_finder & ~unsigned{kIconePropre};
+    attributs.drapeaux = static_cast<std::uint16_t>(*demande.icone ? sans | kIconePropre : sans);
+    return change_attributs(nom_de(*racine), racine->parent, attributs) != 0 ||
+           pas_change(racine->nom_texte());
+  });
+}
+
+void remontre_volume(TVarnion &fenetre) {
+  partition_courante().nom_volume = nom_volume();
+  fenetre.montre_document();
 }
 
 }  // namespace
 
-void proprietes_volume(TVarnion & /*fenetre*/) {}
+void proprietes_elements(TVarnion &fenetre) {
+  const std::vector<ElementMac> elements = elements_montres(fenetre);
+  const bool liste = fenetre.depuis_liste();
+  const std::vector<std::uint32_t> choisis = fenetre.ids_choisis();
+  OptionsProprietes options;
+  options.lecture_seule = support().lecture_seule;
+  options.total = static_cast<int>(elements.size());
+  bool ecrit = false;
+  for (const ElementMac &element : elements) {
+    bool dossier_renomme = false;
+    options.ecrit = [&](const DemandeProprietes &demande) {
+      dossier_renomme = element.dossier && demande.nom;
+      return ecrit_proprietes(element, demande);
+    };
+    const SuiteProprietes suite = montre_proprietes_mac(&fenetre, element, options);
+    if (suite == SuiteProprietes::tout_ferme) break;
+    ++options.rang;
+    if (suite != SuiteProprietes::ecrit) continue;
+    ecrit = true;
+    dossier_renomme ? fenetre.montre_document() : fenetre.affiche_dossier(fenetre.dossier_montre());
+  }
+  if (ecrit && liste) fenetre.selectionne_elements(choisis);
+  fenetre.rafraichit_commandes();
+}
 
-void proprietes_elements(TVarnion & /*fenetre*/) {}
+void proprietes_volume(TVarnion &fenetre) {
+  if (montre_proprietes_volume(&fenetre, support().lecture_seule, ecrit_volume_demande) > 1)
+    remontre_volume(fenetre);
+}
 
-void copie_vers_le_pc(TVarnion &fenetre) {
-  const std::vector<ElementMac> elements = fenetre.elements_choisis();
-  if (elements.empty()) return;
-  const QString choisi = fenetre.demandes.dossier(kTitreCible, vers_qt(reglages().reper));
-  if (choisi.isEmpty()) return;
-  const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin) return;
-  const auto cible = DossierSortie::ouvre(*chemin);
-  if (!cible) {
-    const std::string raison = plateforme::texte_erreur(errno);
-    operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));
+void etiquette_volume(TVarnion &fenetre) {
+  if (support().lecture_seule) return;
+  if (demande_label_volume(&fenetre, ecrit_volume_demande) == 1) remontre_volume(fenetre);
+}
+
+void edite_signatures_generiques(TVarnion &fenetre) {
+  if (volume_courant().est_hfsplus || cherche_signature(kSignatureGenerique, 1).empty()) {
+    operations().afficher_erreur(charger_chaine(kSansGenerique));
     return;
   }
-  reglages().reper = *chemin + (chemin->ends_with('/') ? "" : "/");
-  static_cast<void>(enregistre_reglage("Reper"));
-
-  OptionsCopiePc options;
-  options.nommage = mode_nommage(etat<OptionsProgramme>().options);
-  options.extension = extension;
-  options.suivi = [](const BilanCopiePc &) { static_cast<void>(operations().arret_demande()); };
-  CopieVersPc copie(std::move(options));
-  fenetre.operations_fenetre().en_fond([&] {
-    for (const ElementMac &element : elements)
-      if (!copie.copie_vers_pc(element, *cible) && copie.bilan().arret) break;
-  });
-  operations().afficher_etat({}, {});
-  const BilanCopiePc &bilan = copie.bilan();
-  fenetre.statusBar()->showMessage(
-      vers_qt(message(kCopies, {bilan.copies, bilan.dossiers, bilan.sautes, bilan.echecs})), kDureeBilan);
-  fenetre.rafraichit_commandes();
+  static_cast<void>(change_volume([&fenetre] {
+    static_cast<void>(edite_signatures(
+        [&](std::string_view nom, const Signature &signature) -> std::optional<ReponseSignature> {
+          ReponseSignature reponse{signature, false};
+          QApplication::setOverrideCursor(Qt::ArrowCursor);
+          const int choix = edite_signature(&fenetre, vers_qt(nom), reponse.signature);
+          QApplication::restoreOverrideCursor();
+          if (choix == kIgnorerTout) return std::nullopt;
+          reponse.pour_toutes = choix == kChangerTout;
+          return reponse;
+        }));
+    return true;
+  }));
+  fenetre.montre_document();
 }
 
 }  // namespace varnion

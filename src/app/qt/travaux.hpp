@@ -39,9 +39,15 @@ bool renomme_volume_sur_place(TVarnion &fenetre, std::uint32_t id, const QString
 void cree_dossier_volume(TVarnion &fenetre);
 void permute_branches(TVarnion &fenetre);
 
-// --- commandes_proprietes.cpp: what is shown and changed of a volume and its items; the copy to the PC
+// --- commandes_proprietes.cpp: what is shown and changed of a volume and its items
 void proprietes_volume(TVarnion &fenetre);
 void proprietes_elements(TVarnion &fenetre);
+/// The label of the volume alone.
+void etiquette_volume(TVarnion &fenetre);
+/// Goes through the files of HFS that have the generic signature and lets the user give each a better one.
+void edite_signatures_generiques(TVarnion &fenetre);
+
+// --- commandes_copie_pc.cpp
 void copie_vers_le_pc(TVarnion &fenetre);
 
 // --- commandes_projet.cpp: projects and ISO+ projects
