@@ -19,7 +19,7 @@
 #include "app/noyau/actions_edition.hpp"
 #include "app/noyau/actions_volume.hpp"
 #include "app/qt/champs_mac.hpp"
-#include "app/qt/forme.hpp"
+#include "app/qt/forme_ecriture.hpp"
 #include "app/qt/sujets_aide.hpp"
 #include "app/qt/talias.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -66,7 +66,7 @@ std::string code_provisoire(const QString &texte) {
   return code;
 }
 
-class TProprietes final : public Forme {
+class TProprietes final : public FormeEcriture {
  public:
   TProprietes(QWidget *parent, const ElementMac &element, const OptionsProprietes &options);
 
@@ -102,9 +102,9 @@ class TProprietes final : public Forme {
 };
 
 TProprietes::TProprietes(QWidget *parent, const ElementMac &element, const OptionsProprietes &options)
-    : Forme(parent, element.dossier ? "TPropDossier" : "TPropFichier",
-            element.dossier ? kTitreDossier : kTitreFichier,
-            element.dossier ? sujet::kProprietesDossier : sujet::kProprietesFichier),
+    : FormeEcriture(parent, element.dossier ? "TPropDossier" : "TPropFichier",
+                    element.dossier ? kTitreDossier : kTitreFichier,
+                    element.dossier ? sujet::kProprietesDossier : sujet::kProprietesFichier),
       element_(element),
       options_(options),
       creation_(element.creation, "Creation"),
@@ -353,7 +353,7 @@ void TProprietes::accept() {
     return;
   }
   const auto voulu = demande();
-  if (voulu && options_.ecrit(*voulu)) Forme::accept();
+  if (voulu) ecrit_et_ferme([&] { return options_.ecrit(*voulu); });
 }
 
 }  // namespace

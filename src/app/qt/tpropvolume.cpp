@@ -10,7 +10,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/qt/forme.hpp"
+#include "app/qt/forme_ecriture.hpp"
 #include "app/qt/sujets_aide.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "hfs/catalogue.hpp"
@@ -112,7 +112,7 @@ QFormLayout *colonne_champs(QWidget *colonne) {
   return champs;
 }
 
-class TPropVolume final : public Forme {
+class TPropVolume final : public FormeEcriture {
  public:
   TPropVolume(QWidget *parent, bool lecture_seule, const EcritVolume &ecrit);
   void accept() override;
@@ -132,7 +132,7 @@ class TPropVolume final : public Forme {
 };
 
 TPropVolume::TPropVolume(QWidget *parent, bool lecture_seule, const EcritVolume &ecrit)
-    : Forme(parent, "TPropVolume", 0, sujet::kProprietesVolume),
+    : FormeEcriture(parent, "TPropVolume", 0, sujet::kProprietesVolume),
       faits_(faits_volume()),
       lecture_seule_(lecture_seule),
       ecrit_(ecrit) {
@@ -221,13 +221,13 @@ void TPropVolume::accept() {
   DemandeVolume demande;
   if (label_->text() != depart_) demande.label = label_->text();
   if (icone_->isChecked() != faits_.icone) demande.icone = icone_->isChecked();
-  if (ecrit_(demande)) Forme::accept();
+  ecrit_et_ferme([&] { return ecrit_(demande); });
 }
 
-class TLabelVolume final : public Forme {
+class TLabelVolume final : public FormeEcriture {
  public:
   TLabelVolume(QWidget *parent, const EcritVolume &ecrit)
-      : Forme(parent, "TLabelVolume", kTitreLabel, sujet::kNomsVolume),
+      : FormeEcriture(parent, "TLabelVolume", kTitreLabel, sujet::kNomsVolume),
         ecrit_(ecrit),
         ancien_(faits_volume().label) {
     auto *champs = new QFormLayout;
@@ -248,7 +248,7 @@ class TLabelVolume final : public Forme {
       return;
     }
     if (label_->text() == ancien_) return reject();
-    if (ecrit_({label_->text(), std::nullopt})) Forme::accept();
+    ecrit_et_ferme([&] { return ecrit_({label_->text(), std::nullopt}); });
   }
 
  private:
