@@ -352,7 +352,8 @@ std::string CopieVersPc::nom_regle(const FichierCopie &fichier) {
 std::string CopieVersPc::nom_demande(const FichierCopie &fichier, const DossierSortie &cible, bool &suite) {
   std::string nom = texte(plateforme::large_vers_utf8(nom_sans_interdits(fichier.element.nom_large)));
   const bool donne = options_.demande_nom
-                         ? options_.demande_nom(nom, kNomSaisiMax)
+                         ? options_.demande_nom(texte(plateforme::large_vers_utf8(fichier.element.nom_large)),
+                                                nom, kNomSaisiMax)
                          : operations().demander_nom(charger_chaine(kTitreNom), nom, kNomSaisiMax);
   if (!donne || nom.empty()) {
     ++bilan_.sautes;

@@ -63,9 +63,9 @@ struct OptionsCopiePc {
   ModeNommage nommage = ModeNommage::longs;
   ExtensionDeSignature extension;
   bool polices = true;  ///< fonts may be converted, once the user agrees
-  /// Asks for the name on the PC where the rule of names wants that: `nom` is the Macintosh name and becomes
+  /// Asks for the name on the PC where the rule of names wants that: `nom` is the one proposed and becomes
   /// the answer, at most `limite` characters; false leaves the file out. Empty: `Operations::demander_nom`.
-  std::function<bool(std::string &nom, std::size_t limite)> demande_nom = {};
+  std::function<bool(const std::string &mac, std::string &nom, std::size_t limite)> demande_nom = {};
   /// What a path of more than kCheminPcMax characters becomes: nullopt stops the copy. Empty: the path is
   /// taken as it is, which the disk allows.
   std::function<std::optional<CheminPc>(const CheminPc &)> raccourcit = {};

@@ -680,6 +680,7 @@ TEST_F(CopiePc, NamesAreAskedForWhereTheSettingsSaySo) {
   selectionne({"a/b", "c", "d"});
   copie_vers(cible_);
   puis("TNomPC", [](QDialog &forme) {
+    EXPECT_EQ(texte(forme, "NomMac"), "a/b");
     EXPECT_EQ(champ<QLineEdit>(forme, "NomPC").text(), "a_b");
     EXPECT_EQ(champ<QLineEdit>(forme, "NomPC").maxLength(), 31);
     saisit(forme, "NomPC", "");

@@ -71,9 +71,9 @@ OptionsCopiePc options_copie(TVarnion &fenetre) {
   OptionsCopiePc options;
   options.nommage = mode_nommage(etat<OptionsProgramme>().options);
   options.extension = extension;
-  options.demande_nom = [&fenetre](std::string &nom, std::size_t limite) {
+  options.demande_nom = [&fenetre](const std::string &mac, std::string &nom, std::size_t limite) {
     bool donne = false;
-    a_la_fenetre(fenetre, [&] { donne = demande_nom_pc(&fenetre, nom, limite); });
+    a_la_fenetre(fenetre, [&] { donne = demande_nom_pc(&fenetre, mac, nom, limite); });
     return donne;
   };
   options.raccourcit = [&fenetre](const CheminPc &chemin) {

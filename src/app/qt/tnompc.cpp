@@ -21,12 +21,12 @@ constexpr int kLargeurChamp = 36;  // characters
 
 }  // namespace
 
-bool demande_nom_pc(QWidget *parent, std::string &nom, std::size_t limite) {
+bool demande_nom_pc(QWidget *parent, const std::string &mac, std::string &nom, std::size_t limite) {
   Forme forme(parent, "TNomPC", kTitre, sujet::kNomPc);
   auto *champs = new QFormLayout;
   champs->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
   forme.corps()->addLayout(champs);
-  champs->addRow(chaine_qt(kNomMac), texte_fixe(vers_qt(nom), "NomMac"));
+  champs->addRow(chaine_qt(kNomMac), texte_fixe(vers_qt(mac), "NomMac"));
   auto *champ = new QLineEdit(vers_qt(coupe_nom(nom, limite)));
   champ->setObjectName("NomPC");
   champ->setMaxLength(static_cast<int>(limite));

@@ -59,8 +59,8 @@ TSignature::TSignature(QWidget *parent, const QString &nom, Signature &signature
   corps()->addLayout(tete);
   auto *rangee = new QHBoxLayout;
   auto *gauche = new QVBoxLayout, *droite = new QVBoxLayout;
-  rangee->addLayout(gauche);
-  rangee->addLayout(droite);
+  rangee->addLayout(gauche, 1);
+  rangee->addLayout(droite, 1);
   corps()->addLayout(rangee);
   QFormLayout *ancienne = groupe_champs(gauche, kAncienne);
   ancienne->addRow(chaine_qt(kType), texte_fixe(texte_code(type), "AncienType"));

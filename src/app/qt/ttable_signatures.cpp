@@ -25,6 +25,7 @@ constexpr int kColonnesTable = 4;
 constexpr int kSignatureLigne = Qt::UserRole;
 constexpr int kHauteurLignes = 14;
 constexpr int kLargeurCaracteres = 66;
+constexpr int kLargeurMax = 700;  // pixels: longer comments scroll
 
 QString code(std::string_view signature, std::size_t rang) {
   return vers_qt(code_lisible(signature.data() + rang));
@@ -70,7 +71,9 @@ QTreeWidget *construit_table(std::string_view initiale) {
   table->setSortingEnabled(true);
   for (int colonne = 0; colonne < kColonnesTable; ++colonne) table->resizeColumnToContents(colonne);
   const QFontMetrics mesure = table->fontMetrics();
-  table->setMinimumSize(mesure.averageCharWidth() * kLargeurCaracteres, mesure.height() * kHauteurLignes);
+  const int colonnes = table->header()->length() + mesure.height() * 2;  // with the scroll bar
+  table->setMinimumSize(qMax(mesure.averageCharWidth() * kLargeurCaracteres, qMin(colonnes, kLargeurMax)),
+                        mesure.height() * kHauteurLignes);
   if (table->currentItem() != nullptr) table->scrollToItem(table->currentItem());
   return table;
 }
