@@ -372,7 +372,8 @@ TEST_P(SurLesDeux, AVolumeGetsAnotherNameAndAnIcon) {
     saisit(forme, "Label", "Hiver");
     clique(forme, "OK");
   });
-  etiquette_volume(*fenetre_);
+  panneau("TV")->setCurrentIndex(panneau("TV")->model()->index(0, 0));
+  execute("Ren1");
   execute("Fermer2");
   ASSERT_TRUE(fenetre_->router_parametre(de_qt(image_)));
   EXPECT_EQ(nom_volume(), "Hiver");

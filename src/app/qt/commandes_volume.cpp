@@ -108,6 +108,8 @@ void supprime_volume(TVarnion &fenetre) {
 void renomme_volume(TVarnion &fenetre) {
   if (!volume_modifiable(fenetre)) return;
   const std::vector<ElementMac> elements = fenetre.elements_choisis();
+  // The root goes by the name of the volume.
+  if (elements.empty() && !fenetre.depuis_liste()) return etiquette_volume(fenetre);
   bool change = false;
   for (const ElementMac &element : elements) {
     const auto nom = demande_nouveau_nom(fenetre, element);
