@@ -232,7 +232,10 @@ TEST_F(Edition, TakesATreeInAndGivesItBack) {
     depose_volume(*fenetre_, {source + "/Dossier", source + "/seul.bin"}, 2);
     const QString cible = bac_.filePath(plus ? "rendu+" : "rendu");
     QDir().mkpath(cible);
-    fenetre_->demandes.dossier = [cible](int, const QString &) { return cible; };
+    attend("TDestSel", [cible](QDialog &forme) {
+      forme.findChild<QLineEdit *>("Chemin")->setText(cible);
+      clique(forme, "CopNow");
+    });
     execute("SAll");
     execute("Mac2PC");
     for (const char *nom : {"/seul.bin", "/Dossier/un.txt", "/Dossier/Dedans/gros.dat"})
