@@ -141,7 +141,8 @@ struct DescriptionChamp {
                                             std::span<const std::uint8_t> secteur);
 /// A field with a decimal number.
 [[nodiscard]] Champ champ_nombre(std::string nom, int legende, std::uint64_t nombre);
-/// A button that goes somewhere; off where the number that it reads is 0.
+/// A button that goes somewhere; off where the number that it reads is 0. That number is a position: the
+/// extents tree of HFS begins at allocation block 0 as a rule, and its button is off. Kept as it stands.
 [[nodiscard]] Bouton bouton_aller(std::string nom, const Cible &cible);
 
 }  // namespace varnion

@@ -93,18 +93,18 @@ struct Test {
 };
 // The order decides: a sector that several tests would pass is what the first of them says.
 constexpr Test kChaine[] = {
-    {kSecteurHfsPlus, est_hfsplus_ou_x},
-    {kSecteurMdb, est_mdb},
-    {kSecteurPilotes, est_pilotes},
-    {kSecteurPartition, est_partition},
-    {kSecteurEnteteArbre, est_entete_arbre},
-    {kSecteurFeuille, est_feuille},
-    {kSecteurIndex, est_index},
-    {kSecteurIso, est_descripteur},
-    {kSecteurChemins, est_table_chemins},
-    {kSecteurRepertoire, est_repertoire},
-    {kSecteurFat, est_fat},
-    {kSecteurMbr, est_mbr},
+    {kCodeHfsPlus, est_hfsplus_ou_x},
+    {kCodeMdb, est_mdb},
+    {kCodePilotes, est_pilotes},
+    {kCodePartition, est_partition},
+    {kCodeEnteteArbre, est_entete_arbre},
+    {kCodeFeuille, est_feuille},
+    {kCodeIndex, est_index},
+    {kCodeIso, est_descripteur},
+    {kCodeChemins, est_table_chemins},
+    {kCodeRepertoire, est_repertoire},
+    {kCodeFat, est_fat},
+    {kCodeMbr, est_mbr},
 };
 
 // No test yields 12, 13, 14 or 16; their forms are in the dispatch for a chain that would.
@@ -116,24 +116,24 @@ constexpr std::array<Forme, kCodesSecteur> kFormes{
 };
 
 constexpr GenreAnalyse kGenres[] = {
-    {Forme::hfsplus, kSecteurHfsPlus, "TSectHPP", "hfsplus-header", 3234},
-    {Forme::mdb, kSecteurMdb, "TSectBD", "hfs-mdb", 3213},
-    {Forme::pilotes, kSecteurPilotes, "TSectER", "driver-map", 3201},
-    {Forme::partition, kSecteurPartition, "TSectPM", "partition-entry", 3206},
-    {Forme::entete_arbre, kSecteurEnteteArbre, "TSectB", "btree-header", 3253},
-    {Forme::feuille, kSecteurFeuille, "TSectND", "btree-leaf", 3286},
-    {Forme::index, kSecteurIndex, "TBranche", "btree-index", 3344},
-    {Forme::iso, kSecteurIso, "TSectISO", "iso-descriptor", 3266},
-    {Forme::chemins, kSecteurChemins, "TPathISO", "iso-path-table", 3275},
-    {Forme::repertoire, kSecteurRepertoire, "TRepISO", "iso-directory", 7520},
-    {Forme::mbr, kSecteurMbr, "TMBR", "mbr", 3294},
-    {Forme::fat, kSecteurFat, "TBoot", "fat-boot", 3299},
-    {Forme::gpt, kSecteurGpt, "Tefi", "gpt-header", 3359},
-    {Forme::partitions_gpt, kSecteurInconnu, "Tgptguid", "gpt-entries", 3380},
-    {Forme::macbinaire, kSecteurMacBinaire, "TMacBin", "macbinary", 3318},
-    {Forme::applesingle, kSecteurAppleSingle, "TAS", "applesingle", 3319},
-    {Forme::appledouble, kSecteurAppleDouble, "TAD", "appledouble", 3320},
-    {Forme::tetes_mac, kSecteurInconnu, "TTeteMac", "mac-headers", 3355},
+    {Forme::hfsplus, kCodeHfsPlus, "TSectHPP", "hfsplus-header", 3234},
+    {Forme::mdb, kCodeMdb, "TSectBD", "hfs-mdb", 3213},
+    {Forme::pilotes, kCodePilotes, "TSectER", "driver-map", 3201},
+    {Forme::partition, kCodePartition, "TSectPM", "partition-entry", 3206},
+    {Forme::entete_arbre, kCodeEnteteArbre, "TSectB", "btree-header", 3253},
+    {Forme::feuille, kCodeFeuille, "TSectND", "btree-leaf", 3286},
+    {Forme::index, kCodeIndex, "TBranche", "btree-index", 3344},
+    {Forme::iso, kCodeIso, "TSectISO", "iso-descriptor", 3266},
+    {Forme::chemins, kCodeChemins, "TPathISO", "iso-path-table", 3275},
+    {Forme::repertoire, kCodeRepertoire, "TRepISO", "iso-directory", 7520},
+    {Forme::mbr, kCodeMbr, "TMBR", "mbr", 3294},
+    {Forme::fat, kCodeFat, "TBoot", "fat-boot", 3299},
+    {Forme::gpt, kCodeGpt, "Tefi", "gpt-header", 3359},
+    {Forme::partitions_gpt, kCodeInconnu, "Tgptguid", "gpt-entries", 3380},
+    {Forme::macbinaire, kCodeMacBinaire, "TMacBin", "macbinary", 3318},
+    {Forme::applesingle, kCodeAppleSingle, "TAS", "applesingle", 3319},
+    {Forme::appledouble, kCodeAppleDouble, "TAD", "appledouble", 3320},
+    {Forme::tetes_mac, kCodeInconnu, "TTeteMac", "mac-headers", 3355},
 };
 
 }  // namespace
@@ -142,13 +142,13 @@ int code_secteur(std::span<const std::uint8_t> secteur, std::uint64_t numero) {
   const Examen examen{secteur, numero};
   for (const Test &test : kChaine)
     if (test.passe(examen)) return test.code;
-  return kSecteurInconnu;
+  return kCodeInconnu;
 }
 
 int identifier_secteur(std::span<const std::uint8_t> secteur, std::uint32_t numero_bas,
                        std::uint32_t numero_haut) {
   const int code = code_secteur(secteur, std::uint64_t{numero_haut} << 32 | numero_bas);
-  if (code == kSecteurPilotes)
+  if (code == kCodePilotes)
     support().taille_bloc_carte = static_cast<std::uint16_t>(nombre_gros(secteur, 2, 2));
   return code;
 }
@@ -156,7 +156,7 @@ int identifier_secteur(std::span<const std::uint8_t> secteur, std::uint32_t nume
 Forme forme_de_code(int code, int mode_driver) {
   if (code < 0 || code >= kCodesSecteur) return Forme::aucune;
   const bool forme_seule = mode_driver == 1 || mode_driver == 3;
-  if ((code == kSecteurPilotes || code == kSecteurPartition) && !forme_seule) return Forme::tetes_mac;
+  if ((code == kCodePilotes || code == kCodePartition) && !forme_seule) return Forme::tetes_mac;
   return kFormes[static_cast<std::size_t>(code)];
 }
 

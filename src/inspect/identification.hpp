@@ -10,23 +10,23 @@ namespace varnion {
 
 /// Result of the identification. The numbers are those of the dispatch.
 enum CodeSecteur : int {
-  kSecteurInconnu = 0,
-  kSecteurHfsPlus = 1,      ///< volume header of HFS+
-  kSecteurMdb = 2,          ///< master directory block of HFS
-  kSecteurPilotes = 3,      ///< driver descriptor map
-  kSecteurPartition = 4,    ///< entry of an Apple partition map
-  kSecteurEnteteArbre = 5,  ///< header node of a B-tree
-  kSecteurFeuille = 6,      ///< leaf node
-  kSecteurIso = 7,          ///< ISO 9660 volume descriptor
-  kSecteurChemins = 8,      ///< ISO 9660 path table
-  kSecteurRepertoire = 9,   ///< ISO 9660 directory
-  kSecteurMbr = 10,
-  kSecteurFat = 11,  ///< boot sector of a FAT or NTFS volume
-  kSecteurMacBinaire = 12,
-  kSecteurAppleSingle = 13,
-  kSecteurAppleDouble = 14,
-  kSecteurIndex = 15,  ///< index node of a B-tree
-  kSecteurGpt = 16,
+  kCodeInconnu = 0,
+  kCodeHfsPlus = 1,      ///< volume header of HFS+
+  kCodeMdb = 2,          ///< master directory block of HFS
+  kCodePilotes = 3,      ///< driver descriptor map
+  kCodePartition = 4,    ///< entry of an Apple partition map
+  kCodeEnteteArbre = 5,  ///< header node of a B-tree
+  kCodeFeuille = 6,      ///< leaf node
+  kCodeIso = 7,          ///< ISO 9660 volume descriptor
+  kCodeChemins = 8,      ///< ISO 9660 path table
+  kCodeRepertoire = 9,   ///< ISO 9660 directory
+  kCodeMbr = 10,
+  kCodeFat = 11,  ///< boot sector of a FAT or NTFS volume
+  kCodeMacBinaire = 12,
+  kCodeAppleSingle = 13,
+  kCodeAppleDouble = 14,
+  kCodeIndex = 15,  ///< index node of a B-tree
+  kCodeGpt = 16,
 };
 constexpr int kCodesSecteur = 17;
 constexpr int kMessageInconnu = 3200;  ///< "Unable to identify the sector."

@@ -20,7 +20,7 @@ constexpr Arbre kArbresPlus[] = {{0x110 + 16, 8, 4}, {0xC0 + 16, 8, 4}, {0x160 +
 
 struct EntetePlace {
   std::int64_t secteur = -1;
-  int code = kSecteurInconnu;
+  int code = kCodeInconnu;
   std::vector<std::uint8_t> octets;
 };
 
@@ -29,7 +29,7 @@ EntetePlace entete_a(const SourceSecteurs &source, std::uint64_t octet) {
   entete.secteur = static_cast<std::int64_t>((octet + kAvantEntete) / source.taille_secteur());
   entete.octets = source.secteur(entete.secteur);
   const int code = code_secteur(entete.octets, static_cast<std::uint64_t>(entete.secteur));
-  if (code == kSecteurMdb || code == kSecteurHfsPlus) entete.code = code;
+  if (code == kCodeMdb || code == kCodeHfsPlus) entete.code = code;
   return entete;
 }
 
@@ -50,13 +50,13 @@ bool contient(const Arbre &arbre, const EntetePlace &entete, const EtatAnalyse &
 void pose_arbre(const SourceSecteurs &source, const EntetePlace &entete, std::int64_t numero,
                 EtatAnalyse &etat) {
   const std::span<const Arbre> arbres =
-      entete.code == kSecteurMdb ? std::span<const Arbre>(kArbresHfs) : std::span<const Arbre>(kArbresPlus);
+      entete.code == kCodeMdb ? std::span<const Arbre>(kArbresHfs) : std::span<const Arbre>(kArbresPlus);
   const Arbre *choisi = &arbres.front();
   for (const Arbre &arbre : arbres)
     if (contient(arbre, entete, etat, numero)) choisi = &arbre;
   const std::int64_t tete =
       cible_bloc(etat, nombre_gros(entete.octets, choisi->extents, choisi->largeur)).secteur;
-  if (tete < 0 || code_secteur(source.secteur(tete), static_cast<std::uint64_t>(tete)) != kSecteurEnteteArbre)
+  if (tete < 0 || code_secteur(source.secteur(tete), static_cast<std::uint64_t>(tete)) != kCodeEnteteArbre)
     return;
   static_cast<void>(analyse_secteur_comme(Forme::entete_arbre, source, tete, etat));
 }
@@ -64,14 +64,14 @@ void pose_arbre(const SourceSecteurs &source, const EntetePlace &entete, std::in
 // The header of the volume at that byte, or, in a wrapper that holds the sector, of the volume in it.
 bool pose_volume(const SourceSecteurs &source, std::uint64_t octet, std::int64_t numero, EtatAnalyse &etat) {
   EntetePlace entete = entete_a(source, octet);
-  if (entete.code == kSecteurInconnu) return false;
+  if (entete.code == kCodeInconnu) return false;
   for (std::size_t i = 0; i < kEmballagesMax; ++i) {
     etat = analyse_secteur_comme(forme_de_code(entete.code, 3), source, entete.secteur, etat).etat;
-    if (entete.code != kSecteurMdb || nombre_gros(entete.octets, 0x7C, 2) == 0) break;
+    if (entete.code != kCodeMdb || nombre_gros(entete.octets, 0x7C, 2) == 0) break;
     const std::int64_t inclus = cible_bloc(etat, nombre_gros(entete.octets, 0x7E, 2)).secteur;
     if (inclus < 0 || numero < inclus) break;
     EntetePlace dedans = entete_a(source, static_cast<std::uint64_t>(inclus) * source.taille_secteur());
-    if (dedans.code != kSecteurHfsPlus) break;
+    if (dedans.code != kCodeHfsPlus) break;
     entete = std::move(dedans);
   }
   pose_arbre(source, entete, numero, etat);

@@ -15,15 +15,15 @@ namespace varnion::essai {
 using Octets = std::vector<std::uint8_t>;
 
 /// Puts bytes of a text in place.
-inline void pose(Octets &octets, std::size_t place, std::string_view texte) {
+inline void met(Octets &octets, std::size_t place, std::string_view texte) {
   ASSERT_LE(place + texte.size(), octets.size());
   std::copy(texte.begin(), texte.end(), octets.begin() + static_cast<std::ptrdiff_t>(place));
 }
-inline void pose_gros(Octets &octets, std::size_t place, std::size_t taille, std::uint64_t nombre) {
+inline void met_gros(Octets &octets, std::size_t place, std::size_t taille, std::uint64_t nombre) {
   for (std::size_t i = 0; i < taille; ++i)
     octets.at(place + taille - 1 - i) = static_cast<std::uint8_t>(nombre >> (8 * i));
 }
-inline void pose_petit(Octets &octets, std::size_t place, std::size_t taille, std::uint64_t nombre) {
+inline void met_petit(Octets &octets, std::size_t place, std::size_t taille, std::uint64_t nombre) {
   for (std::size_t i = 0; i < taille; ++i)
     octets.at(place + i) = static_cast<std::uint8_t>(nombre >> (8 * i));
 }

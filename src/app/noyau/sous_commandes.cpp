@@ -120,6 +120,23 @@ constexpr OptionCli kFenetre[] = {{"window", '\0', 7463, ""},
                                   {"signatures", '\0', 6704, ""},
                                   {"force", 'f', 6702},
                                   {"json", '\0', 6718}};
+constexpr const char *kGenresSecteur =
+    "hfsplus-header|hfs-mdb|driver-map|partition-entry|btree-header|btree-leaf|btree-index|iso-descriptor|"
+    "iso-path-table|iso-directory|mbr|fat-boot|gpt-header|gpt-entries|macbinary|applesingle|appledouble|"
+    "mac-headers";
+constexpr OptionCli kDump[] = {{"resource", '\0', 6909},
+                               {"sector", '\0', 6970, ""},
+                               {"radix", '\0', 6971, "10|16"},
+                               {"table", '\0', 6972, "mac|windows|dos|ebcdic"},
+                               {"search", '\0', 6973, ""},
+                               {"save", '\0', 6974, ""},
+                               {"hex", '\0', 6975},
+                               {"force", 'f', 6702}};
+constexpr OptionCli kAnalyze[] = {{"resource", '\0', 6909},
+                                  {"sector", '\0', 6976, ""},
+                                  {"as", '\0', 6977, kGenresSecteur},
+                                  {"tree", '\0', 6987},
+                                  {"json", '\0', 6718}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -149,6 +166,8 @@ constexpr SousCommande kCommandes[] = {
     {"", "get", 2, kSansFin, kGet, commande_get, 6882, 6892},
     {"", "find", 1, 2, kFind, commande_find, 6883, 6893},
     {"", "cat", 2, 2, kCat, commande_cat, 6884, 6894},
+    {"", "dump", 1, 2, kDump, commande_dump, 6966, 6968},
+    {"", "analyze", 1, 2, kAnalyze, commande_analyze, 6967, 6969},
     {"", "rsrc", 1, 2, kRsrc, commande_rsrc, 6930, 6935},
     {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
     {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},

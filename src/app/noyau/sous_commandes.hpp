@@ -51,6 +51,8 @@ struct SousCommande {
 [[nodiscard]] int commande_get(ContexteCli &contexte);
 [[nodiscard]] int commande_find(ContexteCli &contexte);
 [[nodiscard]] int commande_cat(ContexteCli &contexte);
+[[nodiscard]] int commande_dump(ContexteCli &contexte);
+[[nodiscard]] int commande_analyze(ContexteCli &contexte);
 [[nodiscard]] int commande_rsrc(ContexteCli &contexte);
 [[nodiscard]] int commande_alias(ContexteCli &contexte);
 [[nodiscard]] int commande_convert(ContexteCli &contexte);
