@@ -14,6 +14,7 @@
 namespace varnion {
 namespace {
 
+using essai::Fin;
 using outils::FichierMac;
 
 class Inspection : public essai::Programme {
@@ -224,7 +225,17 @@ TEST_F(Inspection, Refusals) {
   echoue({"analyze", "court", "--sector", "0-1"}, 2, "0-1");
   echoue({"analyze", "court", "--sector", "9"}, 1, "There is no sector 9");
   echoue({"analyze", "court", "--sector", "0"}, 1, "Unable to identify");
-  echoue({"analyze", "court", "--sector", "0", "--as", "nothing"}, 2, "hfs-mdb");
+  // Each of the kinds that a wrong one is answered with shows its own form.
+  const Fin refus = lance({"analyze", "court", "--sector", "0", "--as", "nothing"});
+  EXPECT_EQ(refus.statut, 2);
+  const std::regex mot("[a-z0-9-]+(?=\\|)|\\|([a-z0-9-]+)");
+  std::size_t genres = 0;
+  for (std::sregex_iterator i(refus.messages.begin(), refus.messages.end(), mot), fin; i != fin; ++i) {
+    const std::string trouve = (*i)[1].matched ? (*i)[1].str() : i->str();
+    EXPECT_EQ(genre(reussit({"analyze", "court", "--sector", "0", "--as", trouve, "--json"})), trouve);
+    ++genres;
+  }
+  EXPECT_EQ(genres, 18U);
 }
 
 }  // namespace
