@@ -212,6 +212,7 @@ TEST_F(Inspection, OtherMedia) {
 TEST_F(Inspection, Refusals) {
   fichier("court", "abc");
   fichier("vide", "");
+  fichier("zeros", std::string(4096, '\0'));
   EXPECT_NE(reussit({"dump", "court"}).find("00000000  61 62 63 00"), std::string::npos);
   echoue({"dump", "vide"}, 1, "Null length file");
   echoue({"dump", "absent"}, 1, "absent");
@@ -232,7 +233,7 @@ TEST_F(Inspection, Refusals) {
   std::size_t genres = 0;
   for (std::sregex_iterator i(refus.messages.begin(), refus.messages.end(), mot), fin; i != fin; ++i) {
     const std::string trouve = (*i)[1].matched ? (*i)[1].str() : i->str();
-    EXPECT_EQ(genre(reussit({"analyze", "court", "--sector", "0", "--as", trouve, "--json"})), trouve);
+    EXPECT_EQ(genre(reussit({"analyze", "zeros", "--sector", "0", "--as", trouve, "--json"})), trouve);
     ++genres;
   }
   EXPECT_EQ(genres, 18U);
