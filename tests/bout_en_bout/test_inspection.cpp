@@ -114,6 +114,25 @@ TEST_F(Inspection, DiscsOfEachKind) {
   }
 }
 
+// The sixth kind has its descriptor, tables and no partition map.
+TEST_F(Inspection, DiscWithAppleExtensions) {
+  reussit({"project", "new", "p.vnso"});
+  reussit({"project", "add", "p.vnso", "src/dossier", "src/app.bin"});
+  reussit({"project", "label", "p.vnso", "--iso", "ESSAI"});
+  reussit({"compile", "p.vnso", "-o", "p.iso"});
+  const std::string descripteur = analyse("p.iso", "64");
+  const auto isoinfo = outils::lance("isoinfo -d -i " + outils::cite(d + "p.iso"));
+  EXPECT_EQ(valeur(descripteur, "cont_volid"), "ESSAI");
+  EXPECT_NE(isoinfo.texte.find("Volume size is: " + valeur(descripteur, "cont_long") + "\n"),
+            std::string::npos);
+  for (const char *table : {"go_pthtab", "go_pthtab2"})
+    EXPECT_NE(analyse("p.iso", mene(descripteur, table)).find("[\"DOSSIER\", \"1\", "), std::string::npos);
+  const std::string racine = reussit(
+      {"analyze", "p.iso", "--sector", mene(descripteur, "go_root"), "--as", "iso-directory", "--json"});
+  EXPECT_NE(racine.find("[\"DOSSIER\", \"2048\", "), std::string::npos) << racine;
+  echoue({"analyze", "p.iso", "--sector", "0"}, 1, "Unable to identify");
+}
+
 // The lines against od, the places of a text against grep, saved sectors against dd.
 TEST_F(Inspection, DumpAgreesWithOtherTools) {
   image("i.iso", "apm/hybrid_hfsplus.iso.gz");
