@@ -1,33 +1,82 @@
-#include "app/qt/travaux.hpp"
+// The project against the disk.
 
+#include "app/noyau/actions_outils.hpp"
+#include "app/qt/operations_qt.hpp"
+#include "app/qt/tcheminacces.hpp"
+#include "app/qt/travaux.hpp"
+#include "app/qt/trefresh.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "projet/reconstruction.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 
-void recherche(TVarnion & /*fenetre*/) {}
+namespace {
 
-void remplace_signatures(TVarnion & /*fenetre*/) {}
+constexpr int kRienATrouver = 1338;
+constexpr int kRafraichissement = 1339;
+constexpr int kProjetVide = 1550;
+constexpr int kReconstruit = 6771;
+constexpr int kArrete = 6869;
+constexpr int kInchange = 6773;
 
-void compare_projet(TVarnion & /*fenetre*/) {}
+}  // namespace
 
-void reconstruit_projet(TVarnion & /*fenetre*/) {}
+void compare_projet(TVarnion &fenetre) {
+  FichierProjet *projet = fenetre.projet();
+  if (projet == nullptr) return;
+  std::optional<std::vector<Difference>> differences;
+  bool arrete = false;
+  fenetre.operations_fenetre().en_fond([&] {
+    differences = differences_avec_disque(*projet);
+    arrete = operations().arret_demande();
+  });
+  fenetre.rafraichit_jauge();
+  if (!differences) {
+    if (arrete) operations().afficher_erreur(charger_chaine(kArrete));
+    return;
+  }
+  if (differences->empty()) {
+    operations().afficher_avis(charger_chaine(kRienATrouver));
+    return;
+  }
+  montre_differences(fenetre, std::move(*differences));
+  fenetre.montre_document();
+}
 
-void masque_extensions(TVarnion & /*fenetre*/) {}
+void reconstruit_projet(TVarnion &fenetre) {
+  FichierProjet *projet = fenetre.projet();
+  if (projet == nullptr) return;
+  BilanReconstruction bilan;
+  bool arrete = false;
+  fenetre.operations_fenetre().en_fond([&] {
+    operations().afficher_etat_seul(charger_chaine(kRafraichissement));
+    bilan = reconstruction_projet(*projet);
+    arrete = operations().arret_demande();
+  });
+  operations().afficher_etat({}, {});
+  if (!bilan.abouti && arrete) operations().afficher_erreur(charger_chaine(kInchange));
+  fenetre.montre_document();
+  if (bilan.abouti)
+    operations().afficher_etat_seul(
+        message(kReconstruit, {bilan.suppressions, bilan.modifications, bilan.dossiers, bilan.fichiers}));
+}
 
-void change_chemin(TVarnion & /*fenetre*/) {}
+void masque_extensions(TVarnion &fenetre) {
+  FichierProjet *projet = fenetre.projet();
+  if (projet == nullptr) return;
+  fenetre.operations_fenetre().en_fond([&] { static_cast<void>(masque_extensions_hfs(*projet)); });
+  fenetre.montre_document();
+}
 
-void compose_icones(TVarnion & /*fenetre*/) {}
-
-void enregistre_types(TVarnion & /*fenetre*/) {}
-
-void gere_journal(TVarnion & /*fenetre*/) {}
-
-void table_signatures(TVarnion & /*fenetre*/) {}
-
-void regle_colonnes(TVarnion & /*fenetre*/) {}
-
-void regle_preferences(TVarnion & /*fenetre*/) {}
-
-void imprime_liste(TVarnion & /*fenetre*/) {}
+void change_chemin(TVarnion &fenetre) {
+  FichierProjet *projet = fenetre.projet();
+  if (projet == nullptr) return;
+  if (projet->nb_rubriques() == 0) {
+    operations().afficher_erreur(charger_chaine(kProjetVide));
+    return;
+  }
+  if (montre_chemin_acces(fenetre)) compare_projet(fenetre);
+}
 
 }  // namespace varnion

@@ -90,6 +90,8 @@ int OperationsQt::montre(const char *nom, std::string_view texte, FormeMessage::
     choix.toujours = toujours != nullptr;
     choix.duree = duree;
     QWidget *parent = QApplication::activeModalWidget();
+    // A form whose work runs is disabled, and what belongs to it would be too.
+    while (parent != nullptr && !parent->isEnabled()) parent = parent->parentWidget();
     if (parent == nullptr) parent = fenetre_;
     FormeMessage forme(parent, nom, vers_qt(texte).trimmed(), choix);
     reponse = forme.exec() == QDialog::Accepted ? 1 : 0;

@@ -110,6 +110,8 @@ class TVarnion final : public QMainWindow {
   void rafraichit_jauge();
   void rafraichit_titre();
   void montre_barres();
+  /// The tool bars of all modes, as the preferences want them.
+  void montre_outils(bool visibles);
 
  protected:
   bool eventFilter(QObject *cible, QEvent *evenement) override;

@@ -20,6 +20,7 @@
 #include <QVBoxLayout>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/journal.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/routage.hpp"
 #include "app/qt/aide.hpp"
@@ -284,6 +285,7 @@ void TVarnion::rafraichit_coches() {
     if (commande.operation == Operation::choisir_vue) cochee = commande.valeur == vue_;
     if (commande.operation == Operation::choisir_langue) cochee = commande.valeur == base_langue();
     if (commande.operation == Operation::choisir_copie) cochee = commande.valeur == mode_copie_choisi();
+    if (commande.operation == Operation::journal) cochee = journal_ouvert();
     if (commande.operation == Operation::barre_outils)
       cochee = !barre_visible_[static_cast<std::size_t>(mode_)];
     if (commande.operation == Operation::vue_suivante) action->setIcon(icone(icone_vue(vue_), trait));
@@ -334,6 +336,12 @@ void TVarnion::choisit_copie(int valeur) {
 void TVarnion::bascule_barre() {
   bool &visible = barre_visible_[static_cast<std::size_t>(mode_)];
   visible = !visible;
+  montre_barres();
+  rafraichit_coches();
+}
+
+void TVarnion::montre_outils(bool visibles) {
+  barre_visible_.fill(visibles);
   montre_barres();
   rafraichit_coches();
 }

@@ -14,6 +14,8 @@
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/tchoixpartition.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/tjournal.hpp"
+#include "app/qt/tregistre.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "hfs/ouverture.hpp"
 #include "IO/plateforme.hpp"
@@ -83,7 +85,9 @@ void TVarnion::demarre(const std::string &document) {
   const int mode = reglages().mode_depart;
   changer_mode(mode == kModeIndecis ? kModeProjet : mode);
   retraduit();
-  static_cast<void>(prepare_signatures(std::optional<std::string>()));
+  charge_signatures_du_programme(*this);
+  ouvre_journal_du_depart(*this);
+  rafraichit_coches();
   if (!document.empty()) router_parametre(document);
   if (!document_ouvert() && mode_ != kModePartition) cree_projet_defaut();
   rafraichit_titre();
