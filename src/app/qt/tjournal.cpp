@@ -6,7 +6,9 @@
 #include <QAbstractButton>
 #include <QDir>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QStandardPaths>
 #include <QVBoxLayout>
 
@@ -81,10 +83,13 @@ class TJournal final : public Forme {
     champs->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     champs->addRow(chaine_qt(kFichier), chemin_);
     corps()->addLayout(champs);
+    auto *ligne = new QHBoxLayout;
+    ouvrir_ = pousse(ligne, kOuvrir, "JournalOuvrir");
+    vider_ = pousse(ligne, kVider, "JournalVider");
+    fermer_ = pousse(ligne, kFermer, "JournalFermer");
+    ligne->addStretch(1);
+    champs->addRow(QString(), ligne);
     boutons(1001, 0);
-    ouvrir_ = bouton(kOuvrir, "JournalOuvrir");
-    vider_ = bouton(kVider, "JournalVider");
-    fermer_ = bouton(kFermer, "JournalFermer");
     connect(ouvrir_, &QAbstractButton::clicked, this, [this] { ouvrir(); });
     connect(fermer_, &QAbstractButton::clicked, this, [this] { fermer(); });
     connect(vider_, &QAbstractButton::clicked, this, [] { static_cast<void>(vide_journal()); });
@@ -94,6 +99,13 @@ class TJournal final : public Forme {
   void range() const { retient(chemin_->text()); }
 
  private:
+  static QAbstractButton *pousse(QHBoxLayout *ligne, int legende, const char *nom) {
+    auto *bouton = new QPushButton(chaine_qt(legende));
+    bouton->setObjectName(nom);
+    bouton->setAutoDefault(false);
+    ligne->addWidget(bouton);
+    return bouton;
+  }
   void ouvrir() {
     if (!ouvre(chemin_->text(), false)) {
       const QString choisi = demande_fichier(fenetre_, chemin_->text());

@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -39,6 +40,7 @@ class TRechFich final : public Forme {
     const DernieresRecherches &dernieres = etat<DernieresRecherches>();
     onglets_ = new QTabWidget;
     onglets_->setObjectName("Onglets");
+    onglets_->tabBar()->setUsesScrollButtons(false);
     nom_ = page("TabNom", kParNom, "EditNom", "LanceNom", kNomMax, dernieres.nom);
     signature_ = page("TabSign", kParSignature, "EditSign", "LanceSign", kSignatureMax, dernieres.signature);
     ajoute_table();

@@ -42,8 +42,8 @@ constexpr int kProjet = 1570;
 constexpr int kFermer = 1000;
 constexpr int kInchange = 6773;
 constexpr int kNonAcceptees = 7204;
-constexpr int kLargeur = 92;  // letters
-constexpr int kHauteur = 22;  // rows
+constexpr int kLargeur = 110;  // letters
+constexpr int kHauteur = 28;   // rows
 
 enum Liste : std::size_t { kSuppressions, kModifications, kAjouts, kListes };
 

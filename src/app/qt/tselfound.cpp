@@ -22,9 +22,9 @@ constexpr int kColonneDonnees = 1005;
 constexpr int kColonneRessources = 1006;
 constexpr int kColonneModification = 1008;
 constexpr int kColonneSignature = 1009;
-constexpr int kLargeur = 90;  // letters
-constexpr int kHauteur = 18;  // rows
-constexpr int kNomMax = 40;   // letters of a column at the first
+constexpr int kLargeur = 124;  // letters
+constexpr int kHauteur = 20;   // rows
+constexpr int kNomMax = 40;    // letters of a column at the first
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QSpinBox>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -100,6 +101,7 @@ class TVarPref final : public Forme {
   explicit TVarPref(QWidget *parent) : Forme(parent, "TVarPref", kTitre, sujet::kPreferences) {
     auto *onglets = new QTabWidget;
     onglets->setObjectName("Onglets");
+    onglets->tabBar()->setUsesScrollButtons(false);  // all pages in sight
     QFormLayout *champs[kPages]{};
     for (int i = 0; i < kPages; ++i) {
       auto *page = new QWidget;
