@@ -10,11 +10,15 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTabWidget>
+#include <QTest>
+#include <QThread>
 #include <QTreeWidget>
 
 #include "app/noyau/actions_outils.hpp"
 #include "app/noyau/routage.hpp"
+#include "app/qt/forme.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/travail_forme.hpp"
 #include "essai_formes.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/inclusion.hpp"
@@ -198,6 +202,42 @@ TEST_F(Outils, RefreshListsAcceptsAndRejects) {
   attend("TRefresh", [](QDialog &forme) { forme.reject(); });
   execute("Refr");
   EXPECT_FALSE(rubrique("Sources/a.txt"));
+}
+
+TEST_F(Outils, AFolderThatIsKeptStaysInTheList) {
+  remplit();
+  ASSERT_TRUE(QDir(bac_.filePath("Sources/Deep")).removeRecursively());
+  for (const bool oui : {false, true}) {
+    attend("TRefresh", [this, oui](QDialog &forme) {
+      accepte_ = oui;
+      declenche(forme, "AA1");
+    });
+    if (!oui)
+      attend("TRefresh", [](QDialog &forme) {
+        EXPECT_EQ(liste(forme, "Suppressions")->model()->rowCount(), 1);
+        forme.reject();
+      });
+    execute("Refr");
+    EXPECT_EQ(rubrique("Sources/Deep/b.doc").has_value(), !oui);
+  }
+  EXPECT_TRUE(messages_.contains("TMessOK: Not accepted: 1. They stay in the lists."));
+}
+
+TEST_F(Outils, EscStopsTheWorkOfAForm) {
+  Forme forme(fenetre_.get(), "TEssai", 0, 0);
+  forme.setModal(true);
+  forme.boutons();
+  forme.show();
+  QTimer::singleShot(30, &forme, [&forme] {
+    QTest::keyClick(&forme, Qt::Key_Return);
+    QTest::keyClick(&forme, Qt::Key_Escape);
+  });
+  travaille(*fenetre_, forme, [] {
+    for (int i = 0; i < 400 && !operations().arret_demande(); ++i) QThread::msleep(10);
+    EXPECT_TRUE(operations().arret_demande());
+  });
+  EXPECT_TRUE(forme.isVisible());  // neither key reached it
+  EXPECT_TRUE(forme.isEnabled());
 }
 
 TEST_F(Outils, LocatesAMissingFileAndAFolder) {

@@ -90,6 +90,34 @@ TEST_F(ReglagesQt, PreferencesStoreEachBoxAndActAtOnce) {
   EXPECT_EQ(options.vn_options, 0U);
 }
 
+// Each form in both languages: its title, and every text in its own room.
+TEST_F(ReglagesQt, FormsFollowTheLanguageAndCutNoText) {
+  struct Cas {
+    const char *commande, *forme;
+    int titre;
+  };
+  for (const char *langue : {"Fr1", "En2"}) {
+    execute(langue);
+    for (const Cas &cas :
+         {Cas{"Rech1", "TRechFich", 1241}, Cas{"RSig", "TRRSig", 1389}, Cas{"Col", "TColonnes", 1306},
+          Cas{"Log1", "TJournal", 1554}, Cas{"Registre1", "TRegistre", 7214},
+          Cas{"RFT", "TTypesFichiers", 1400}, Cas{"Pref1", "TVarPref", 1430}}) {
+      attend(cas.forme, [&](QDialog &forme) {
+        EXPECT_EQ(forme.windowTitle(), chaine_qt(cas.titre)) << langue;
+        for (const QWidget *texte : forme.findChildren<QWidget *>()) {
+          const bool montre = qobject_cast<const QLabel *>(texte) != nullptr ||
+                              qobject_cast<const QAbstractButton *>(texte) != nullptr;
+          if (!montre || !texte->isVisible() || texte->objectName().startsWith("Scroll")) continue;
+          EXPECT_GE(texte->width(), texte->sizeHint().width())
+              << langue << " " << cas.forme << " " << texte->objectName().toStdString();
+        }
+        forme.reject();
+      });
+      execute(cas.commande);
+    }
+  }
+}
+
 TEST_F(ReglagesQt, HiddenItemsShowAsSoonAsWanted) {
   fenetre_->demandes.enregistrer = [this](int, int, const QString &, int) { return bac_.filePath("c.hfs"); };
   ASSERT_TRUE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
