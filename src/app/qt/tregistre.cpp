@@ -119,7 +119,8 @@ void charge_signatures_du_programme(TVarnion &fenetre) {
     reglages().signatures = chemin;
     static_cast<void>(enregistre_reglage("Sign"));
   };
-  static_cast<void>(charge_signatures(source));
+  // Failing that, the table that comes with the program.
+  if (!charge_signatures(source)) static_cast<void>(prepare_signatures(std::optional<std::string>()));
 }
 
 }  // namespace varnion
