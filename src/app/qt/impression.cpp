@@ -21,7 +21,7 @@ namespace {
 constexpr double kUnitesPouce = 600;           // in which margins and gaps are given
 constexpr double kHauteurLettres = 11.0 / 72;  // inches
 constexpr double kIntercolonne = 50;           // units between columns that follow their texts
-constexpr double kMargeCellule = 20;           // units between the edge of a scaled column and its text
+constexpr double kMargeCellule = 45;           // units between the edge of a scaled column and its text
 constexpr int kSansImprimante = 7201;
 constexpr int kImpression = 7215;
 
