@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QLineEdit>
+#include <QPainter>
 #include <QStyleFactory>
 #include <QTabWidget>
 #include <QTimer>
@@ -26,8 +28,10 @@
 namespace varnion {
 namespace {
 
-constexpr int kAttente = 15000;  // milliseconds for one window
-constexpr int kPas = 20;
+constexpr int kPas = 20;      // milliseconds
+constexpr int kEssais = 100;  // steps until a window is given up
+constexpr int kSecteurVolume = 98;
+constexpr int kTitre = 26;  // height of a title bar
 constexpr QSize kTaille{920, 480};
 
 class Captures {
@@ -39,6 +43,7 @@ class Captures {
     fixer_base_langue(kLangueAnglais);
     reglages().colonnes = {210, 120, 70, 80, 0, 150, 90};
     reglages().rect.arbre = 180;
+    reglages().signatures = (travail + "/varnion.sig").toStdString();
     fenetre_ = std::make_unique<TVarnion>(operations_);
     fenetre_->demandes.enregistrer = [this](int, int, const QString &, int) {
       return travail_ + "/written.iso";
@@ -82,7 +87,7 @@ class Captures {
     dialogue("volume", "PropVol1");
     choisit("Old disk");
     dialogue("dump", "Aff1");
-    dialogue("analyzer", "Aff1", [this](QDialog *vidage) { analyse(vidage); });
+    dialogue("analyzer", "Aff1", [this](QDialog *vidage) { return analyse(vidage); });
     fenetre_->demandes.enregistrer = [this](int, int, const QString &, int) { return travail_ + "/new.hfs"; };
     dialogue("new-image", "Nouvelle1");
   }
@@ -120,53 +125,81 @@ class Captures {
     manque(nom);
   }
 
-  // Few colours: an indexed picture is a quarter of the size.
+  // The widget in a frame with its title, in few colours: an indexed picture is a quarter of the size.
   void prend(const QString &nom, QWidget *widget) {
     attends(5 * kPas);
-    QImage image(widget->size(), QImage::Format_RGB32);
-    image.fill(Qt::white);
-    widget->render(&image);
+    const QRect dedans(1, kTitre, widget->width(), widget->height());
+    QImage image(dedans.width() + 2, dedans.bottom() + 2, QImage::Format_RGB32);
+    image.fill(QColor(0xD3, 0xD8, 0xDE));
+    QPainter peintre(&image);
+    QFont police = QApplication::font();
+    police.setBold(true);
+    peintre.setFont(police);
+    peintre.drawText(0, 0, image.width(), kTitre, Qt::AlignCenter, widget->windowTitle());
+    peintre.fillRect(dedans, widget->palette().window());
+    widget->render(&peintre, dedans.topLeft());
+    peintre.setPen(QColor(0x80, 0x87, 0x90));
+    peintre.drawRect(image.rect().adjusted(0, 0, -1, -1));
+    peintre.end();
     const QImage reduite = image.convertToFormat(QImage::Format_Indexed8, Qt::ThresholdDither);
     if (!reduite.save(images_ + "/" + nom + ".png", "PNG", 0)) manque(nom);
   }
   void fenetre(const QString &nom) { prend(nom, fenetre_.get()); }
 
-  // Runs a command and takes the dialog that it shows; messages on the way are accepted.
-  void dialogue(const QString &nom, const char *commande, const std::function<void(QDialog *)> &avant = {}) {
+  // Runs a command and takes the dialog that it shows; `avant` works on it first, and may take another one.
+  // Messages on the way are accepted.
+  void dialogue(const QString &nom, const char *commande, const std::function<bool(QDialog *)> &avant = {}) {
     bool pris = false;
-    QElapsedTimer chrono;
-    chrono.start();
     QTimer veille;
     veille.setInterval(kPas);
     QObject::connect(&veille, &QTimer::timeout, fenetre_.get(), [&] {
       auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
       if (forme == nullptr) return;
       const QString genre = forme->objectName();
-      if (genre.startsWith("TMess") || genre.startsWith("TTTronq")) return forme->accept();
-      if (!pris && chrono.elapsed() < kAttente) {
-        pris = true;
-        if (avant)
-          avant(forme);
-        else
-          prend(nom, forme);
-        if (avant) prend(nom, dessus(forme));
-      }
-      if (auto *dernier = qobject_cast<QDialog *>(QApplication::activeModalWidget())) dernier->reject();
+      if (genre.startsWith("TMess") || genre.startsWith("TTTronq") || genre.startsWith("TTronc"))
+        return forme->accept();
+      veille.stop();
+      if (!pris && (!avant || avant(forme))) prend(nom, forme);
+      pris = true;
+      forme->reject();
+      veille.start();
     });
     veille.start();
     fenetre_->execute(*commande_nommee(commande));
-    while (!pris && chrono.elapsed() < kAttente) {
-      QApplication::processEvents(QEventLoop::AllEvents, kPas);
-      if (QApplication::activeModalWidget() == nullptr && chrono.elapsed() > 50 * kPas) break;
-    }
+    for (int i = 0; i < kEssais && !pris; ++i) attends(kPas);
+    while (QApplication::activeModalWidget() != nullptr) attends(kPas);
     if (!pris) manque(nom);
   }
-  static QWidget *dessus(QDialog *forme) {
-    QWidget *haut = QApplication::activeModalWidget();
-    return haut != nullptr ? haut : forme;
+
+  // Does `travail`, which shows a dialog, and then `dans` in it.
+  void imbrique(const std::function<void()> &travail, const std::function<void(QDialog *)> &dans) {
+    QWidget *dessous = QApplication::activeModalWidget();
+    QTimer veille;
+    veille.setInterval(kPas);
+    QObject::connect(&veille, &QTimer::timeout, fenetre_.get(), [&] {
+      auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+      if (forme == nullptr || forme == dessous) return;
+      veille.stop();
+      dans(forme);
+    });
+    veille.start();
+    travail();
   }
 
-  void analyse(QDialog *) {}
+  // The master directory block of the image inside the volume.
+  bool analyse(QDialog *vidage) {
+    imbrique([&] { vidage->findChild<QAction *>("Go1")->trigger(); },
+             [](QDialog *forme) {
+               forme->findChild<QLineEdit *>("Secteur")->setText(QString::number(kSecteurVolume));
+               forme->accept();
+             });
+    imbrique([&] { vidage->findChild<QAction *>("Act1")->trigger(); },
+             [this](QDialog *fiche) {
+               prend("analyzer", fiche);
+               fiche->reject();
+             });
+    return false;
+  }
 
   void manque(const QString &quoi) {
     ++manques_;

@@ -20,6 +20,7 @@
 
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
+#include "app/qt/aide.hpp"
 #include "app/qt/ecran_ds.hpp"
 #include "app/qt/forme.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -60,7 +61,6 @@ constexpr int kColonneNom = 7279;
 constexpr int kColonneH = 7280;
 constexpr int kColonneV = 7281;
 constexpr int kSansImage = 7282;
-constexpr int kSujet = 1510;  // help topic
 
 using Fixe = void (*)(ValeursFenetre &, int);
 struct ChampRect {
@@ -118,7 +118,7 @@ class FormeDs final : public Forme {
 };
 
 FormeDs::FormeDs(TVarnion &fenetre, const ValeursFenetre &valeurs)
-    : Forme(&fenetre, "TDS_Store", kTitre, kSujet), fenetre_(fenetre), valeurs_(valeurs) {
+    : Forme(&fenetre, "TDS_Store", kTitre, sujet::kDispositionRacine), fenetre_(fenetre), valeurs_(valeurs) {
   auto *large = new QHBoxLayout;
   auto *gauche = new QVBoxLayout;
   auto *droite = new QVBoxLayout;
