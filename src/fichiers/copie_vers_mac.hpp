@@ -124,7 +124,7 @@ class CopieVersMac {
   Suite libere_nom(const FichierPc &fichier, Ecriture &ecriture, std::uint32_t parent);
   [[nodiscard]] static NomItem nom_provisoire(std::uint32_t parent);
   Suite ecriture_fichier_mac(const FichierPc &fichier, Ecriture &ecriture, std::uint32_t parent);
-  Suite echec_ecriture(const FichierPc &fichier, const EtatSource &etat);
+  Suite echec_ecriture(const FichierPc &fichier, const Ecriture &ecriture, const EtatSource &etat);
   [[nodiscard]] NouveauFichier fiche_nouvelle(const FichierPc &fichier, const Ecriture &ecriture) const;
   void annonce(const FichierPc &fichier, const NomItem &nom);
 

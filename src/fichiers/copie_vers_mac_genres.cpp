@@ -25,7 +25,6 @@ namespace varnion {
 namespace {
 
 constexpr int kPoliceExiste = 1121;
-constexpr int kSansPolice = 1126;
 constexpr int kCreePolice = 1127;
 constexpr int kIllisible = 6127;   // path, reason
 constexpr int kRenomme = 6129;     // path, name on the volume
@@ -221,7 +220,7 @@ CopieVersMac::Suite CopieVersMac::copie_police(const FichierPc &fichier, bool tr
   const auto nom =
       truetype ? nom_truetype(fichier.fichier, {0, fichier.taille}) : nom_police_pfb(fichier.fichier);
   if (!nom) {
-    static_cast<void>(operations().annoncer_retenir(message(kSansPolice, {court(fichier.affiche())})));
+    annonce_sans_police(fichier.affiche());
     return copie_simple(fichier, parent);
   }
   Ecriture ecriture;

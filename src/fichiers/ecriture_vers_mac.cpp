@@ -6,6 +6,7 @@
 #include "fichiers/copie_vers_pc.hpp"
 #include "fichiers/element.hpp"
 #include "fichiers/nom_volume.hpp"
+#include "fichiers/polices_pc.hpp"
 #include "fichiers/ressources.hpp"
 #include "hfs/catalogue.hpp"
 #include "hfs/volume.hpp"
@@ -23,6 +24,7 @@ namespace varnion {
 namespace {
 
 constexpr int kCopieDe = 1123;
+constexpr int kPoliceExiste = 1121;
 constexpr int kRemplacer = 1161;
 constexpr int kIllisible = 6127;    // path, reason
 constexpr int kChange = 6128;       // path
@@ -190,7 +192,7 @@ CopieVersMac::Suite CopieVersMac::ecriture_fichier_mac(const FichierPc &fichier,
   const SourceFourche rsrc = etat.source(ecriture.rsrc);
   const NomItem nom = ecriture.remplace ? nom_provisoire(parent) : ecriture.nom;
   if (insere_fichier(parent, nom, fiche_nouvelle(fichier, ecriture), data, rsrc) == 0)
-    return echec_ecriture(fichier, etat);
+    return echec_ecriture(fichier, ecriture, etat);
   if (ecriture.remplace &&
       (supprime_par_nom(ecriture.nom, parent) != 1 || renomme_par_nom(nom, ecriture.nom, parent) != 1))
     return echec(message(kPasRemplace, {nom_item_windows(ecriture.nom)}));
@@ -199,7 +201,9 @@ CopieVersMac::Suite CopieVersMac::ecriture_fichier_mac(const FichierPc &fichier,
   return Suite::entre;
 }
 
-CopieVersMac::Suite CopieVersMac::echec_ecriture(const FichierPc &fichier, const EtatSource &etat) {
+// What the catalog refuses of a font is told by design as if its name were taken.
+CopieVersMac::Suite CopieVersMac::echec_ecriture(const FichierPc &fichier, const Ecriture &ecriture,
+                                                 const EtatSource &etat) {
   const std::string chemin = court(fichier.affiche());
   if (support().echec_ecriture != 0) {
     bilan_.arret = true;
@@ -207,6 +211,8 @@ CopieVersMac::Suite CopieVersMac::echec_ecriture(const FichierPc &fichier, const
   }
   if (etat.change) return echec(message(kChange, {chemin}));
   if (etat.lecture) return echec(message(kIllisible, {chemin, plateforme::texte_erreur(etat.erreur)}));
+  if (ecriture.signature == kSignaturePolice)
+    return echec(message(kPoliceExiste, {nom_item_windows(ecriture.nom)}));
   return echec(message(kRefuse, {chemin}));
 }
 

@@ -18,7 +18,9 @@ namespace varnion {
 namespace {
 
 constexpr int kConvertir = 1125;
+constexpr int kSansPolice = 1126;
 constexpr std::size_t kNomQuestion = 40;
+constexpr std::size_t kNomMessage = 80;
 constexpr std::string_view kCleNom = "/FontName /";
 constexpr std::size_t kNomPostscriptMax = 127;
 constexpr std::uint64_t kTableMax = std::uint64_t{1} << 20;
@@ -26,6 +28,7 @@ constexpr std::uint64_t kTableMax = std::uint64_t{1} << 20;
 /// Answers kept: 1 always, -1 never, 0 ask.
 struct EtatPolices {
   std::array<int, 3> retenues{};
+  bool sans_police_tu = false;
 };
 
 struct TeteSfnt {
@@ -115,6 +118,11 @@ bool veut_convertir_police(CotePolices cote, std::string_view nom) {
   if (reponse == 2) mode_copie() |= bit;
   if (reponse == 2 || reponse == -1) retenue = reponse;
   return reponse > 0;
+}
+
+void annonce_sans_police(std::string_view nom) {
+  bool &tu = etat<EtatPolices>().sans_police_tu;
+  if (!tu) tu = operations().annoncer_retenir(message(kSansPolice, {tronque_chemin(nom, kNomMessage)}));
 }
 
 std::optional<std::string> nom_postscript(std::string_view texte) {

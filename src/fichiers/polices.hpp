@@ -25,6 +25,10 @@ enum class CotePolices { mac, pc, pc_large };
 /// Asks whether a font file is to be converted. "To all" is kept, and Yes to all is noted in `mode_copie`.
 [[nodiscard]] bool veut_convertir_police(CotePolices cote, std::string_view nom);
 
+/// Tells that a file holds no font, until the user ticks not to hear of it; both directions share the tick.
+/// `nom` is cut to what a message shows.
+void annonce_sans_police(std::string_view nom);
+
 enum class ResultatPolice {
   convertie,
   aucune,  ///< no font was found, which was told unless the user does not want to hear of it

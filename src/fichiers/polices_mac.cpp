@@ -10,7 +10,6 @@
 #include "fichiers/pfm.hpp"
 #include "fichiers/polices.hpp"
 #include "fichiers/ressources.hpp"
-#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
@@ -21,12 +20,11 @@ namespace varnion {
 
 namespace {
 
-constexpr int kSansPolice = 1126;
 constexpr int kCreation = 1127;
 constexpr int kPostCourte = 6125;
 constexpr int kSansFin = 6126;
+constexpr int kCodageInconnu = 6176;                     // name of the font
 constexpr std::size_t kTexteMax = std::size_t{1} << 20;  ///< clear text that is looked through
-constexpr std::size_t kNomMessage = 80;
 constexpr std::size_t kNomsTemporaires = 100000;
 constexpr std::uint32_t kTetePost = 2;  ///< kind and a byte that is not used
 constexpr std::uint8_t kMarquePfb = 0x80;
@@ -37,10 +35,6 @@ constexpr std::uint8_t kFinPfb = 3;
 /// segment.
 constexpr std::uint8_t kPostTexte = 1;
 constexpr std::uint8_t kPostFin = 5;
-
-struct EtatSansPolice {
-  bool tu = false;
-};
 
 struct Post {
   std::uint8_t genre = 0;
@@ -157,7 +151,10 @@ std::string nom_permis(const Travail &travail, const std::string &nom) {
 // A target that cannot be opened is given up without a word; one that breaks off is told.
 bool ecrit_pfm(const Travail &travail, std::string_view texte, std::string_view nom) {
   const auto traits = lit_traits_postscript(texte);
-  if (!traits) return true;
+  if (!traits) {
+    operations().journal(GenreJournal::erreur, message(kCodageInconnu, {nom}));
+    return true;
+  }
   CibleFichier cible(travail.dossier, nom_fichier(nom, ".pfm"));
   if (!cible.ouverte()) return true;
   if (!cible.fichier().ecrire_a(fait_pfm(*traits), 0) || !cible.garde())
@@ -239,9 +236,7 @@ ResultatPolice convertit_police_mac(const ElementFichier &element, const Dossier
   const bool faite = element.type() == "LWFN" ? convertit_postscript(travail) : convertit_valise(travail);
   if (!faite) return ResultatPolice::echec;
   if (travail.nb_polices > 0) return ResultatPolice::convertie;
-  bool &tu = etat<EtatSansPolice>().tu;
-  if (!tu)
-    tu = operations().annoncer_retenir(message(kSansPolice, {tronque_chemin(travail.nom, kNomMessage)}));
+  annonce_sans_police(travail.nom);
   return ResultatPolice::aucune;
 }
 

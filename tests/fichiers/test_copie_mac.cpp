@@ -1,7 +1,9 @@
 #include <fstream>
 
 #include "fichiers/copie_vers_mac.hpp"
+#include "fichiers/copie_vers_pc.hpp"
 #include "fichiers/mode_copie.hpp"
+#include "fichiers/polices.hpp"
 #include "fichiers/polices_pc.hpp"
 #include "fichiers/ressources.hpp"
 #include "hfs/carte_volume.hpp"
@@ -19,13 +21,27 @@
 namespace varnion {
 namespace {
 
-using essai::OperationsScript;
+/// Counts the notices that can be silenced; `tait` ticks the box.
+struct OperationsScript : essai::OperationsScript {
+  std::size_t annonces = 0;
+  bool tait = false;
+  bool annoncer_retenir(std::string_view /*texte*/) override {
+    ++annonces;
+    return tait;
+  }
+};
 
 std::string lit(const Fichier &fichier, PlageFourche plage) {
   std::string texte(static_cast<std::size_t>(plage.longueur), '\0');
   EXPECT_EQ(fichier.lire_a({reinterpret_cast<std::uint8_t *>(texte.data()), texte.size()}, plage.position),
             static_cast<std::int64_t>(texte.size()));
   return texte;
+}
+
+std::string police_essai() {
+  const Fichier source =
+      plateforme::ouvre(VN_DONNEES "/polices/TestTTF-Regular.expected.ttf", Ouverture::lecture);
+  return lit(source, {0, static_cast<std::uint64_t>(fichier_taille(source))});
 }
 
 class CopieMac : public essai::Bac, public ::testing::WithParamInterface<bool> {
@@ -170,12 +186,17 @@ TEST_P(CopieMac, TooManyRunsAreRefused) {
   EXPECT_EQ(copie({"big"}).echecs, 1U);
   EXPECT_FALSE(element_par_chemin("big"));
   EXPECT_EQ(blocs_libres(), libres);
+  // A font that the volume refuses is told as one whose name is taken.
+  pose("big.ttf", police_essai() + std::string(bloc * 20 - 4000, 'b'));
+  script.reponses = {1};
+  EXPECT_EQ(copie({"big.ttf"}).echecs, 1U);
+  EXPECT_EQ(script.erreurs.back(),
+            "The file\nTestTTF-Regular\nalready exists.\nAborting the copy operation...");
+  EXPECT_EQ(blocs_libres(), libres);
 }
 
 TEST_P(CopieMac, ATrueTypeFontBecomesASuitcase) {
-  const Fichier source =
-      plateforme::ouvre(VN_DONNEES "/polices/TestTTF-Regular.expected.ttf", Ouverture::lecture);
-  const std::string ttf = lit(source, {0, static_cast<std::uint64_t>(fichier_taille(source))});
+  const std::string ttf = police_essai();
   pose("font.ttf", ttf);
   script.reponses = {1};
   const BilanCopieMac bilan = copie({"font.ttf"});
@@ -202,11 +223,79 @@ TEST_P(CopieMac, ATrueTypeFontBecomesASuitcase) {
   for (const std::size_t place : {std::size_t{2}, std::size_t{58}})
     EXPECT_EQ(fond.substr(place, 2), std::string("\x04\0", 2)) << place;
   for (const RessourceMac &ressource : *ressources) EXPECT_EQ(ressource.id, kNumeroPoliceDepart);
+  // Taken off the volume it is the file that went in.
+  std::filesystem::create_directory(bac + "out");
+  const auto sortie = DossierSortie::ouvre(bac + "out");
+  ASSERT_TRUE(sortie);
+  EXPECT_EQ(convertit_police_mac(element_de_volume(*element_par_chemin(nom)), *sortie),
+            ResultatPolice::convertie);
+  const Fichier rendu = plateforme::ouvre(sortie->chemin() + nom + ".ttf", Ouverture::lecture);
+  ASSERT_TRUE(rendu);
+  EXPECT_EQ(lit(rendu, {0, ttf.size()}), ttf);
+  EXPECT_EQ(fichier_taille(rendu), static_cast<std::int64_t>(ttf.size()));
   // The name is taken: HFS is silent, HFS+ tells.
   script.reponses = {1};
   script.erreurs.clear();
   EXPECT_EQ(copie({"font.ttf"}).sautes, 1U);
   EXPECT_EQ(script.erreurs.size(), GetParam() ? 1U : 0U);
+}
+
+// "To hear no more of it" counts for all files without a font.
+TEST_P(CopieMac, FilesWithoutAFontAreToldOnce) {
+  pose("a.ttf", "no font");
+  pose("b.pfb", "none either");
+  script.reponses = {2};
+  script.tait = true;
+  EXPECT_EQ(copie({"a.ttf", "b.pfb"}).fichiers, 2U);
+  EXPECT_EQ(script.annonces, 1U);
+  EXPECT_EQ(fourche("a.ttf", kFourcheDonnees), "no font");
+  EXPECT_EQ(fourche("b.pfb", kFourcheDonnees), "none either");
+}
+
+TEST_P(CopieMac, ACustomIconIsShownByItsFolder) {
+  outils::FichierMac icone;
+  icone.nom = "Icon\r";
+  icone.type = "ICNS";
+  icone.createur = "MACS";
+  icone.data = "icon family";
+  icone.rsrc = "icon";
+  pose("icon.bin", outils::macbinary(icone));
+  icone.data.clear();
+  pose("empty.bin", outils::macbinary(icone));
+  const auto pose_drapeaux = [](const ElementMac &element, std::uint16_t drapeaux) {
+    AttributsItem attributs;
+    attributs.drapeaux = drapeaux;
+    EXPECT_EQ(change_attributs({element.nom_hfs, element.nom_hfsplus}, element.parent, attributs), 1);
+  };
+  const std::uint32_t dossier = cree_dossier(nom_item("sub"), kIdRacine);
+  ASSERT_NE(dossier, 0U);
+  pose_drapeaux(*element_par_id(dossier), 0x4122);
+  pose_drapeaux(*element_racine(), 0x0120);
+  reponses_conteneurs() = {{1, 1}, {1, 1}};
+
+  // Without a data fork it is a file like any other.
+  CopieVersMac vers_dossier(options);
+  EXPECT_TRUE(vers_dossier.copie_vers_mac(bac + "empty.bin", dossier));
+  EXPECT_EQ(element_par_id(dossier)->drapeaux_finder, 0x4122);
+  reponses_volume().reponse_remplacer = 2;
+  EXPECT_TRUE(vers_dossier.copie_vers_mac(bac + "icon.bin", dossier));
+  EXPECT_EQ(element_par_id(dossier)->drapeaux_finder, 0x4402);
+  EXPECT_EQ(element_racine()->drapeaux_finder, 0x0120);
+  EXPECT_FALSE(element_par_chemin(".VolumeIcon.icns"));
+
+  reponses_volume() = {};
+  EXPECT_EQ(copie({"icon.bin"}).fichiers, 2U);
+  EXPECT_EQ(element_racine()->drapeaux_finder, 0x0400);
+  for (const std::string nom : {".VolumeIcon.icns", "Icon\r"}) {
+    EXPECT_EQ(fourche(nom, kFourcheDonnees), "icon family");
+    EXPECT_EQ(fourche(nom, kFourcheRessources), "icon");
+  }
+  // Both names are asked about when they are taken.
+  script.reponses = {0, 1};
+  const BilanCopieMac bilan = copie({"icon.bin"});
+  EXPECT_EQ(bilan.fichiers, 1U);
+  EXPECT_EQ(bilan.sautes, 1U);
+  EXPECT_TRUE(script.reponses.empty());
 }
 
 TEST_P(CopieMac, ABundleIsFlagged) {

@@ -228,6 +228,9 @@ TEST_F(Polices, NomsEtFichiersSansPolice) {
   EXPECT_EQ(noms(), (std::vector<std::string>{"a_b_c.pfb", "a_b_c.pfm"}));
   EXPECT_EQ(convertit("LWFN", lwfn("x", "Autre")), ResultatPolice::convertie);  // no PFM
   EXPECT_EQ(noms().size(), 3U);
+  ASSERT_FALSE(operations_.journaux.empty());
+  EXPECT_EQ(operations_.journaux.back(),
+            "The encoding of the font x is not understood: no PFM file was made.");
 
   const std::string rien = fait_fourche({{"STR ", 1, "x"}});
   EXPECT_EQ(convertit("LWFN", rien, "Sans"), ResultatPolice::aucune);
