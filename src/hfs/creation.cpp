@@ -183,7 +183,7 @@ class ImageHfs : public Image {
   bool ecrit_image() {
     plan_ = calcul_hfs(p_.taille_mo);
     annonce(plan_, false);
-    label_.mac = nom_mac(label()).substr(0, kNomVolumeHfsMax);
+    label_.mac = (p_.label.mac.empty() ? nom_mac(label()) : p_.label.mac).substr(0, kNomVolumeHfsMax);
     if (!efface(plan_)) return false;
     operations().afficher_etat_seul(charger_chaine(kEtatStructures));
     const bool fait = ecrit_carte() && ecrit_volume() && ecrit_arbres();
@@ -281,7 +281,7 @@ class ImageHfsPlus : public Image {
   bool ecrit_image() {
     plan_ = calcul_hfsplus(p_.taille_mo);
     annonce(plan_, true);
-    label_.unicode = nom_hfsplus(label());
+    label_.unicode = p_.label.unicode.vue().empty() ? nom_hfsplus(label()) : p_.label.unicode;
     if (!efface(plan_)) return false;
     operations().afficher_etat_seul(charger_chaine(kEtatStructures));
     const bool fait = ecrit_carte() && ecrit_entetes() && ecrit_bitmap() && ecrit_arbres();

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "hfs/operations_catalogue.hpp"
 #include "IO/fichier.hpp"
 
 // New images: an Apple partition map and, behind it, one empty volume; and the size of an image changed.
@@ -13,6 +14,7 @@ namespace varnion {
 struct ParametresImage {
   const Fichier *fichier = nullptr;  ///< the new file, open for reading and writing; its content goes
   std::string nom;                   ///< label, working text; empty gives 1287; cut at 27 characters
+  NomItem label;                     ///< where it has a name of the format, that is the label of the volume
   std::uint32_t taille_mo = 0;       ///< size of the volume in MiB
   bool tout_effacer = false;         ///< zeros are written over the whole file first
   bool hfsplus = false;

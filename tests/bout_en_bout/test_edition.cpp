@@ -46,6 +46,23 @@ TEST_P(Edition, ANewImageIsAnEmptyVolumeThatIsWritable) {
     EXPECT_NE(info.find(membre), std::string::npos) << membre << "\n" << info;
   EXPECT_EQ(tout(), "");
   echoue({"new", "v.img", "--size", "5"}, 1, "v.img");
+  // The label is what the format can hold, as it was typed.
+  std::vector<std::string> etiquette{"new", "l.img", "--size", "5", "--label"};
+  if (GetParam()) etiquette.insert(etiquette.begin() + 1, "--hfsplus");
+  const auto nomme = [&etiquette](const std::string &label) {
+    auto mots = etiquette;
+    mots.push_back(label);
+    return mots;
+  };
+  const std::string plein(GetParam() ? 255 : 27, 'x');
+  echoue(nomme(plein + "x"), 1, GetParam() ? "255" : "27");
+  EXPECT_FALSE(existe("l.img"));
+  reussit(nomme(plein));
+  EXPECT_NE(reussit({"info", "l.img", "--json"}).find(plein), std::string::npos);
+  std::filesystem::remove(d + "l.img");
+  const std::string large = GetParam() ? "日本語" : "π ≠ Ω";
+  reussit(nomme(large));
+  EXPECT_NE(reussit({"info", "l.img", "--json"}).find(large), std::string::npos);
   echoue({"new", "w.img"}, 2, "--size");
   echoue({"new", "w.img", "--size", "ten"}, 2, "ten");
   echoue({"new", "w.img", "--size", "4000000000"}, 1, "");

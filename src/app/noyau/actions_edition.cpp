@@ -49,7 +49,7 @@ bool permute_fourches(const ElementMac &element) {
   return echange_fourches(nom_de(element), element.parent) == 0;
 }
 
-std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
+std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite, bool hfsplus) {
   const std::u16string large = plateforme::utf8_vers_large(nom_de_partie(utf8));
   const std::string montre = plateforme::utf8_vers_texte(utf8);
   const bool zero = large.find(u'\0') != std::u16string::npos;
@@ -58,7 +58,7 @@ std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
       large.find(u'\uFFFD') != std::u16string::npos && utf8.find("\xEF\xBF\xBD") == std::string_view::npos;
   NomItem nom;
   std::size_t longueur = 0;
-  if (volume_courant().est_hfsplus) {
+  if (hfsplus) {
     bool entier = false;
     nom.unicode = decompose_hfsplus(large, &entier);
     longueur = entier ? nom.unicode.vue().size() : kNomHfsPlusMax + 1;
@@ -77,6 +77,10 @@ std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
     return std::nullopt;
   }
   return nom;
+}
+
+std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite) {
+  return nom_tape(utf8, limite, volume_courant().est_hfsplus);
 }
 
 std::optional<NomItem> nom_tape(std::string_view utf8) {

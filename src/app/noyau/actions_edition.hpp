@@ -29,10 +29,15 @@ namespace varnion {
 /// and the next one needs it. False when they cannot be swapped.
 [[nodiscard]] bool permute_fourches(const ElementMac &element);
 
+/// Units of a volume name on HFS+.
+constexpr std::size_t kNomVolumeHfsPlusMax = 255;
+
 /// A name typed in UTF-8 as a part of a path (":" stands for "/"); nullopt, after a message, when it is
 /// empty, longer than `limite` (bytes of Mac Roman, or units) or holds a character that the volume cannot.
 [[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite);
-/// The same for a file or folder.
+/// The same for a volume that is not mounted.
+[[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8, std::size_t limite, bool hfsplus);
+/// The same for a file or folder of the mounted volume.
 [[nodiscard]] std::optional<NomItem> nom_tape(std::string_view utf8);
 
 /// A type or creator typed in UTF-8: up to 4 characters of Mac Roman, filled up with blanks; nullopt, after a

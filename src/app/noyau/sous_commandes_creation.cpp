@@ -81,8 +81,12 @@ int commande_new(ContexteCli &contexte) {
   const std::uint32_t taille = taille_demandee(arguments);
   if (taille == 0) return kUsage;
   const auto chemin = chemin_argument(arguments.positions[0]);
-  const auto label = arguments.a("label") ? texte_argument(arguments.valeur("label")) : std::string();
-  if (!chemin || !label || !cible_libre(*chemin, arguments.a("force"))) return kEchec;
+  const std::string label = arguments.valeur("label");
+  const bool hfsplus = arguments.a("hfsplus");
+  const auto nom = label.empty()
+                       ? std::optional(NomItem())
+                       : nom_tape(label, hfsplus ? kNomVolumeHfsPlusMax : kNomVolumeHfsMax, hfsplus);
+  if (!chemin || !nom || !cible_libre(*chemin, arguments.a("force"))) return kEchec;
   if (!disque_assez_grand(*chemin, std::uint64_t{taille} << kMegaBits)) {
     operations().afficher_erreur(charger_chaine(kManquePlace));
     return kEchec;
@@ -93,10 +97,11 @@ int commande_new(ContexteCli &contexte) {
   if (!fichier) return non_creee(*chemin, errno);
   ParametresImage parametres;
   parametres.fichier = &fichier;
-  parametres.nom = *label;
+  parametres.nom = plateforme::utf8_vers_texte(label);
+  parametres.label = *nom;
   parametres.taille_mo = taille;
   parametres.tout_effacer = arguments.a("zero");
-  parametres.hfsplus = arguments.a("hfsplus");
+  parametres.hfsplus = hfsplus;
   errno = 0;
   if (!creation_image(parametres) || !fichier.fermer() || !plateforme::renomme(provisoire, *chemin)) {
     const int erreur = errno;

@@ -27,7 +27,6 @@ constexpr int kArrete = 6869;
 constexpr int kEchangeVain = 1172;
 constexpr int kSignatureRemplacee = 1428;
 constexpr int kSignatureAbsente = 1429;
-constexpr std::size_t kNomVolumeHfsPlusMax = 255;
 
 std::string texte(std::string_view utf8) {
   return plateforme::utf8_vers_texte(utf8);
