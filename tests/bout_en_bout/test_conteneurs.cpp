@@ -91,6 +91,41 @@ TEST_F(Conteneurs, AliasesTellTheirTargets) {
   echoue({"alias", "plain.txt"}, 1, "plain.txt");
 }
 
+TEST_F(Conteneurs, AnImageListsItsAliases) {
+  FichierMac f;
+  f.drapeaux = 0x8000;
+  f.nom = "To Charlie";
+  f.rsrc = lit(std::string(VN_DONNEES) + "/alias/alias_of_file_in_folder.rsrc");
+  fichier("src/sub/a.bin", outils::macbinary(f));
+  f.nom = "Plain";
+  f.drapeaux = 0;
+  fichier("src/b.bin", outils::macbinary(f));
+  f.nom = "App alias";  // by its type alone
+  f.type = "adrp";
+  f.rsrc = lit(std::string(VN_DONNEES) + "/alias/alias_of_folder.rsrc");
+  fichier("src/c.bin", outils::macbinary(f));
+  for (const std::string format : {"--hfs", "--hfsplus"}) {
+    reussit({"master", "src", "-o", "i.iso", format, "--force"});
+    EXPECT_EQ(reussit({"alias", "i.iso"}),
+              "App alias -> Test disk 10MB 2.0:Bravo\n"
+              "sub/To Charlie -> Test disk 10MB 2.0:Bravo:Charlie.txt\n");
+    const std::string json = reussit({"alias", "i.iso", "--json"});
+    EXPECT_NE(json.find(R"({"path": "sub/To Charlie", "alias": {"target": "Charlie.txt")"), std::string::npos)
+        << json;
+  }
+  // One that cannot be read is listed and told; an image without aliases has an empty list.
+  f.rsrc = "no fork";
+  fichier("src/c.bin", outils::macbinary(f));
+  reussit({"master", "src", "-o", "i.iso", "--hfs", "--force"});
+  const Fin fin = lance({"alias", "i.iso"});
+  EXPECT_EQ(fin.statut, 1);
+  EXPECT_EQ(fin.sortie.rfind("App alias -> ?\n", 0), 0U) << fin.sortie;
+  EXPECT_NE(fin.messages.find("App alias"), std::string::npos) << fin.messages;
+  reussit({"new", "e.img", "--size", "5"});
+  EXPECT_EQ(reussit({"alias", "e.img"}), "");
+  EXPECT_EQ(reussit({"alias", "e.img", "--json"}), "[]\n");
+}
+
 TEST_F(Conteneurs, FontsComeOutAsFontsWhenAsked) {
   FichierMac f;
   f.nom = "TestT1";

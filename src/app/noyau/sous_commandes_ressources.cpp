@@ -1,8 +1,10 @@
 // Resources and containers: rsrc, alias, convert.
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <limits>
 #include <memory>
 
 #include "app/noyau/actions_copie.hpp"
@@ -16,9 +18,12 @@
 #include "fichiers/ressources.hpp"
 #include "finder/alias.hpp"
 #include "finder/export_ressource.hpp"
+#include "hfs/catalogue.hpp"
 #include "hfs/liens.hpp"
 #include "hfs/texte_mac.hpp"
+#include "IO/lignes_carte.hpp"
 #include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "projet/signatures.hpp"
@@ -38,6 +43,9 @@ constexpr int kConteneurAbime = 6920;  // file
 constexpr int kSansCible = 6877;
 constexpr int kSansSortie = 6921;
 constexpr int kEstDossier = 6862;
+constexpr int kDossierAbime = 6866;
+constexpr int kArrete = 6869;
+constexpr int kAliasDeVolume = 6177;  // path
 constexpr std::size_t kCheminMessage = 200;
 
 std::string texte(std::string_view utf8) {
@@ -179,26 +187,35 @@ bool lit_alias(const Source &source, TamponAlias &tampon, bool &trop_long) {
   const std::int64_t lus = fourche.lire_a(tampon, 0);
   const auto *fiche = vue<FicheAlias>(tampon, 0);
   return lus >= static_cast<std::int64_t>(sizeof(FicheAlias)) && fiche->version == 2 &&
-         fiche->longueur <= lus;
+         fiche->longueur >= sizeof(FicheAlias) && fiche->longueur <= lus;
+}
+
+std::string signature_visee(const FicheAlias &fiche) {
+  const auto *octets = reinterpret_cast<const char *>(fiche.signature.data());
+  return code_lisible(octets) + code_lisible(octets + 4);
+}
+
+ObjetJson json_alias(const TamponAlias &tampon) {
+  const FicheAlias &fiche = *vue<FicheAlias>(tampon, 0);
+  const TextesAlias textes = textes_alias(tampon);
+  ObjetJson objet;
+  objet.texte("target", textes.fichier).vrai("folder", fiche.genre == 1).texte("volume", textes.volume);
+  objet.texte("parent", textes.dossier).texte("path", textes.chemin);
+  objet.nombre("id", std::uint32_t{fiche.numero}).nombre("parent_id", std::uint32_t{fiche.dossier});
+  objet.texte("signature", signature_visee(fiche)).texte_ou_nul("created", date_iso(fiche.date_fichier));
+  objet.texte_ou_nul("volume_created", date_iso(fiche.date_volume));
+  objet.texte("file_system", std::string(fiche.systeme.begin(), fiche.systeme.end()));
+  return objet;
 }
 
 void montre_alias(ContexteCli &contexte, const TamponAlias &tampon) {
+  if (contexte.arguments.a("json")) {
+    contexte.sortie << json_alias(tampon).fini() << "\n";
+    return;
+  }
   const FicheAlias &fiche = *vue<FicheAlias>(tampon, 0);
   const TextesAlias textes = textes_alias(tampon);
   const bool hfsplus = fiche.systeme[0] == 'H';
-  const std::string signature = code_lisible(reinterpret_cast<const char *>(fiche.signature.data())) +
-                                code_lisible(reinterpret_cast<const char *>(fiche.signature.data()) + 4);
-  if (contexte.arguments.a("json")) {
-    ObjetJson objet;
-    objet.texte("target", textes.fichier).vrai("folder", fiche.genre == 1).texte("volume", textes.volume);
-    objet.texte("parent", textes.dossier).texte("path", textes.chemin);
-    objet.nombre("id", std::uint32_t{fiche.numero}).nombre("parent_id", std::uint32_t{fiche.dossier});
-    objet.texte("signature", signature).texte_ou_nul("created", date_iso(fiche.date_fichier));
-    objet.texte_ou_nul("volume_created", date_iso(fiche.date_volume));
-    objet.texte("file_system", std::string(fiche.systeme.begin(), fiche.systeme.end()));
-    contexte.sortie << objet.fini() << "\n";
-    return;
-  }
   const auto ligne = [&contexte](int rang, std::initializer_list<Argument> valeurs) {
     contexte.sortie << plateforme::texte_vers_utf8(montrable(message(kAlias + rang, valeurs))) << "\n";
   };
@@ -206,7 +223,93 @@ void montre_alias(ContexteCli &contexte, const TamponAlias &tampon) {
   ligne(1, {textes.volume, date_courte(fiche.date_volume, false), hfsplus ? "HFS+" : "HFS"});
   ligne(2, {textes.dossier, std::uint32_t{fiche.dossier}});
   ligne(3, {textes.chemin});
-  ligne(4, {signature, date_courte(fiche.date_fichier, false)});
+  ligne(4, {signature_visee(fiche), date_courte(fiche.date_fichier, false)});
+}
+
+/// The aliases of a volume with their targets, one line or one JSON object each.
+class ListeAlias {
+ public:
+  explicit ListeAlias(ContexteCli &contexte)
+      : sortie_(contexte.sortie), json_(contexte.arguments.a("json")) {}
+
+  // False, after a message, when the alias of the file cannot be read; it is listed without a target.
+  bool ajoute(const ElementMac &element) {
+    const auto trouve = chemin_de(element);
+    std::string chemin = trouve ? *trouve : "?/" + element.nom_chemin();
+    chemin.erase(0, std::min(chemin.find_first_not_of('/'), chemin.size()));
+    TamponAlias tampon{};
+    const bool lu = lecture_alias(element_de_volume(element), tampon) == 0 &&
+                    vue<FicheAlias>(tampon, 0)->longueur >= sizeof(FicheAlias);
+    if (json_) {
+      ObjetJson objet;
+      objet.utf8("path", chemin).liste("alias", lu ? json_alias(tampon).fini() : "null");
+      sortie_ << separateur_ << objet.fini();
+      separateur_ = ",\n  ";
+    } else {
+      const std::string cible = lu ? plateforme::texte_vers_utf8(chemin_vise(tampon)) : "?";
+      sortie_ << montrable(chemin) << " -> " << montrable(cible) << "\n";
+    }
+    if (!lu)
+      operations().afficher_erreur(message(kAliasDeVolume, {tronque_chemin(texte(chemin), kCheminMessage)}));
+    return lu;
+  }
+  void finit() {
+    if (json_) sortie_ << (separateur_[0] == '[' ? "[]\n" : "\n]\n");
+  }
+
+ private:
+  // The Macintosh path where the record has one, else what its fixed part tells.
+  static std::string chemin_vise(const TamponAlias &tampon) {
+    const TextesAlias textes = textes_alias(tampon);
+    return textes.chemin.empty() ? textes.volume + ":" + textes.fichier : textes.chemin;
+  }
+
+  std::ostream &sortie_;
+  bool json_;
+  const char *separateur_ = "[\n  ";
+};
+
+// The Finder marks its aliases; those to applications have a type of their own as well.
+bool est_alias(const ElementMac &element) {
+  constexpr std::uint16_t kAliasFinder = 0x8000;
+  constexpr std::string_view kAliasApplication = "adrp";
+  const std::string signature = signature_de(element);
+  return element.fichier() &&
+         ((element.drapeaux_finder & kAliasFinder) != 0 || signature.starts_with(kAliasApplication) ||
+          signature.ends_with(kAliasApplication));
+}
+
+int liste_les_alias(ContexteCli &contexte, const std::string &image) {
+  const VolumeOuvert volume(contexte, image);
+  if (!volume) return kEchec;
+  std::vector<ElementMac> trouves;
+  const ResultatParcours fin = parcours_volume([&](const ElementMac &element) {
+    if (est_alias(element)) trouves.push_back(element);
+    return !operations().arret_demande();
+  });
+  ListeAlias liste(contexte);
+  bool lus = true;
+  for (const ElementMac &element : trouves) lus = liste.ajoute(element) && lus;
+  liste.finit();
+  if (fin.etat == EtatParcours::endommage) operations().afficher_erreur(message(kDossierAbime, {"/"}));
+  if (fin.etat == EtatParcours::arrete) operations().afficher_erreur(charger_chaine(kArrete));
+  return lus && fin.entier() ? kFait : kEchec;
+}
+
+// True for what begins like an image: compressed, with a map, or a bare volume.
+bool semble_image(const std::string &utf8) {
+  constexpr std::uint64_t kEntete = 1024;
+  constexpr std::int64_t kVolumeMin = 0x10000;
+  const auto chemin = plateforme::chemin_utf8_utilisable(utf8, std::numeric_limits<std::size_t>::max());
+  const Fichier fichier = chemin ? plateforme::ouvre(*chemin, Ouverture::lecture) : Fichier();
+  if (!fichier) return false;
+  std::array<std::uint8_t, 2> marque{};
+  if (type_image(fichier) != kImageSimple || lit_carte(fichier).genre != GenreCarte::aucune) return true;
+  if (fichier_taille(fichier) < kVolumeMin ||
+      fichier.lire_a(marque, kEntete) != static_cast<std::int64_t>(marque.size()))
+    return false;
+  const std::string_view texte_marque(reinterpret_cast<const char *>(marque.data()), marque.size());
+  return texte_marque == "BD" || texte_marque == "H+" || texte_marque == "HX";
 }
 
 // The mounted image of a command of two words; without one nothing is mounted.
@@ -244,6 +347,8 @@ int commande_rsrc(ContexteCli &contexte) {
 }
 
 int commande_alias(ContexteCli &contexte) {
+  const std::vector<std::string> &positions = contexte.arguments.positions;
+  if (positions.size() == 1 && semble_image(positions[0])) return liste_les_alias(contexte, positions[0]);
   std::optional<VolumeOuvert> volume;
   if (!monte(contexte, volume)) return kEchec;
   const auto trouvee = source(contexte.arguments);
