@@ -17,7 +17,8 @@ namespace varnion {
 
 constexpr std::size_t kLignesSignatures = 128;
 constexpr std::string_view kSignatureGenerique = "TEXT????";
-/// Word `Options`: a signature of no row gets the extension of row 0.
+/// Word `Options`: a signature of no row gets row 0. Copies to the PC put the default extension of the
+/// settings in its place.
 constexpr std::uint32_t kOptionExtensionDefaut = 0x2000;
 
 struct EntreeSignature {

@@ -38,11 +38,6 @@ ModeNommage nommage(const Arguments &arguments) {
   return nom == "long" ? ModeNommage::longs : mode_nommage(etat<OptionsProgramme>().options);
 }
 
-std::optional<std::string> extension(std::string_view signature) {
-  const EntreeSignature *ligne = extension_de_signature(signature);
-  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
-}
-
 // The number of the next font, the first one again behind the last that a resource id can be.
 std::uint16_t numero_police() {
   int &numpol = reglages().numpol;
@@ -53,6 +48,17 @@ std::uint16_t numero_police() {
 }
 
 }  // namespace
+
+// The generic row takes part in the search, whose last pass compares two letters; every other signature that
+// ends there was found nowhere.
+std::optional<std::string> extension_copie(std::string_view signature) {
+  const EntreeSignature *ligne = extension_de_signature(signature);
+  if (ligne == nullptr) return std::nullopt;
+  const bool trouvee =
+      ligne != &table_signatures().lignes[0] || signature.starts_with(kSignatureGenerique.substr(0, 2));
+  if (!trouvee && !reglages().ext.empty()) return reglages().ext;
+  return std::string(ligne->texte_extension());
+}
 
 OptionsCopiePc options_copie(ContexteCli &contexte) {
   const Arguments &arguments = contexte.arguments;
@@ -70,7 +76,7 @@ OptionsCopiePc options_copie(ContexteCli &contexte) {
   if (polices == "yes") mode_copie() |= kPolicesMac;
   OptionsCopiePc options;
   options.nommage = nommage(arguments);
-  options.extension = extension;
+  options.extension = extension_copie;
   options.polices = polices != "no";
   options.suivi = [&console, dernier = plateforme::chronometre()](const BilanCopiePc &bilan) mutable {
     if (!console.options.terminal || plateforme::chronometre() - dernier < kPasBarre) return;

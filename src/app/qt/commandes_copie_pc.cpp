@@ -9,6 +9,7 @@
 #include <QStatusBar>
 #include <QThread>
 
+#include "app/noyau/actions_copie.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/tdestsel.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -19,7 +20,6 @@
 #include "fichiers/copie_vers_pc.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
-#include "projet/signatures.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -30,11 +30,6 @@ constexpr int kTitreDossiers = 7013;
 constexpr int kCopies = 7019;
 constexpr int kDecompte = 7126;
 constexpr int kDureeBilan = 8000;  // milliseconds
-
-std::optional<std::string> extension(std::string_view signature) {
-  const EntreeSignature *ligne = extension_de_signature(signature);
-  return ligne != nullptr ? std::optional(std::string(ligne->texte_extension())) : std::nullopt;
-}
 
 // Runs a dialog of a worker at the window, under the ordinary cursor.
 template <typename F>
@@ -70,7 +65,7 @@ std::uint64_t compte_fichiers(const std::vector<ElementMac> &elements) {
 OptionsCopiePc options_copie(TVarnion &fenetre) {
   OptionsCopiePc options;
   options.nommage = mode_nommage(etat<OptionsProgramme>().options);
-  options.extension = extension;
+  options.extension = extension_copie;
   options.demande_nom = [&fenetre](const std::string &mac, std::string &nom, std::size_t limite) {
     bool donne = false;
     a_la_fenetre(fenetre, [&] { donne = demande_nom_pc(&fenetre, mac, nom, limite); });
