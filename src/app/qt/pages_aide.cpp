@@ -74,6 +74,12 @@ QString extrait(const QString &texte, qsizetype place) {
   return morceau;
 }
 
+bool est_titre(const PageAide &page, const QString &texte) {
+  return std::any_of(page.titres.begin(), page.titres.end(), [&](const TitreAide &titre) {
+    return titre.sujet != 0 && titre.texte.compare(texte, Qt::CaseInsensitive) == 0;
+  });
+}
+
 }  // namespace
 
 const PagesAide &PagesAide::de_langue(int base) {
@@ -125,7 +131,8 @@ void PagesAide::construit_sommaire(const QString &html) {
 // Keywords, and the headings that are topics. A keyword of several pages has a row for each, with its title.
 void PagesAide::construit_index() {
   for (const PageAide &page : pages_) {
-    for (const QString &cle : page.mots_cles) index_.push_back({cle, page.nom, page.titre});
+    for (const QString &cle : page.mots_cles)
+      if (!est_titre(page, cle)) index_.push_back({cle, page.nom, page.titre});
     for (std::size_t i = 0; i < page.titres.size(); ++i) {
       const TitreAide &titre = page.titres[i];
       const QString ancre = i == 0 ? QString() : QString("#t%1").arg(titre.sujet);

@@ -73,8 +73,8 @@ TAide::TAide(QWidget *parent) : QMainWindow(parent, Qt::Window), base_(base_lang
   construit_barre();
   remplit();
   const int corps = fontMetrics().height();
-  resize(corps * 62, corps * 42);
-  partage->setSizes({corps * 21, corps * 41});
+  resize(corps * 65, corps * 42);
+  partage->setSizes({corps * 24, corps * 41});
 }
 
 QAction *TAide::ajoute_action(int texte, const char *nom, QIcon icone, const QKeySequence &touche) {
