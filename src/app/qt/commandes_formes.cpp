@@ -9,6 +9,8 @@
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tmacdump.hpp"
 #include "app/qt/travaux.hpp"
+#include "app/qt/tregistre.hpp"
+#include "app/qt/tsignedit.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "finder/fenetre_racine.hpp"
 #include "hfs/extents.hpp"

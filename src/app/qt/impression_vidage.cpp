@@ -4,9 +4,9 @@
 
 #include <QFontDatabase>
 #include <QPainter>
-#include <QPrintDialog>
 #include <QPrinter>
 
+#include "app/qt/impression.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "IO/operations.hpp"
 #include "res/chaines.hpp"
@@ -58,8 +58,7 @@ void imprime_lignes(QWidget *parent, const QString &titre, const QStringList &li
   QPrinter imprimante(QPrinter::HighResolution);
   imprimante.setPageOrientation(QPageLayout::Portrait);
   imprimante.setDocName(titre);
-  QPrintDialog choix(&imprimante, parent);
-  if (choix.exec() == QDialog::Accepted) static_cast<void>(dessine_lignes(imprimante, titre, lignes));
+  if (demande_imprimante()(imprimante, parent)) static_cast<void>(dessine_lignes(imprimante, titre, lignes));
 }
 
 void imprime_segment(QWidget *parent, const QString &titre, const SourceSecteurs &source,
