@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
 #include <QLabel>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTreeView>
@@ -75,6 +79,42 @@ class Fenetre : public ::testing::Test {
   QTimer minuterie_;
   QStringList messages_;
   bool accepte_ = true;
+};
+
+// The same, with forms that are worked in one after the other.
+class FenetrePilotee : public Fenetre {
+ protected:
+  // What is done in the next form of that name; a form that nothing is planned for is answered as always.
+  void prevoit(const char *nom, std::function<void(QDialog &)> travail) {
+    prevus_.emplace_back(nom, std::move(travail));
+  }
+  void lance(const std::function<void()> &commande) {
+    minuterie_.stop();
+    QTimer conduite;
+    QPointer<QDialog> derniere;
+    QObject::connect(&conduite, &QTimer::timeout, [&] {
+      auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+      if (forme == nullptr || forme == derniere) return;
+      if (prevus_.empty() || forme->objectName() != prevus_.front().first) return repond();
+      derniere = forme;
+      // From a timer of its own: what it does may show the next form.
+      QTimer::singleShot(0, forme, [forme, travail = std::move(prevus_.front().second)] { travail(*forme); });
+      prevus_.pop_front();
+    });
+    conduite.start(5);
+    commande();
+    EXPECT_TRUE(prevus_.empty()) << prevus_.front().first.toStdString();
+    minuterie_.start(5);
+  }
+  static void agit(QDialog &forme, const char *nom) {
+    auto *action = forme.findChild<QAction *>(nom);
+    ASSERT_NE(action, nullptr) << nom;
+    ASSERT_TRUE(action->isEnabled()) << nom;
+    action->trigger();
+  }
+
+ private:
+  std::deque<std::pair<QString, std::function<void(QDialog &)>>> prevus_;
 };
 
 }  // namespace varnion

@@ -1,7 +1,5 @@
 // The dump viewer and the forms of the analyzers, on real images.
 
-#include <deque>
-
 #include <QClipboard>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -23,36 +21,8 @@ namespace {
 
 constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
 
-class Vidage : public Fenetre {
+class Vidage : public FenetrePilotee {
  protected:
-  // What is done in the next form of that name; a form that nothing is planned for is answered as always.
-  void prevoit(const char *nom, std::function<void(QDialog &)> travail) {
-    prevus_.emplace_back(nom, std::move(travail));
-  }
-  void lance(const std::function<void()> &commande) {
-    minuterie_.stop();
-    QTimer conduite;
-    QPointer<QDialog> derniere;
-    QObject::connect(&conduite, &QTimer::timeout, [&] {
-      auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-      if (forme == nullptr || forme == derniere) return;
-      if (prevus_.empty() || forme->objectName() != prevus_.front().first) return repond();
-      derniere = forme;
-      // From a timer of its own: what it does may show the next form.
-      QTimer::singleShot(0, forme, [forme, travail = std::move(prevus_.front().second)] { travail(*forme); });
-      prevus_.pop_front();
-    });
-    conduite.start(5);
-    commande();
-    EXPECT_TRUE(prevus_.empty()) << prevus_.front().first.toStdString();
-    minuterie_.start(5);
-  }
-  static void agit(QDialog &forme, const char *nom) {
-    auto *action = forme.findChild<QAction *>(nom);
-    ASSERT_NE(action, nullptr) << nom;
-    ASSERT_TRUE(action->isEnabled()) << nom;
-    action->trigger();
-  }
   static QString panneau_vidage(QDialog &forme, int rang) {
     return forme.findChild<QLabel *>(QString("Panneau%1").arg(rang))->text();
   }
@@ -70,9 +40,6 @@ class Vidage : public Fenetre {
       forme.accept();
     });
   }
-
- private:
-  std::deque<std::pair<QString, std::function<void(QDialog &)>>> prevus_;
 };
 
 TEST_F(Vidage, WalksAndAnalyzesAnImage) {

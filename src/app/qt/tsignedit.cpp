@@ -190,7 +190,8 @@ void TSignEdit::construit() {
           [this, element](const QPoint &point) { element->popup(liste_->viewport()->mapToGlobal(point)); });
   connect(liste_->header(), &QHeaderView::sectionClicked, this, [this](int colonne) {
     modele_.change([&] { edition_.trie(colonne); });
-    liste_->header()->setSortIndicator(colonne, edition_.tri_descendant() ? Qt::DescendingOrder : Qt::AscendingOrder);
+    liste_->header()->setSortIndicator(colonne,
+                                       edition_.tri_descendant() ? Qt::DescendingOrder : Qt::AscendingOrder);
     liste_->header()->setSortIndicatorShown(true);
     rafraichit();
   });
@@ -333,7 +334,8 @@ void TSignEdit::colle() {
   std::size_t nombre = 0;
   modele_.change([&] { nombre = edition_.colle(de_qt(QApplication::clipboard()->text())); });
   std::vector<std::size_t> neuves;
-  for (std::size_t i = edition_.lignes().size() - nombre; i < edition_.lignes().size(); ++i) neuves.push_back(i);
+  for (std::size_t i = edition_.lignes().size() - nombre; i < edition_.lignes().size(); ++i)
+    neuves.push_back(i);
   choisit(neuves);
   rafraichit();
 }
