@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
@@ -216,7 +217,12 @@ int deja_present(const FichierProjet &projet, std::string_view nom, std::string_
 }
 
 void annonce_deja_present(int resultat, std::string_view chemin) {
-  if (resultat == -1) operations().afficher_erreur(message(1405, {tronque_chemin(chemin, kCheminMessage)}));
+  // A few seconds on a window; a batch run counts it among what went wrong, and takes a name that an ISO+
+  // project has for done.
+  const bool par_lot = etat<OptionsProgramme>().mode_lot;
+  const std::string texte = message(1405, {tronque_chemin(chemin, kCheminMessage)});
+  if (par_lot && resultat == -1) operations().afficher_erreur(texte);
+  if (!par_lot && (resultat == -1 || resultat == 1)) operations().afficher_avis(texte);
   if (resultat == -2) operations().afficher_erreur(charger_chaine(1406));
 }
 

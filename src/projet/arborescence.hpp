@@ -82,7 +82,8 @@ class NomsPresents {
 /// One test of a name; for many, use a `NomsPresents`.
 [[nodiscard]] int deja_present(const FichierProjet &projet, std::string_view nom, std::string_view chemin,
                                std::uint32_t pere);
-/// Shows the message of a result -1 (1405, with the path) or -2 (1406); nothing for the others.
+/// Shows the message of a result -1 (1405, with the path) or -2 (1406). 1 is told by 1405 in a window, by
+/// nothing in a batch run.
 void annonce_deja_present(int resultat, std::string_view chemin);
 
 // --- deletions

@@ -183,6 +183,13 @@ bool FichierProjet::deplace_vers(const std::string &cible) {
   return true;
 }
 
+bool FichierProjet::reecrit_fichier() {
+  Fichier copie = copie_complete(fichier_, chemin_);
+  if (!copie) return echec_enregistrement(chemin_);
+  fichier_ = std::move(copie);
+  return true;
+}
+
 bool FichierProjet::ferme() {
   return fichier_.fermer();
 }

@@ -63,6 +63,9 @@ class FichierProjet {
   /// target, a named one is copied and the copy becomes the project. False when refused or failed, with this
   /// project unchanged and no partial target left.
   [[nodiscard]] bool enregistre_sous(std::string_view cible);
+  /// Writes the whole project to its path anew, for a file that was deleted while it was open. False after a
+  /// message.
+  [[nodiscard]] bool reecrit_fichier();
   /// Closes the file; false when the system reports a late write error.
   bool ferme();
 

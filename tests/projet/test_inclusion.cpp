@@ -192,9 +192,10 @@ TEST_F(Inclusion, DejaPresent) {
   EXPECT_EQ(inclusion_chemin(projet, source("a.txt"), kRacine).fichiers, 1U);
   EXPECT_EQ(inclusion_chemin(projet, source("a.txt"), kRacine).ignores, 1U);
   EXPECT_EQ(inclusion_chemin(projet, source("autre/a.txt"), kRacine).ignores, 1U);
-  ASSERT_EQ(op.erreurs.size(), 2U);
-  EXPECT_NE(op.erreurs[0].find("already exists in the same folder"), std::string::npos);
-  EXPECT_NE(op.erreurs[1].find("different views"), std::string::npos);
+  ASSERT_EQ(op.avis.size(), 1U);
+  ASSERT_EQ(op.erreurs.size(), 1U);
+  EXPECT_NE(op.avis[0].find("already exists in the same folder"), std::string::npos);
+  EXPECT_NE(op.erreurs[0].find("different views"), std::string::npos);
   EXPECT_EQ(projet.nb_rubriques(), 1U);
   // In the HFS view the other name is free when the first is in the ISO view only.
   RubriqueProjet rubrique = lue(projet, -1);

@@ -150,12 +150,18 @@ std::uint32_t fait_dossier(FichierProjet &projet, std::string_view chemin, int v
   return ouvert ? dossier : 0;
 }
 
+std::size_t limite_label_iso(const FichierProjet &projet) {
+  return projet.mode() == ModeProjet::isop ? kLabelIsopMax : kLabelIsoMax;
+}
+
+std::size_t limite_label_hfs(const FichierProjet &projet) {
+  return projet.hfsplus() ? kLabelHfsplusMax : kNomVolumeHfsMax;
+}
+
 bool pose_labels(FichierProjet &projet, const std::optional<std::string> &iso,
                  const std::optional<std::string> &hfs) {
-  const bool isop = projet.mode() == ModeProjet::isop;
-  const std::size_t limite_hfs = projet.hfsplus() ? kLabelHfsplusMax : kNomVolumeHfsMax;
-  if (iso && !label_tient(*iso, isop ? kLabelIsopMax : kLabelIsoMax, kVueIsoTexte)) return false;
-  if (hfs && !label_tient(*hfs, limite_hfs, kVueHfsTexte)) return false;
+  if (iso && !label_tient(*iso, limite_label_iso(projet), kVueIsoTexte)) return false;
+  if (hfs && !label_tient(*hfs, limite_label_hfs(projet), kVueHfsTexte)) return false;
   EnteteProjet entete;
   if (!projet.lit_entete(entete)) return echec_ecriture_projet(projet.chemin());
   if (iso) ecrit_champ_coupe(entete.label_iso, iso->empty() ? charger_chaine(kSansTitre) : *iso);

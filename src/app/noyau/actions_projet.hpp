@@ -13,6 +13,7 @@
 #include "compil/compilation.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/fichier_projet.hpp"
+#include "projet/inclusion.hpp"
 
 // What a command does to a project, the same for a letter and for a readable command. Every failure was told
 // to the user when a function here gives false, 0 or nullopt.
@@ -65,11 +66,17 @@ struct BilanAjout {
 
   [[nodiscard]] bool complet() const { return abouti && manques == 0; }
 };
-/// Includes files and folders (UTF-8) in a folder of the project. A path that ends in "/*.*" gives the
-/// content of its folder.
+/// Includes files and folders (UTF-8) in a folder of the project; in a view other than the Hybrid one they
+/// appear in that view only. A path that ends in "/*.*" gives the content of its folder.
+[[nodiscard]] BilanInclusion inclut_sources(FichierProjet &projet, std::span<const std::string> chemins,
+                                            std::uint32_t dossier, int vue, const OptionsInclusion &options);
+/// The same for the command line, which counts the messages.
 [[nodiscard]] BilanAjout ajoute_sources(FichierProjet &projet, std::span<const std::string> chemins,
                                         std::uint32_t dossier, int vue, const Console &console);
 
+/// Bytes of the labels of a project.
+[[nodiscard]] std::size_t limite_label_iso(const FichierProjet &projet);
+[[nodiscard]] std::size_t limite_label_hfs(const FichierProjet &projet);
 /// Sets labels, in working text; an empty one becomes "Untitled". Nothing is set when one is too long.
 [[nodiscard]] bool pose_labels(FichierProjet &projet, const std::optional<std::string> &iso,
                                const std::optional<std::string> &hfs);

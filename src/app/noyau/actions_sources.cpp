@@ -7,6 +7,7 @@
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/types_fichiers.hpp"
+#include "IO/etat.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/texte.hpp"
 #include "noms/regles.hpp"
@@ -25,6 +26,7 @@ constexpr int kListeIllisible = 6552;
 constexpr int kNonAjoute = 6554;
 constexpr int kSignaturesIllisibles = 6555;
 constexpr std::size_t kCheminMessage = 200;
+constexpr std::size_t kRefusesNommes = 10;
 constexpr std::uint64_t kListeMax = std::uint64_t{64} << 20;
 
 constexpr std::size_t kSansLimite = std::numeric_limits<std::size_t>::max();
@@ -45,15 +47,23 @@ std::string nom_de(std::string_view chemin) {
   return std::string(chemin.substr(chemin.rfind('/') + 1));
 }
 
-// Message 1406 names no file: those that another source keeps out are named behind it.
+// Message 1406 names no file: those that another source keeps out are named behind it, at once in a window.
 void nomme_refuses(const FichierProjet &projet, std::span<const std::string> chemins, std::uint32_t dossier,
                    int vue) {
+  const bool un_par_un = etat<OptionsProgramme>().mode_lot;
+  std::string noms;
+  std::size_t nombre = 0;
   const NomsPresents presents(projet, dossier);
   for (const std::string &chemin : chemins) {
     const std::string absolu = plateforme::chemin_absolu(chemin);
-    if (presents.deja_present(nom_de(absolu), absolu, vue) == -2)
+    if (presents.deja_present(nom_de(absolu), absolu, vue) != -2) continue;
+    if (un_par_un)
       operations().afficher_erreur(message(kNonAjoute, {tronque_chemin(chemin, kCheminMessage)}));
+    if (++nombre <= kRefusesNommes) noms += (noms.empty() ? "" : "\n") + nom_de(absolu);
   }
+  if (un_par_un || nombre == 0) return;
+  if (nombre > kRefusesNommes) noms += "\n...";
+  operations().afficher_erreur(message(kNonAjoute, {noms}));
 }
 
 // A folder in both views gives both to what comes into it. Where one view was asked for, the items numbered
@@ -137,26 +147,28 @@ std::optional<std::vector<std::string>> lit_liste(std::string_view chemin) {
   return chemins;
 }
 
-BilanAjout ajoute_sources(FichierProjet &projet, std::span<const std::string> chemins, std::uint32_t dossier,
-                          int vue, const Console &console) {
+BilanInclusion inclut_sources(FichierProjet &projet, std::span<const std::string> chemins,
+                              std::uint32_t dossier, int vue, const OptionsInclusion &options) {
   projet.vue_courante(vue);
-  BilanAjout resultat;
-  const std::uint64_t erreurs = console.erreurs();
   std::vector<std::string> textes;
   for (const std::string &utf8 : chemins)
     if (auto chemin = chemin_argument(utf8)) textes.push_back(std::move(*chemin));
   const std::uint32_t dernier_dossier = projet.dernier_dossier();
   const std::uint32_t dernier_fichier = projet.dernier_fichier();
-  const BilanInclusion bilan = inclusion_chemins(projet, textes, dossier);
-  resultat.dossiers = bilan.dossiers;
-  resultat.fichiers = bilan.fichiers;
+  BilanInclusion bilan = inclusion_chemins(projet, textes, dossier, options);
   if (bilan.ignores > 0) nomme_refuses(projet, textes, dossier, projet.vue_courante());
   if (bilan.arrete) operations().afficher_erreur(charger_chaine(kArret));
   const int effective = projet.vue_courante();
-  resultat.abouti = bilan.abouti() && (effective == kVueRacine || dossier == kRacine ||
-                                       restreint_vues(projet, dernier_dossier, dernier_fichier, effective));
-  resultat.manques = console.erreurs() - erreurs;
-  return resultat;
+  const bool restreint = bilan.abouti() && effective != kVueRacine && dossier != kRacine;
+  if (restreint && !restreint_vues(projet, dernier_dossier, dernier_fichier, effective)) bilan.echoue = true;
+  return bilan;
+}
+
+BilanAjout ajoute_sources(FichierProjet &projet, std::span<const std::string> chemins, std::uint32_t dossier,
+                          int vue, const Console &console) {
+  const std::uint64_t erreurs = console.erreurs();
+  const BilanInclusion bilan = inclut_sources(projet, chemins, dossier, vue, {});
+  return {bilan.dossiers, bilan.fichiers, console.erreurs() - erreurs, bilan.abouti()};
 }
 
 bool prepare_signatures(const std::optional<std::string> &choisi) {

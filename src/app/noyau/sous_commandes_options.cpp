@@ -4,12 +4,12 @@
 #include <array>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/actions_proprietes.hpp"
 #include "app/noyau/json.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "compil/descripteurs.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/erreurs.hpp"
-#include "projet/instantane.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -132,23 +132,6 @@ bool lit_textes(const Arguments &arguments, Textes &textes) {
     return false;
   }
   return true;
-}
-
-// The names take the other form at once, and classic HFS must be able to number the items.
-bool passe_au_format(FichierProjet &projet, bool hfsplus) {
-  std::uint64_t items = 0;
-  LecteurRubriques tout(projet);
-  while (const RubriqueProjet *r = tout.suivant())
-    if (r->dans_hfs()) ++items;
-  if (!hfsplus && !permet_hfs_classique(items)) return false;
-  InstantaneProjet instantane(projet);
-  const bool fait = instantane.prend() && change_format(projet, hfsplus, troncature_selon_reglages(hfsplus));
-  // A name that the user gave up on leaves all names as they were.
-  if (fait)
-    instantane.confirme();
-  else
-    instantane.restaure();
-  return fait;
 }
 
 bool pose_options(FichierProjet &projet, const Arguments &arguments, const Textes &textes) {

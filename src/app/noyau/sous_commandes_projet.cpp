@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/actions_proprietes.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "IO/plateforme.hpp"
-#include "noms/regles.hpp"
 #include "projet/erreurs.hpp"
 #include "res/chaines.hpp"
 
@@ -13,13 +13,8 @@ namespace varnion {
 
 namespace {
 
-constexpr int kVueIsoTexte = 6305;
-constexpr int kVueHfsTexte = 6306;
 constexpr int kIntrouvable = 6541;
 constexpr int kDossierPlein = 6543;
-constexpr int kNomTropLong = 6544;
-constexpr int kNomPris = 6545;
-constexpr int kNomImpossible = 6546;
 constexpr int kAjouts = 6550;
 constexpr int kVueUnique = 6557;
 constexpr int kRacineFixe = 6565;
@@ -72,43 +67,6 @@ bool supprime_chemin(FichierProjet &projet, const std::string &utf8, int vue, co
   }
   const Suppression resultat = suppression_element(projet, r.numero, r.pere);
   return resultat == Suppression::fichier || resultat == Suppression::dossier;
-}
-
-// --- rename
-// ---------------------------------------------------------------------------------------------------
-
-bool nom_tient(const std::string &nom, std::size_t limite, int vue) {
-  if (nom.size() <= limite) return true;
-  operations().afficher_erreur(message(kNomTropLong, {nom, limite, charger_chaine(vue)}));
-  return false;
-}
-
-// False, after a message, when a sibling bears the name in that view. Case does not tell names apart.
-bool nom_libre(const FichierProjet &projet, const RubriqueProjet &rubrique, const std::string &nom, int vue) {
-  const std::string cherche = plateforme::majuscules(nom);
-  LecteurEnfants enfants(projet, rubrique.pere);
-  while (const RubriqueProjet *enfant = enfants.suivant()) {
-    if (enfant->numero == rubrique.numero || !enfant->dans_vue(vue)) continue;
-    if (plateforme::majuscules(nom_dans_vue(*enfant, vue, projet.hfsplus())) != cherche) continue;
-    operations().afficher_erreur(
-        message(kNomPris, {nom, charger_chaine(vue == kVueHfs ? kVueHfsTexte : kVueIsoTexte)}));
-    return false;
-  }
-  return true;
-}
-
-bool nom_accepte(const FichierProjet &projet, const RubriqueProjet &rubrique, const std::string &nom,
-                 int vue) {
-  if (nom.empty()) {
-    operations().afficher_erreur(message(kNomImpossible, {nom}));
-    return false;
-  }
-  const std::size_t limite_hfs = projet.hfsplus() ? kNomHfsplusMax : kNomHfsMax;
-  if (vue != kVueHfs && (!nom_tient(nom, kNomIsoMax, kVueIsoTexte) ||
-                         (rubrique.dans_iso() && !nom_libre(projet, rubrique, nom, kVueIso))))
-    return false;
-  return vue == kVueIso || (nom_tient(nom, limite_hfs, kVueHfsTexte) &&
-                            (!rubrique.dans_hfs() || nom_libre(projet, rubrique, nom, kVueHfs)));
 }
 
 }  // namespace
@@ -200,11 +158,7 @@ int commande_projet_rename(ContexteCli &contexte) {
   const int vue = vue_de(*projet, arguments);
   const auto trouve = element(*projet, arguments.positions[1], vue);
   if (!trouve || refuse_racine(*trouve) || !nom_accepte(*projet, trouve->rubrique, *nom, vue)) return kEchec;
-  // Both views: one at a time, for a name that one of them bears already would pass for no change in both.
-  bool fait = true;
-  for (const int une : {int{kVueIso}, int{kVueHfs}})
-    if (vue == une || vue == kVueRacine)
-      fait = renomme_element(*projet, trouve->rubrique.numero, trouve->rubrique.pere, *nom, une) >= 0 && fait;
+  const bool fait = renomme_rubrique(*projet, trouve->rubrique, *nom, vue);
   return statut(enregistre_projet(*projet) && fait);
 }
 

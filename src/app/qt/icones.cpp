@@ -13,6 +13,37 @@ static void charge_ressources() {
 
 namespace varnion {
 
+namespace {
+
+// Drawings of this program, by the start of a MIME type or by its generic icon.
+constexpr struct {
+  const char *debut, *generique, *dessin;
+} kGenres[] = {
+    {"text/html", "", "genre_page"},
+    {"image/", "", "genre_image"},
+    {"audio/", "", "genre_son"},
+    {"video/", "", "genre_video"},
+    {"font/", "", "genre_police"},
+    {"", "font-x-generic", "genre_police"},
+    {"", "package-x-generic", "genre_archive"},
+    {"", "application-x-executable", "genre_programme"},
+    {"", "x-office-document", "genre_document"},
+    {"", "x-office-spreadsheet", "genre_document"},
+    {"", "x-office-presentation", "genre_document"},
+    {"application/pdf", "", "genre_document"},
+    {"text/", "", "fichier"},
+};
+
+QString dessin_de(const QMimeType &type) {
+  for (const auto &genre : kGenres) {
+    if (*genre.debut != '\0' && type.name().startsWith(genre.debut)) return genre.dessin;
+    if (*genre.generique != '\0' && type.genericIconName() == genre.generique) return genre.dessin;
+  }
+  return {};
+}
+
+}  // namespace
+
 QIcon icone(const QString &nom, const QColor &trait) {
   charge_ressources();
   QIcon icone;
@@ -35,7 +66,9 @@ QIcon icone(const QString &nom, const QColor &trait) {
 QIcon icone_extension(const QString &nom, const QIcon &defaut) {
   const QMimeType type = QMimeDatabase().mimeTypeForFile(nom, QMimeDatabase::MatchExtension);
   const QIcon theme = QIcon::fromTheme(type.iconName(), QIcon::fromTheme(type.genericIconName()));
-  return theme.isNull() ? defaut : theme;
+  if (!theme.isNull()) return theme;
+  const QIcon dessinee = icone(dessin_de(type), Qt::black);
+  return dessinee.isNull() ? defaut : dessinee;
 }
 
 }  // namespace varnion

@@ -19,7 +19,9 @@ enum Colonne : int { kNom, kType, kDonnees, kRessources, kCreation, kModificatio
 
 constexpr std::array<int, kColonnes> kLegendes{1003, 1004, 1005, 1006, 1007, 1008, 1009};
 constexpr int kDossier = 1011;
-constexpr QChar kMarge(0x2002);  // keeps a text at the right clear of the next column
+constexpr std::size_t kPetitesFixes = 6;
+constexpr std::size_t kPetiteDefaut = 2;  // of a file whose signature has none
+constexpr QChar kMarge(0x2002);           // keeps a text at the right clear of the next column
 
 std::uint64_t valeur(const LigneListe &ligne, int colonne) {
   switch (colonne) {
@@ -42,6 +44,7 @@ void ModeleListe::montre(ContenuDossier contenu, bool dates_utc) {
   endommage_ = contenu.endommage;
   dates_utc_ = dates_utc;
   tri_.reset();
+  if (genre_ == GenreIcones::signature) complete_table();
   nb_dossiers_ = static_cast<int>(
       std::count_if(lignes_.begin(), lignes_.end(), [](const LigneListe &ligne) { return ligne.dossier; }));
   endResetModel();
@@ -117,9 +120,43 @@ QString ModeleListe::texte(const LigneListe &ligne, int colonne) const {
   }
 }
 
+void ModeleListe::icones(const IconesListe &icones) {
+  icones_ = icones;
+  petites_ = {icones.dossier, icones.dossier, icones.fichier, icones.iso, icones.hfs, icones.aucune};
+  extensions_.clear();
+  signatures_.clear();
+}
+
+// The rows of the table that have an extension get their icon, all of them anew after a load.
+void ModeleListe::complete_table() {
+  auto &lignes = table_signatures().lignes;
+  const bool complete = std::all_of(lignes.begin() + 1, lignes.end(), [](const EntreeSignature &ligne) {
+    return ligne.texte_extension().empty() || ligne.icone >= 0;
+  });
+  if (complete && petites_.size() > kPetitesFixes) return;
+  petites_.resize(kPetitesFixes);
+  signatures_.clear();
+  for (auto ligne = lignes.begin() + 1; ligne != lignes.end(); ++ligne) {
+    if (ligne->texte_extension().empty()) continue;
+    ligne->icone = static_cast<std::int32_t>(petites_.size());
+    petites_.push_back(icone_extension("x." + vers_qt(ligne->texte_extension()).toLower(), icones_.fichier));
+  }
+}
+
 QIcon ModeleListe::icone_de(const LigneListe &ligne) const {
   if (ligne.dossier) return icones_.dossier;
-  if (par_extension_) {
+  if (genre_ == GenreIcones::signature) {
+    const QByteArray cle = QByteArray::fromStdString(ligne.signature);
+    auto connue = signatures_.constFind(cle);
+    if (connue == signatures_.constEnd()) {
+      const std::int32_t rang = icone_de_signature(ligne.signature);
+      const bool trouvee = rang >= 0 && static_cast<std::size_t>(rang) < petites_.size();
+      const std::size_t petite = trouvee ? static_cast<std::size_t>(rang) : kPetiteDefaut;
+      connue = signatures_.insert(cle, petite < petites_.size() ? petites_[petite] : icones_.fichier);
+    }
+    return *connue;
+  }
+  if (genre_ == GenreIcones::extension) {
     const QString nom = QString::fromStdString(ligne.nom);
     const QString extension = nom.mid(nom.lastIndexOf('.') + 1).toLower();
     auto connue = extensions_.constFind(extension);
@@ -132,6 +169,8 @@ QIcon ModeleListe::icone_de(const LigneListe &ligne) const {
       return icones_.iso;
     case Presence::hfs:
       return icones_.hfs;
+    case Presence::aucune:
+      return icones_.aucune;
     default:
       return icones_.fichier;
   }

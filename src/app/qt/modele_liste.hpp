@@ -16,7 +16,14 @@ namespace varnion {
 constexpr int kColonnes = 7;
 
 struct IconesListe {
-  QIcon dossier, fichier, iso, hfs;
+  QIcon dossier, fichier, iso, hfs, aucune;
+};
+
+/// What the icon of a file tells.
+enum class GenreIcones : std::uint8_t {
+  presence,   ///< the views that it is in
+  extension,  ///< its type on the PC
+  signature,  ///< its type on the Macintosh, through the signature table
 };
 
 /// The rows of one folder: one record an item, texts made when a row is shown.
@@ -26,9 +33,8 @@ class ModeleListe final : public QAbstractTableModel {
 
   /// Another folder; the sort state is cleared.
   void montre(ContenuDossier contenu, bool dates_utc);
-  void icones(const IconesListe &icones) { icones_ = icones; }
-  /// Icons of files by their extension, as the ISO view has them.
-  void icones_par_extension(bool oui) { par_extension_ = oui; }
+  void icones(const IconesListe &icones);
+  void genre_icones(GenreIcones genre) { genre_ = genre; }
   /// Called when a name was typed over: true when it was taken.
   std::function<bool(std::uint32_t id, const QString &nom)> renomme;
   /// Texts in another language: the captions of the columns and all cells.
@@ -58,15 +64,18 @@ class ModeleListe final : public QAbstractTableModel {
   [[nodiscard]] QString texte(const LigneListe &ligne, int colonne) const;
   [[nodiscard]] QIcon icone_de(const LigneListe &ligne) const;
   void trie();
+  void complete_table();
 
   std::vector<LigneListe> lignes_;
   int nb_dossiers_ = 0;
   bool endommage_ = false;
   bool dates_utc_ = false;
-  bool par_extension_ = false;
+  GenreIcones genre_ = GenreIcones::presence;
   std::optional<Tri> tri_;
   IconesListe icones_;
-  mutable QHash<QString, QIcon> extensions_;  ///< asked for once each
+  mutable QHash<QString, QIcon> extensions_;     ///< asked for once each
+  mutable QHash<QByteArray, QIcon> signatures_;  ///< the same
+  std::vector<QIcon> petites_;  ///< those that the signature table counts; the first are fixed
 };
 
 }  // namespace varnion

@@ -382,7 +382,7 @@ void TVarnion::pose_icones() {
   setWindowIcon(icone("varnion", encre));
   modele_arbre_.icones(icone("racine", encre), icone("dossier", encre));
   modele_liste_.icones({icone("dossier", encre), icone("fichier", encre), icone("fichier_iso", encre),
-                        icone("fichier_hfs", encre)});
+                        icone("fichier_hfs", encre), icone("fichier_aucun", encre)});
   rafraichit_coches();
 }
 

@@ -155,6 +155,8 @@ class TVarnion final : public QMainWindow {
   void ferme_document(bool demande_nom = true);
   void ferme_projet(bool demande_nom);
   void cree_projet_defaut();
+  [[nodiscard]] bool reprend_projet(const std::string &chemin);
+  void retablit_fichier();
   void ouvre_recent(int rang);
 
   // --- files dropped and pasted, names changed in place (tvarnion_depots.cpp)

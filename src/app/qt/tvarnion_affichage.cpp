@@ -60,7 +60,10 @@ void TVarnion::montre_document() {
     projet_->vue_courante(vue_);
     document_ = std::make_unique<DocumentProjet>(*projet_);
   }
-  modele_liste_.icones_par_extension(mode_ == kModeIsop || (mode_ == kModeProjet && vue_ == kVueIso));
+  GenreIcones genre = vue_ == kVueRacine ? GenreIcones::presence : GenreIcones::signature;
+  if (mode_ == kModePartition) genre = GenreIcones::signature;
+  if (mode_ == kModeIsop || (mode_ == kModeProjet && vue_ == kVueIso)) genre = GenreIcones::extension;
+  modele_liste_.genre_icones(genre);
   modele_arbre_.montre(document_.get());
   va_au_dossier(mode_ == kModePartition ? partition_courante().dossier : projet_->dossier_courant());
   rafraichit_titre();

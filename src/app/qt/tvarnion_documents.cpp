@@ -31,6 +31,8 @@ namespace {
 constexpr int kEcraser = 1061;
 constexpr int kOuverture = 1471;
 constexpr int kSauverDecompressee = 1504;
+constexpr int kReprendre = 7140;
+constexpr int kReecrit = 7141;
 constexpr std::size_t kCheminMessage = 50;
 constexpr int kAttenteDocument = 300;  // milliseconds until a document from outside is tried again
 
@@ -123,10 +125,32 @@ void TVarnion::cree_projet_defaut() {
   const QString nom = mode_ == kModeIsop ? "/vnso.vnso" : "/vnpr.vnpr";
   const auto chemin = chemin_argument((dossier + nom).toStdString());
   if (!chemin) return;
+  if (reprend_projet(*chemin)) return montre_document();
   auto neuf = FichierProjet::cree(*chemin, mode_projet());
   if (!neuf) return;
   projet_ = std::make_unique<FichierProjet>(std::move(*neuf));
   montre_document();
+}
+
+// An unnamed project that holds items when the program starts was left by a run that did not end as it
+// should. True when the user goes on with it.
+bool TVarnion::reprend_projet(const std::string &chemin) {
+  Fichier reste = plateforme::ouvre(chemin, Ouverture::lecture);
+  const std::int64_t taille = reste ? fichier_taille(reste) : 0;
+  const auto items = static_cast<std::uint64_t>(std::max<std::int64_t>(taille, 0)) / kTailleRubrique;
+  if (items < 2 || test_magie(reste) != 1) return false;
+  reste.fermer();
+  if (operations().demander_oui_non(message(kReprendre, {items - 1})) == 0) return false;
+  return ouvre_projet(chemin);
+}
+
+// What was open stays whole: a project whose file was deleted beside the program is written to its place
+// anew.
+void TVarnion::retablit_fichier() {
+  if (!projet_ || plateforme::existe(projet_->chemin())) return;
+  const std::string chemin = projet_->chemin();
+  if (!projet_->reecrit_fichier()) return;
+  operations().afficher_avis(message(kReecrit, {tronque_chemin(chemin, kCheminMessage)}));
 }
 
 // --- commands
@@ -224,6 +248,7 @@ void TVarnion::reprend_projet() {
 void TVarnion::enregistrer() {
   if (!projet_ || projet_->sans_nom()) return;
   const Attente attente;
+  retablit_fichier();
   if (projet_->sauvegarde_entete() && !projet_->vide()) echec_ecriture_projet(projet_->chemin());
   rafraichit_jauge();
 }
@@ -254,7 +279,10 @@ void TVarnion::ferme_document(bool demande_nom) {
 void TVarnion::ferme_projet(bool demande_nom) {
   if (!projet_) return;
   const bool plein = projet_->taille_octets() > kTailleRubrique;
-  if (projet_->sans_nom() && plein && demande_nom) enregistrer_sous();
+  if (projet_->sans_nom() && plein && demande_nom)
+    enregistrer_sous();
+  else if (plein)
+    retablit_fichier();
   const std::string chemin = projet_->chemin();
   const bool efface = projet_->sans_nom() && (demande_nom || !plein);
   vide_panneaux();
