@@ -381,7 +381,7 @@ TEST_F(ProjetFenetre, PropertiesOfSeveralItemsLeaveTheThirdStateAlone) {
 TEST_F(ProjetFenetre, PropertiesAndLabelsOfTheProject) {
   const QString longue = QString(35, 'n') + ".txt";
   ecrit(bac_.filePath(longue), "x");
-  reponses_["TTTronq"] = [](QDialog &forme) { forme.accept(); };
+  reponses_["TTroncature"] = [](QDialog &forme) { forme.accept(); };
   depose({bac_.filePath(longue), sources()});
   messages_.clear();
   EXPECT_EQ(lit_champ(rubrique(longue.toUtf8().constData()).nom_hfs).size(), 31U);
