@@ -70,7 +70,12 @@ void affiche_image(TVarnion &fenetre) {
   if (sujet.donnees) static_cast<void>(montre_vidage(fenetre, sujet));
 }
 
-void edite_signatures(TVarnion & /*fenetre*/) {}
+void edite_signatures(TVarnion &fenetre) {
+  if (!edite_fichier_signatures(fenetre)) return;
+  const Attente attente;
+  charge_signatures_du_programme(fenetre);
+  if (fenetre.document_ouvert()) fenetre.affiche_dossier(fenetre.dossier_montre());
+}
 
 void cree_ds_store(TVarnion &fenetre) {
   FichierProjet &projet = *fenetre.projet();
