@@ -63,7 +63,7 @@ class Captures {
   void projet() {
     ouvre("disc.vnpr");
     fenetre("project");
-    choisit("Documents");
+    choisit("Read Me.txt");
     dialogue("item", "Prop1");
     dialogue("project-properties", "Info1");
     dialogue("labels", "Label");
@@ -135,7 +135,7 @@ class Captures {
     QFont police = QApplication::font();
     police.setBold(true);
     peintre.setFont(police);
-    peintre.drawText(0, 0, image.width(), kTitre, Qt::AlignCenter, widget->windowTitle());
+    peintre.drawText(0, 0, image.width(), kTitre, Qt::AlignCenter, widget->windowTitle().remove("[*]"));
     peintre.fillRect(dedans, widget->palette().window());
     widget->render(&peintre, dedans.topLeft());
     peintre.setPen(QColor(0x80, 0x87, 0x90));

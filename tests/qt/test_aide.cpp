@@ -1,6 +1,7 @@
 #include <map>
 #include <set>
 
+#include <QDir>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
@@ -44,6 +45,19 @@ TEST(PagesAide, chaque_sujet_a_sa_page) {
     for (const int sujet : voulus)
       EXPECT_TRUE(PagesAide::de_langue(base).adresse(sujet).has_value()) << base << " " << sujet;
   EXPECT_EQ(sujets_des_pages(kLangueAnglais), sujets_des_pages(kLangueFrancais));
+}
+
+// The table of forms speaks of forms that there are.
+TEST(PagesAide, chaque_forme_existe) {
+  QString sources;
+  const QDir dossier(VN_SOURCES "/src/app/qt");
+  for (const QString &nom : dossier.entryList({"*.cpp"})) {
+    QFile fichier(dossier.filePath(nom));
+    ASSERT_TRUE(fichier.open(QIODevice::ReadOnly));
+    if (nom != "sujets_aide.cpp") sources += QString::fromUtf8(fichier.readAll());
+  }
+  for (const SujetForme &forme : sujets_formes())
+    EXPECT_TRUE(sources.contains('"' + QString(forme.forme) + '"')) << forme.forme;
 }
 
 TEST(PagesAide, aucun_lien_mort) {
