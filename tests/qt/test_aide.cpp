@@ -170,6 +170,33 @@ TEST_F(EssaiAide, f1_dans_un_dialogue) {
   EXPECT_EQ(page(), "aide.html");
 }
 
+TEST_F(EssaiAide, f1_dans_les_dialogues_des_commandes) {
+  const std::pair<const char *, const char *> cas[] = {
+      {"Pref1", "preferences.html"},
+      {"Col", "fenetre.html#t1104"},
+      {"Log1", "preferences.html#t1102"},
+      {"RFT", "preferences.html#t1103"},
+      {"Info1", "projet.html"},
+      {"Label", "projet.html#t1122"},
+      {"Registre1", "signatures.html#t1171"},
+      {"MD", "noms.html#t1121"},
+      {"Rech1", "recherche.html"},
+      {"Sign1", "editeur_signatures.html"},
+  };
+  minuterie_.stop();
+  for (const auto &[commande, voulue] : cas) {
+    aide(sujet::kGlossaire);
+    QTimer::singleShot(50, fenetre_.get(), [&] {
+      auto *forme = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+      ASSERT_NE(forme, nullptr) << commande;
+      QTest::keyClick(forme->focusWidget() != nullptr ? forme->focusWidget() : forme, Qt::Key_F1);
+      EXPECT_EQ(page(), voulue) << commande;
+      forme->reject();
+    });
+    execute(commande);
+  }
+}
+
 // Keys go to the window, as they come from the window system: they would stop at a blocked one.
 TEST_F(EssaiAide, repond_a_cote_des_dialogues) {
   const auto tape = [&] {
