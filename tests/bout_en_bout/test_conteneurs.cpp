@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "bout_en_bout/programme.hpp"
 #include "outils/conteneurs.hpp"
+#include "outils/image_lue.hpp"
 
 // Containers, resources and aliases by the real program.
 
@@ -89,6 +92,40 @@ TEST_F(Conteneurs, AliasesTellTheirTargets) {
   EXPECT_NE(reussit({"alias", "pict", "--json"}).find("\"file_system\": \"H+\""), std::string::npos);
   fichier("plain.txt", std::string(400, 'x'));
   echoue({"alias", "plain.txt"}, 1, "plain.txt");
+}
+
+// The icon of the root is the volume's and lies on the Macintosh side twice; one in a folder is the folder's.
+TEST_F(Conteneurs, CustomIconsAreShownOnTheDisc) {
+  FichierMac icone;
+  icone.nom = "Icon\r";
+  icone.type = "ICNS";
+  icone.createur = "MACS";
+  icone.drapeaux = 0x4000;
+  icone.data = "icon family";
+  icone.rsrc = "icon";
+  fichier("src/icon.bin", outils::macbinary(icone));
+  fichier("src/with/icon.bin", outils::macbinary(icone));
+  fichier("src/without/plain.txt", "text");
+  for (const bool plus : {false, true}) {
+    reussit({"master", "src", "-o", "i.iso", plus ? "--hfsplus" : "--hfs", "--force"});
+    const outils::ImageLue image = outils::lit_image(d + "i.iso", {.hfsplus = plus});
+    EXPECT_TRUE(image.fautes.vide()) << image.fautes.texte();
+    EXPECT_EQ(image.joliet.entrees.size(), 6U);  // with the root; no second icon on this side
+    std::map<std::string, unsigned> drapeaux;
+    for (const outils::ObjetMac &o : image.volume.objets) {
+      drapeaux[o.parent == 1 ? "/" : o.chemin] = o.drapeaux;
+      if (o.dossier || o.nom == "plain.txt") continue;
+      EXPECT_EQ(image.volume.contenu(image.vue, o.data), icone.data) << o.chemin;
+      EXPECT_EQ(image.volume.contenu(image.vue, o.rsrc), icone.rsrc) << o.chemin;
+    }
+    EXPECT_EQ(drapeaux, (std::map<std::string, unsigned>{{"/", 0x0400},
+                                                         {".VolumeIcon.icns", 0x4000},
+                                                         {"Icon\r", 0x4000},
+                                                         {"with", 0x0400},
+                                                         {"with/Icon\r", 0x4000},
+                                                         {"without", 0x0100},
+                                                         {"without/plain.txt", 0}}));
+  }
 }
 
 TEST_F(Conteneurs, AnImageListsItsAliases) {
