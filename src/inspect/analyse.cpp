@@ -11,31 +11,31 @@ namespace varnion {
 namespace {
 
 struct Analyseur {
-  Forme forme;
+  FormeSecteur forme;
   int titre;
   void (*remplit)(const ContexteAnalyse &, FicheAnalyse &);
 };
 
 // The ISO forms put the Joliet title in the place of theirs where it applies.
 constexpr Analyseur kAnalyseurs[] = {
-    {Forme::hfsplus, 3234, formes::hfsplus},
-    {Forme::mdb, 3213, formes::mdb},
-    {Forme::pilotes, 3201, formes::pilotes},
-    {Forme::partition, 3206, formes::partition},
-    {Forme::entete_arbre, 3253, formes::entete_arbre},
-    {Forme::feuille, 3286, formes::feuille},
-    {Forme::iso, 3266, formes::descripteur_iso},
-    {Forme::chemins, 3275, formes::table_chemins},
-    {Forme::repertoire, 3275, formes::repertoire},
-    {Forme::mbr, 3294, formes::mbr},
-    {Forme::fat, 3299, formes::fat},
-    {Forme::macbinaire, 3318, formes::macbinaire},
-    {Forme::applesingle, 3319, formes::applesingle},
-    {Forme::appledouble, 3320, formes::appledouble},
-    {Forme::index, 3344, formes::index},
-    {Forme::gpt, 3359, formes::gpt},
-    {Forme::tetes_mac, 3355, formes::tetes_mac},
-    {Forme::partitions_gpt, 3380, formes::partitions_gpt},
+    {FormeSecteur::hfsplus, 3234, formes::hfsplus},
+    {FormeSecteur::mdb, 3213, formes::mdb},
+    {FormeSecteur::pilotes, 3201, formes::pilotes},
+    {FormeSecteur::partition, 3206, formes::partition},
+    {FormeSecteur::entete_arbre, 3253, formes::entete_arbre},
+    {FormeSecteur::feuille, 3286, formes::feuille},
+    {FormeSecteur::iso, 3266, formes::descripteur_iso},
+    {FormeSecteur::chemins, 3275, formes::table_chemins},
+    {FormeSecteur::repertoire, 3275, formes::repertoire},
+    {FormeSecteur::mbr, 3294, formes::mbr},
+    {FormeSecteur::fat, 3299, formes::fat},
+    {FormeSecteur::macbinaire, 3318, formes::macbinaire},
+    {FormeSecteur::applesingle, 3319, formes::applesingle},
+    {FormeSecteur::appledouble, 3320, formes::appledouble},
+    {FormeSecteur::index, 3344, formes::index},
+    {FormeSecteur::gpt, 3359, formes::gpt},
+    {FormeSecteur::tetes_mac, 3355, formes::tetes_mac},
+    {FormeSecteur::partitions_gpt, 3380, formes::partitions_gpt},
 };
 
 }  // namespace
@@ -64,7 +64,7 @@ std::vector<std::uint8_t> octets_depuis(const ContexteAnalyse &contexte, std::si
 
 }  // namespace formes
 
-FicheAnalyse analyse(Forme forme, const ContexteAnalyse &contexte) {
+FicheAnalyse analyse(FormeSecteur forme, const ContexteAnalyse &contexte) {
   FicheAnalyse fiche;
   fiche.etat = contexte.etat;
   const auto *analyseur = std::find_if(std::begin(kAnalyseurs), std::end(kAnalyseurs),
@@ -76,7 +76,7 @@ FicheAnalyse analyse(Forme forme, const ContexteAnalyse &contexte) {
   return fiche;
 }
 
-FicheAnalyse analyse_secteur_comme(Forme forme, const SourceSecteurs &source, std::int64_t numero,
+FicheAnalyse analyse_secteur_comme(FormeSecteur forme, const SourceSecteurs &source, std::int64_t numero,
                                    EtatAnalyse &etat) {
   const std::vector<std::uint8_t> secteur = source.secteur(numero);
   FicheAnalyse fiche = analyse(forme, {secteur, numero, source.taille_secteur(), &source, etat});

@@ -21,14 +21,14 @@ struct ContexteAnalyse {
 };
 
 /// What form `forme` shows. Keep `FicheAnalyse::etat` for the next one.
-[[nodiscard]] FicheAnalyse analyse(Forme forme, const ContexteAnalyse &contexte);
+[[nodiscard]] FicheAnalyse analyse(FormeSecteur forme, const ContexteAnalyse &contexte);
 
 /// Sector `numero` of a source identified and analyzed: the form is `aucune` when it cannot be identified.
 /// `etat` is used and brought up to date.
 [[nodiscard]] FicheAnalyse analyse_secteur(const SourceSecteurs &source, std::int64_t numero,
                                            EtatAnalyse &etat);
 /// The same as the structure that the user says.
-[[nodiscard]] FicheAnalyse analyse_secteur_comme(Forme forme, const SourceSecteurs &source,
+[[nodiscard]] FicheAnalyse analyse_secteur_comme(FormeSecteur forme, const SourceSecteurs &source,
                                                  std::int64_t numero, EtatAnalyse &etat);
 
 /// The state kept for the run of the program, the viewer's.

@@ -35,7 +35,7 @@ struct Cible {
 enum class ActionBouton {
   aller,    ///< shows sector `cible.secteur`, and the form closes
   arbre,    ///< draws the B-tree (arbre_dessin.hpp)
-  entrees,  ///< makes sector `cible.secteur` current and opens `Forme::partitions_gpt` on it
+  entrees,  ///< makes sector `cible.secteur` current and opens `FormeSecteur::partitions_gpt` on it
 };
 
 constexpr std::string_view kTexteAller = ">>";
@@ -85,7 +85,7 @@ struct EtatAnalyse {
 };
 
 struct FicheAnalyse {
-  Forme forme = Forme::aucune;
+  FormeSecteur forme = FormeSecteur::aucune;
   std::string titre;
   std::vector<Onglet> onglets;  ///< one without a name where the form has no tabs
   std::vector<Bouton> boutons;  ///< below the tabs

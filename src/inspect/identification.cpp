@@ -108,32 +108,33 @@ constexpr Test kChaine[] = {
 };
 
 // No test yields 12, 13, 14 or 16; their forms are in the dispatch for a chain that would.
-constexpr std::array<Forme, kCodesSecteur> kFormes{
-    Forme::aucune,       Forme::hfsplus, Forme::mdb,        Forme::pilotes,     Forme::partition,
-    Forme::entete_arbre, Forme::feuille, Forme::iso,        Forme::chemins,     Forme::repertoire,
-    Forme::mbr,          Forme::fat,     Forme::macbinaire, Forme::applesingle, Forme::appledouble,
-    Forme::index,        Forme::gpt,
+constexpr std::array<FormeSecteur, kCodesSecteur> kFormes{
+    FormeSecteur::aucune,     FormeSecteur::hfsplus,      FormeSecteur::mdb,         FormeSecteur::pilotes,
+    FormeSecteur::partition,  FormeSecteur::entete_arbre, FormeSecteur::feuille,     FormeSecteur::iso,
+    FormeSecteur::chemins,    FormeSecteur::repertoire,   FormeSecteur::mbr,         FormeSecteur::fat,
+    FormeSecteur::macbinaire, FormeSecteur::applesingle,  FormeSecteur::appledouble, FormeSecteur::index,
+    FormeSecteur::gpt,
 };
 
 constexpr GenreAnalyse kGenres[] = {
-    {Forme::hfsplus, kCodeHfsPlus, "TSectHPP", "hfsplus-header", 3234},
-    {Forme::mdb, kCodeMdb, "TSectBD", "hfs-mdb", 3213},
-    {Forme::pilotes, kCodePilotes, "TSectER", "driver-map", 3201},
-    {Forme::partition, kCodePartition, "TSectPM", "partition-entry", 3206},
-    {Forme::entete_arbre, kCodeEnteteArbre, "TSectB", "btree-header", 3253},
-    {Forme::feuille, kCodeFeuille, "TSectND", "btree-leaf", 3286},
-    {Forme::index, kCodeIndex, "TBranche", "btree-index", 3344},
-    {Forme::iso, kCodeIso, "TSectISO", "iso-descriptor", 3266},
-    {Forme::chemins, kCodeChemins, "TPathISO", "iso-path-table", 3275},
-    {Forme::repertoire, kCodeRepertoire, "TRepISO", "iso-directory", 7520},
-    {Forme::mbr, kCodeMbr, "TMBR", "mbr", 3294},
-    {Forme::fat, kCodeFat, "TBoot", "fat-boot", 3299},
-    {Forme::gpt, kCodeGpt, "Tefi", "gpt-header", 3359},
-    {Forme::partitions_gpt, kCodeInconnu, "Tgptguid", "gpt-entries", 3380},
-    {Forme::macbinaire, kCodeMacBinaire, "TMacBin", "macbinary", 3318},
-    {Forme::applesingle, kCodeAppleSingle, "TAS", "applesingle", 3319},
-    {Forme::appledouble, kCodeAppleDouble, "TAD", "appledouble", 3320},
-    {Forme::tetes_mac, kCodeInconnu, "TTeteMac", "mac-headers", 3355},
+    {FormeSecteur::hfsplus, kCodeHfsPlus, "TSectHPP", "hfsplus-header", 3234},
+    {FormeSecteur::mdb, kCodeMdb, "TSectBD", "hfs-mdb", 3213},
+    {FormeSecteur::pilotes, kCodePilotes, "TSectER", "driver-map", 3201},
+    {FormeSecteur::partition, kCodePartition, "TSectPM", "partition-entry", 3206},
+    {FormeSecteur::entete_arbre, kCodeEnteteArbre, "TSectB", "btree-header", 3253},
+    {FormeSecteur::feuille, kCodeFeuille, "TSectND", "btree-leaf", 3286},
+    {FormeSecteur::index, kCodeIndex, "TBranche", "btree-index", 3344},
+    {FormeSecteur::iso, kCodeIso, "TSectISO", "iso-descriptor", 3266},
+    {FormeSecteur::chemins, kCodeChemins, "TPathISO", "iso-path-table", 3275},
+    {FormeSecteur::repertoire, kCodeRepertoire, "TRepISO", "iso-directory", 7520},
+    {FormeSecteur::mbr, kCodeMbr, "TMBR", "mbr", 3294},
+    {FormeSecteur::fat, kCodeFat, "TBoot", "fat-boot", 3299},
+    {FormeSecteur::gpt, kCodeGpt, "Tefi", "gpt-header", 3359},
+    {FormeSecteur::partitions_gpt, kCodeInconnu, "Tgptguid", "gpt-entries", 3380},
+    {FormeSecteur::macbinaire, kCodeMacBinaire, "TMacBin", "macbinary", 3318},
+    {FormeSecteur::applesingle, kCodeAppleSingle, "TAS", "applesingle", 3319},
+    {FormeSecteur::appledouble, kCodeAppleDouble, "TAD", "appledouble", 3320},
+    {FormeSecteur::tetes_mac, kCodeInconnu, "TTeteMac", "mac-headers", 3355},
 };
 
 }  // namespace
@@ -153,14 +154,14 @@ int identifier_secteur(std::span<const std::uint8_t> secteur, std::uint32_t nume
   return code;
 }
 
-Forme forme_de_code(int code, int mode_driver) {
-  if (code < 0 || code >= kCodesSecteur) return Forme::aucune;
+FormeSecteur forme_de_code(int code, int mode_driver) {
+  if (code < 0 || code >= kCodesSecteur) return FormeSecteur::aucune;
   const bool forme_seule = mode_driver == 1 || mode_driver == 3;
-  if ((code == kCodePilotes || code == kCodePartition) && !forme_seule) return Forme::tetes_mac;
+  if ((code == kCodePilotes || code == kCodePartition) && !forme_seule) return FormeSecteur::tetes_mac;
   return kFormes[static_cast<std::size_t>(code)];
 }
 
-Forme forme_de_code(int code) {
+FormeSecteur forme_de_code(int code) {
   return forme_de_code(code, support().mode_driver);
 }
 
@@ -168,7 +169,7 @@ std::span<const GenreAnalyse> genres_analyse() {
   return kGenres;
 }
 
-const GenreAnalyse *genre_de(Forme forme) {
+const GenreAnalyse *genre_de(FormeSecteur forme) {
   const auto *trouve =
       std::find_if(std::begin(kGenres), std::end(kGenres), [&](const auto &g) { return g.forme == forme; });
   return trouve == std::end(kGenres) ? nullptr : trouve;

@@ -40,7 +40,7 @@ constexpr int kMessageInconnu = 3200;  ///< "Unable to identify the sector."
                                      std::uint32_t numero_haut);
 
 /// The forms. The first sixteen stand for the codes; the last two are reached from others.
-enum class Forme {
+enum class FormeSecteur {
   aucune,
   hfsplus,        ///< `TSectHPP`
   mdb,            ///< `TSectBD`
@@ -64,13 +64,13 @@ enum class Forme {
 
 /// The form for a code. `mode_driver` is the medium kind word: 1 and 3 take `TSectER` and `TSectPM` for codes
 /// 3 and 4, any other `TTeteMac`. Codes that are not known give `aucune`.
-[[nodiscard]] Forme forme_de_code(int code, int mode_driver);
+[[nodiscard]] FormeSecteur forme_de_code(int code, int mode_driver);
 /// The same with the medium kind word in force.
-[[nodiscard]] Forme forme_de_code(int code);
+[[nodiscard]] FormeSecteur forme_de_code(int code);
 
 /// One row of the menu "Analyze As".
 struct GenreAnalyse {
-  Forme forme;
+  FormeSecteur forme;
   int code;                 ///< 0 for the forms that no code leads to
   std::string_view classe;  ///< class of the form
   std::string_view mot;     ///< name on a command line and in JSON
@@ -79,7 +79,7 @@ struct GenreAnalyse {
 /// All forms, in the order of the menu.
 [[nodiscard]] std::span<const GenreAnalyse> genres_analyse();
 /// The row of a form; nullptr for `aucune`.
-[[nodiscard]] const GenreAnalyse *genre_de(Forme forme);
+[[nodiscard]] const GenreAnalyse *genre_de(FormeSecteur forme);
 /// The row of that word; nullptr when there is none.
 [[nodiscard]] const GenreAnalyse *genre_nomme(std::string_view mot);
 

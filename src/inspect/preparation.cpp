@@ -58,7 +58,7 @@ void pose_arbre(const SourceSecteurs &source, const EntetePlace &entete, std::in
       cible_bloc(etat, nombre_gros(entete.octets, choisi->extents, choisi->largeur)).secteur;
   if (tete < 0 || code_secteur(source.secteur(tete), static_cast<std::uint64_t>(tete)) != kCodeEnteteArbre)
     return;
-  static_cast<void>(analyse_secteur_comme(Forme::entete_arbre, source, tete, etat));
+  static_cast<void>(analyse_secteur_comme(FormeSecteur::entete_arbre, source, tete, etat));
 }
 
 // The header of the volume at that byte, or, in a wrapper that holds the sector, of the volume in it.

@@ -6,7 +6,7 @@ namespace varnion::essai {
 
 namespace {
 
-FicheAnalyse comme(Forme forme, const std::string &nom) {
+FicheAnalyse comme(FormeSecteur forme, const std::string &nom) {
   const auto source = echantillon(nom);
   EtatAnalyse etat;
   return analyse_secteur_comme(forme, *source, 0, etat);
@@ -15,7 +15,7 @@ FicheAnalyse comme(Forme forme, const std::string &nom) {
 }  // namespace
 
 TEST(AnalyseConteneurs, macbinaire) {
-  const FicheAnalyse fiche = comme(Forme::macbinaire, "macbinary/sources_with_comment.sit.bin");
+  const FicheAnalyse fiche = comme(FormeSecteur::macbinaire, "macbinary/sources_with_comment.sit.bin");
   compare(fiche, {{"cont_fnom", "sources_with_comment.sit"},
                   {"cont_type", "SITD"},
                   {"cont_crea", "SIT!"},
@@ -26,14 +26,14 @@ TEST(AnalyseConteneurs, macbinaire) {
   EXPECT_EQ(mene(fiche, "GoR"), 2944 / 512);
   EXPECT_EQ(bouton(fiche, "GoD"), nullptr);
   // Data fork alone: nothing is shown of the other one.
-  const FicheAnalyse data = comme(Forme::macbinaire, "macbinary/no_resource_fork.bin");
+  const FicheAnalyse data = comme(FormeSecteur::macbinaire, "macbinary/no_resource_fork.bin");
   EXPECT_NE(champ(data, "cont_lgdata"), nullptr);
   EXPECT_EQ(champ(data, "cont_ress"), nullptr);
   EXPECT_EQ(champ(data, "cont_lgress"), nullptr);
 }
 
 TEST(AnalyseConteneurs, applesingle) {
-  const FicheAnalyse fiche = comme(Forme::applesingle, "applesingle/sources_with_comment.sit.as");
+  const FicheAnalyse fiche = comme(FormeSecteur::applesingle, "applesingle/sources_with_comment.sit.as");
   compare(fiche, {{"cont_type", "SITD"},
                   {"cont_crea", "SIT!"},
                   {"cont_ress", "186"},
@@ -43,16 +43,16 @@ TEST(AnalyseConteneurs, applesingle) {
   EXPECT_EQ(mene(fiche, "GoD"), 1);
   EXPECT_EQ(bouton(fiche, "GoR")->cible.secteur, 0);
   // Without entry 9 there is no type, and entry 9 behind the first sector is read where it lies.
-  EXPECT_EQ(champ(comme(Forme::applesingle, "applesingle/gshk_v1.as"), "cont_type"), nullptr);
-  const FicheAnalyse loin = comme(Forme::applesingle, "applesingle/macip.res.as");
+  EXPECT_EQ(champ(comme(FormeSecteur::applesingle, "applesingle/gshk_v1.as"), "cont_type"), nullptr);
+  const FicheAnalyse loin = comme(FormeSecteur::applesingle, "applesingle/macip.res.as");
   compare(loin, {{"cont_lgdata", "0"}, {"cont_ress", "62"}, {"cont_lgress", "1375"}, {"cont_crea", "pdos"}});
 }
 
 TEST(AnalyseConteneurs, appledouble) {
-  const FicheAnalyse fiche = comme(Forme::appledouble, "appledouble/._sources_with_comment.sit");
+  const FicheAnalyse fiche = comme(FormeSecteur::appledouble, "appledouble/._sources_with_comment.sit");
   compare(fiche, {{"cont_type", ""}, {"cont_crea", ""}, {"cont_ress", "82"}, {"cont_lgress", "368"}});
   // The data fork of AppleSingle is none of this form, even where the table names one.
-  EXPECT_EQ(champ(comme(Forme::appledouble, "applesingle/sources_with_comment.sit.as"), "cont_data"),
+  EXPECT_EQ(champ(comme(FormeSecteur::appledouble, "applesingle/sources_with_comment.sit.as"), "cont_data"),
             nullptr);
 }
 
@@ -64,7 +64,7 @@ TEST(AnalyseConteneurs, tables_abimees) {
     met_gros(secteur, 26 + 12 * i, 4, 2);
     met_gros(secteur, 26 + 12 * i + 4, 4, 1000 + i);
   }
-  const FicheAnalyse fiche = analyse(Forme::appledouble, {secteur, 0, 512, nullptr, {}});
+  const FicheAnalyse fiche = analyse(FormeSecteur::appledouble, {secteur, 0, 512, nullptr, {}});
   ASSERT_EQ(fiche.onglets.size(), 1U);
   EXPECT_EQ(fiche.onglets[0].champs.size(), 2U);
   EXPECT_EQ(valeur(fiche, "cont_ress"), "1039");

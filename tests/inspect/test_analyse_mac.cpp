@@ -44,7 +44,7 @@ TEST_F(AnalyseMac, hfs_de_hformat) {
   const auto source = echantillon("hfs/hformat_800k.hfs");
   EtatAnalyse etat;
   const FicheAnalyse mdb = analyse_secteur(*source, 2, etat);
-  EXPECT_EQ(mdb.forme, Forme::mdb);
+  EXPECT_EQ(mdb.forme, FormeSecteur::mdb);
   compare(mdb, {{"cont_sign", "BD"},
                 {"cont_tblocs", "512"},
                 {"cont_nblibre", "1521"},
@@ -65,7 +65,7 @@ TEST_F(AnalyseMac, hfs_de_hformat) {
 
   const std::int64_t catalogue = mene(mdb, "go_poscat1");
   const FicheAnalyse entete = analyse_secteur(*source, catalogue, etat);
-  EXPECT_EQ(entete.forme, Forme::entete_arbre);
+  EXPECT_EQ(entete.forme, FormeSecteur::entete_arbre);
   compare(entete, {{"cont_taille", "512"}, {"cont_nbtot", "36"}, {"cont_hauteur", "3"}, {"cont_topo", "0"}});
   EXPECT_EQ(mene(entete, "go_topo"), -1);
   EXPECT_EQ(etat.debut_arbre, catalogue);
@@ -75,7 +75,7 @@ TEST_F(AnalyseMac, hfs_de_hformat) {
 
   // The root is an index node, and each of its rows leads to a node of the level below.
   const FicheAnalyse racine = analyse_secteur(*source, mene(entete, "go_racine"), etat);
-  EXPECT_EQ(racine.forme, Forme::index);
+  EXPECT_EQ(racine.forme, FormeSecteur::index);
   compare(racine, {{"cont_type", "0"}, {"cont_niveau", "3"}, {"cont_amont", "0"}, {"cont_aval", "0"}});
   ASSERT_EQ(racine.onglets.size(), 2U);
   for (const Ligne &ligne : racine.onglets[1].lignes) {
@@ -102,7 +102,7 @@ TEST_F(AnalyseMac, feuille_hfs_faite_par_hfsutils) {
   compare(mdb, {{"cont_label", "Essai"}, {"cont_nbfic", "1"}, {"cont_nbrep", "1"}, {"cont_nbfrac", "1"}});
   const FicheAnalyse entete = analyse_secteur(*source, mene(mdb, "go_poscat1"), etat);
   const FicheAnalyse feuille = analyse_secteur(*source, mene(entete, "go_prem"), etat);
-  ASSERT_EQ(feuille.forme, Forme::feuille);
+  ASSERT_EQ(feuille.forme, FormeSecteur::feuille);
   EXPECT_EQ(valeur(feuille, "cont_type"), "255");
   EXPECT_EQ(valeur(feuille, "cont_niveau"), "1");
   EXPECT_EQ(valeur(feuille, "cont_nbrub"), "5");
@@ -135,7 +135,7 @@ TEST_F(AnalyseMac, hfsplus_de_l_echantillon) {
   const auto source = echantillon("apm/hfsplus_gpt.raw.gz");
   EtatAnalyse etat;
   const FicheAnalyse entete = analyse_secteur(*source, 42, etat);
-  EXPECT_EQ(entete.forme, Forme::hfsplus);
+  EXPECT_EQ(entete.forme, FormeSecteur::hfsplus);
   compare(entete, {{"cont_sign", "H+"},
                    {"cont_last", "10.0"},
                    {"cont_tblocs", "4096"},
@@ -151,7 +151,7 @@ TEST_F(AnalyseMac, hfsplus_de_l_echantillon) {
   const std::uint32_t taille = etat.taille_noeud;
 
   const FicheAnalyse arbre = analyse_secteur(*source, mene(entete, "go_poscat1"), etat);
-  ASSERT_EQ(arbre.forme, Forme::entete_arbre);
+  ASSERT_EQ(arbre.forme, FormeSecteur::entete_arbre);
   EXPECT_EQ(valeur(arbre, "cont_taille"), std::to_string(taille));
   const auto toutes = rangees(*source, etat.debut_arbre, EtatDessin::entier);
   EXPECT_EQ(compte(toutes, IconeArbre::fichier), 16U);
@@ -178,7 +178,7 @@ TEST_F(AnalyseMac, arbre_de_deux_niveaux) {
   }
   // The form of a node shows the same rows: one for each record, but two or none for a file.
   const FicheAnalyse index = analyse_secteur(*source, mene(arbre, "go_racine"), etat);
-  EXPECT_EQ(index.forme, Forme::index);
+  EXPECT_EQ(index.forme, FormeSecteur::index);
   EXPECT_EQ(lignes(index).size(), compte(toutes, IconeArbre::index));
 }
 
@@ -214,16 +214,16 @@ TEST_F(AnalyseMac, carte_apple) {
   const auto source = echantillon("apm/made_apm_hfs.img.gz");
   EtatAnalyse etat;
   const FicheAnalyse tete = analyse_secteur(*source, 0, etat);
-  EXPECT_EQ(tete.forme, Forme::pilotes);
+  EXPECT_EQ(tete.forme, FormeSecteur::pilotes);
   compare(tete, {{"cont_sign", "ER"}, {"cont_taille", "512"}});
   const FicheAnalyse premiere = analyse_secteur(*source, 1, etat);
-  EXPECT_EQ(premiere.forme, Forme::partition);
+  EXPECT_EQ(premiere.forme, FormeSecteur::partition);
   EXPECT_EQ(valeur(premiere, "cont_type"), "Apple_partition_map");
   EXPECT_TRUE(premiere.boutons.empty());
   std::string type;
   for (std::int64_t n = 2; n < 8 && type != "Apple_HFS"; ++n) {
     const FicheAnalyse entree = analyse_secteur(*source, n, etat);
-    ASSERT_EQ(entree.forme, Forme::partition) << n;
+    ASSERT_EQ(entree.forme, FormeSecteur::partition) << n;
     type = valeur(entree, "cont_type");
     if (type != "Apple_HFS") continue;
     EXPECT_EQ(valeur(entree, "cont_debut"), "64");
@@ -231,11 +231,11 @@ TEST_F(AnalyseMac, carte_apple) {
     EXPECT_EQ(mene(entree, "Go2"), 66);
     EXPECT_TRUE(bouton(entree, "Go2")->choisi);
     EXPECT_EQ(mene(entree, "But_Altern"), 64 + std::stoi(valeur(entree, "cont_lgsect")) - 2);
-    EXPECT_EQ(analyse_secteur(*source, mene(entree, "Go2"), etat).forme, Forme::mdb);
+    EXPECT_EQ(analyse_secteur(*source, mene(entree, "Go2"), etat).forme, FormeSecteur::mdb);
   }
   EXPECT_EQ(type, "Apple_HFS");
 
-  const FicheAnalyse tetes = analyse_secteur_comme(Forme::tetes_mac, *source, 0, etat);
+  const FicheAnalyse tetes = analyse_secteur_comme(FormeSecteur::tetes_mac, *source, 0, etat);
   ASSERT_GE(tetes.onglets.size(), 3U);
   EXPECT_EQ(tetes.onglets[0].titre, "ER");
   EXPECT_EQ(tetes.onglets[1].titre, "PM 1");
@@ -248,12 +248,12 @@ TEST_F(AnalyseMac, volume_inclus) {
   met(mdb, 0, "BD");
   met_gros(mdb, 0x14, 4, 4096);  // block size
   met_gros(mdb, 0x1C, 2, 16);    // drAlBlSt
-  FicheAnalyse fiche = analyse(Forme::mdb, {mdb, 66, 512, nullptr, {}});
+  FicheAnalyse fiche = analyse(FormeSecteur::mdb, {mdb, 66, 512, nullptr, {}});
   EXPECT_EQ(fiche.onglets.size(), 4U);
   met(mdb, 0x7C, "H+");
   met_gros(mdb, 0x7E, 2, 5);
   met_gros(mdb, 0x80, 2, 321);
-  fiche = analyse(Forme::mdb, {mdb, 66, 512, nullptr, {}});
+  fiche = analyse(FormeSecteur::mdb, {mdb, 66, 512, nullptr, {}});
   ASSERT_EQ(fiche.onglets.size(), 5U);
   compare(fiche, {{"cont_nbhpp", "321"}, {"cont_poshpp", "5"}});
   EXPECT_EQ(fiche.etat.base_blocs, 66 + 16 - 2);
@@ -271,7 +271,7 @@ TEST_F(AnalyseMac, tailles_de_fourches) {
   for (const std::size_t place : {0x70, 0xC0, 0x110, 0x160, 0x1B0}) met_gros(entete, place, 8, grand);
   met_gros(entete, 0x160 + 16, 4, 7);
   met_gros(entete, 0x160 + 20, 4, 3);
-  const FicheAnalyse fiche = analyse(Forme::hfsplus, {entete, 2, 512, nullptr, {}});
+  const FicheAnalyse fiche = analyse(FormeSecteur::hfsplus, {entete, 2, 512, nullptr, {}});
   compare(fiche, {{"cont_tfat", "4886718345"},
                   {"cont_text", "4886718345"},
                   {"cont_tcat", "4886718345"},
@@ -290,7 +290,7 @@ TEST_F(AnalyseMac, noeud_suivant_de_la_carte) {
   met_gros(noeud, 0, 4, 3);
   met_gros(noeud, 14 + 2, 4, 3);
   met_gros(noeud, 14 + 18, 2, 4096);
-  const FicheAnalyse fiche = analyse(Forme::entete_arbre, {noeud, 100, 2048, nullptr, {}});
+  const FicheAnalyse fiche = analyse(FormeSecteur::entete_arbre, {noeud, 100, 2048, nullptr, {}});
   EXPECT_EQ(mene(fiche, "go_racine"), 100 + 3 * 2);
   EXPECT_EQ(mene(fiche, "go_topo"), 100 + 3 * 8);
 }

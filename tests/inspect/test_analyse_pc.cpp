@@ -69,7 +69,7 @@ TEST_F(AnalyseIso, descripteur_table_et_repertoire) {
   fait("");
   EtatAnalyse etat;
   const FicheAnalyse descripteur = analyse_secteur(*source, 64, etat);
-  EXPECT_EQ(descripteur.forme, Forme::iso);
+  EXPECT_EQ(descripteur.forme, FormeSecteur::iso);
   EXPECT_EQ(descripteur.titre, "ISO 9660 Volume Descriptor");
   EXPECT_EQ(valeur(descripteur, "cont_volid"), champ_isoinfo("Volume id"));
   EXPECT_EQ(valeur(descripteur, "cont_long"), champ_isoinfo("Volume size is"));
@@ -78,13 +78,13 @@ TEST_F(AnalyseIso, descripteur_table_et_repertoire) {
   // Both tables say the same; the names and numbers are those of isoinfo.
   for (const char *nom : {"go_pthtab", "go_pthtab2"}) {
     const FicheAnalyse table = analyse_secteur(*source, mene(descripteur, nom), etat);
-    EXPECT_EQ(table.forme, Forme::chemins);
+    EXPECT_EQ(table.forme, FormeSecteur::chemins);
     EXPECT_EQ(table.titre, "ISO 9660 Path Table");
     EXPECT_EQ(lignes(table), table_isoinfo(""));
     EXPECT_EQ(lignes(table).size(), 4U);
   }
   const FicheAnalyse racine = analyse_secteur(*source, mene(descripteur, "go_root"), etat);
-  ASSERT_EQ(racine.forme, Forme::repertoire);
+  ASSERT_EQ(racine.forme, FormeSecteur::repertoire);
   EXPECT_EQ(racine.titre, "ISO 9660 Path Table");
   ASSERT_EQ(racine.onglets.size(), 1U);
   // The record of the root as its own parent points at the directory itself and is left out; a folder named
@@ -115,7 +115,7 @@ TEST_F(AnalyseIso, joliet) {
   for (const std::string &ligne : lignes(table)) noms.push_back(ligne.substr(0, ligne.find('|')));
   EXPECT_EQ(noms, (std::vector<std::string>{"Root", "A", "SOUS", "FOND"}));
   const FicheAnalyse racine = analyse_secteur(*source, mene(descripteur, "go_root"), etat);
-  ASSERT_EQ(racine.forme, Forme::repertoire);
+  ASSERT_EQ(racine.forme, FormeSecteur::repertoire);
   EXPECT_EQ(racine.titre, "Joliet Path Table");
   noms.clear();
   for (const std::string &ligne : fichiers(racine)) noms.push_back(ligne.substr(0, ligne.find('|')));
@@ -182,7 +182,7 @@ TEST(AnalysePc, mbr) {
       met_petit(secteur, place + 12, 4, disque[i].longueur);
       if (disque[i].ligne != nullptr) attendues.emplace_back(disque[i].ligne);
     }
-    const FicheAnalyse fiche = analyse(Forme::mbr, {secteur, 0, 512, nullptr, {}});
+    const FicheAnalyse fiche = analyse(FormeSecteur::mbr, {secteur, 0, 512, nullptr, {}});
     EXPECT_EQ(lignes(fiche), attendues);
     EXPECT_EQ(valeur(fiche, "cont_sign"), "0xAA55");
     EXPECT_EQ(fiche.onglets[0].lignes[0].cible->secteur, disque[0].debut);
@@ -267,7 +267,7 @@ TEST(AnalysePc, amorces) {
        786432},
   };
   for (const Cas &c : cas) {
-    const FicheAnalyse fiche = analyse(Forme::fat, {c.secteur, 63, 512, nullptr, {}});
+    const FicheAnalyse fiche = analyse(FormeSecteur::fat, {c.secteur, 63, 512, nullptr, {}});
     compare(fiche, c.attendus);
     EXPECT_EQ(mene(fiche, "go_racine"), c.racine);
     EXPECT_EQ(onglets(fiche), (std::vector<std::string>{"TabBoot1", "TabBoot2"}));
@@ -280,8 +280,8 @@ TEST(AnalysePc, gpt_de_l_echantillon) {
   EtatAnalyse etat;
   const FicheAnalyse mbr = analyse_secteur(*source, 0, etat);
   EXPECT_EQ(lignes(mbr), (std::vector<std::string>{"EFI/GPT Partition|1|3835 (0xefb)"}));
-  EXPECT_EQ(analyse_secteur(*source, 1, etat).forme, Forme::aucune);
-  const FicheAnalyse tete = analyse_secteur_comme(Forme::gpt, *source, 1, etat);
+  EXPECT_EQ(analyse_secteur(*source, 1, etat).forme, FormeSecteur::aucune);
+  const FicheAnalyse tete = analyse_secteur_comme(FormeSecteur::gpt, *source, 1, etat);
   compare(tete, {{"cont_sign", "EFI PART"},
                  {"cont_revision", "65536"},
                  {"cont_sztete", "92"},
@@ -294,7 +294,7 @@ TEST(AnalysePc, gpt_de_l_echantillon) {
   ASSERT_NE(entrees, nullptr);
   EXPECT_EQ(entrees->action, ActionBouton::entrees);
   const FicheAnalyse liste =
-      analyse_secteur_comme(Forme::partitions_gpt, *source, entrees->cible.secteur, etat);
+      analyse_secteur_comme(FormeSecteur::partitions_gpt, *source, entrees->cible.secteur, etat);
   ASSERT_EQ(onglets(liste), (std::vector<std::string>{"Tab1"}));
   EXPECT_EQ(liste.onglets[0].titre, "Part. 1");
   compare(liste, {{"cont_guid11", "{48465300-0000-11aa-AA11-00306543ECAC}"},
@@ -322,7 +322,7 @@ TEST(AnalysePc, entrees_gpt) {
   guid(256, 0x41424344, 0xB9E5, 0x11AA, autre);  // one piece agrees
   met_petit(secteur, 256 + 32, 8, 0x500000007);
   guid(384 + 16, 1, 2, 3, autre);  // type GUID of zeros: not used
-  const FicheAnalyse fiche = analyse(Forme::partitions_gpt, {secteur, 2, 512, nullptr, {}});
+  const FicheAnalyse fiche = analyse(FormeSecteur::partitions_gpt, {secteur, 2, 512, nullptr, {}});
   EXPECT_EQ(onglets(fiche), (std::vector<std::string>{"Tab1", "Tab2", "Tab3"}));
   compare(fiche, {{"cont_partclair1", "UFS"},
                   {"cont_guid12", "{ebd0a0a2-b9e5-4433-87C0-68B6B72699C7}"},

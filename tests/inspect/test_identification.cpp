@@ -108,9 +108,9 @@ TEST(Identification, repartition) {
       EXPECT_EQ(genre->code, code);
     }
     const bool tetes = code == 3 || code == 4;
-    EXPECT_EQ(forme_de_code(code, 2) == Forme::tetes_mac, tetes) << code;
+    EXPECT_EQ(forme_de_code(code, 2) == FormeSecteur::tetes_mac, tetes) << code;
   }
-  for (const int code : {-1, 0, 17, 1000}) EXPECT_EQ(forme_de_code(code, 3), Forme::aucune);
+  for (const int code : {-1, 0, 17, 1000}) EXPECT_EQ(forme_de_code(code, 3), FormeSecteur::aucune);
 }
 
 // Each row of the menu can be told from the others, has its texts, and shows a form of its own.

@@ -237,11 +237,11 @@ int commande_analyze(ContexteCli &contexte) {
   const GenreAnalyse *voulu = genre_nomme(arguments.valeur("as"));
   const FicheAnalyse fiche = voulu != nullptr ? analyse_secteur_comme(voulu->forme, source, numero, etat)
                                               : analyse_secteur(source, numero, etat);
-  if (fiche.forme == Forme::aucune) {
+  if (fiche.forme == FormeSecteur::aucune) {
     operations().afficher_erreur(charger_chaine(kMessageInconnu));
     return kEchec;
   }
-  if (arguments.a("tree") && fiche.forme == Forme::entete_arbre)
+  if (arguments.a("tree") && fiche.forme == FormeSecteur::entete_arbre)
     return montre_arbre(contexte, ouverte, numero);
   if (arguments.a("json"))
     montre_json(contexte, fiche, numero);

@@ -64,7 +64,7 @@ class TMacDump final : public QDialog {
   void dernier();
   void precedent();
   void analyse();
-  void analyse_comme(Forme forme);
+  void analyse_comme(FormeSecteur forme);
   void suit_fiche(FicheAnalyse fiche);
   void enregistre();
   void enregistre_choix(QWidget *forme, const DemandeSegment &demande);

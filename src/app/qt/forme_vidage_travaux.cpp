@@ -131,20 +131,20 @@ void TMacDump::analyse() {
   suit_fiche(analyse_secteur(*source_, courant_, etat_analyse()));
 }
 
-void TMacDump::analyse_comme(Forme forme) {
+void TMacDump::analyse_comme(FormeSecteur forme) {
   suit_fiche(analyse_secteur_comme(forme, *source_, courant_, etat_analyse()));
 }
 
 // The sector that a form leads to; the entries of a GUID table are a form of their own.
 void TMacDump::suit_fiche(FicheAnalyse fiche) {
-  if (fiche.forme == Forme::aucune) return operations().afficher_erreur(charger_chaine(kInconnu));
-  while (fiche.forme != Forme::aucune) {
+  if (fiche.forme == FormeSecteur::aucune) return operations().afficher_erreur(charger_chaine(kInconnu));
+  while (fiche.forme != FormeSecteur::aucune) {
     const auto bouton = montre_fiche(this, fiche, *source_);
     if (!bouton) return;
     pages_->setCurrentIndex(0);
     afficher_secteur(bouton->cible.secteur);
     if (bouton->action != ActionBouton::entrees) return;
-    fiche = analyse_secteur_comme(Forme::partitions_gpt, *source_, courant_, etat_analyse());
+    fiche = analyse_secteur_comme(FormeSecteur::partitions_gpt, *source_, courant_, etat_analyse());
   }
 }
 
