@@ -24,7 +24,6 @@ constexpr int kNomTropLong = 6524;
 constexpr std::size_t kReponseMax = 1024;  // bytes of an answer
 constexpr int kEssaisReponse = 100;        // wrong answers in a row before the question counts as refused
 
-constexpr std::string_view kPrefixe = "varnion-cli: ";
 constexpr std::string_view kRetrait = "  ";
 
 std::string_view sans_lignes_vides(std::string_view texte) {
@@ -84,7 +83,7 @@ void Console::ligne(std::string_view texte) {
 
 void Console::message_prefixe(std::string_view texte) {
   barre({});
-  ecrit(std::string(kPrefixe) + lignes_rentrees(texte) + "\n");
+  ecrit(options.programme + ": " + lignes_rentrees(texte) + "\n");
 }
 
 void Console::afficher_erreur(std::string_view texte) {

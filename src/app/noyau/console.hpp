@@ -19,6 +19,7 @@ struct OptionsConsole {
   bool interroge = false;   ///< questions are asked; else they answer themselves
   bool terminal = false;    ///< the message stream is a terminal: a bar can be drawn in place
   int colonnes = 80;
+  std::string programme = "varnion-cli";  ///< ahead of each message
 };
 
 class Console final : public Operations {

@@ -33,6 +33,7 @@ bool est_commande(const std::string &mot) {
 
 int lance_commande(const std::vector<std::string> &mots) {
   OptionsConsole terminal;
+  terminal.programme = "varnion";
   terminal.terminal = ::isatty(STDERR_FILENO) == 1;
   return ligne_commande(mots, terminal, std::cin, std::cout, std::cerr);
 }
