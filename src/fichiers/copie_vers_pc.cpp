@@ -252,7 +252,10 @@ bool CopieVersPc::convertit_police(const FichierCopie &fichier, const DossierSor
   // A file in which no font was found is copied as it is: nothing of it may be lost.
   if (resultat == ResultatPolice::aucune) return false;
   const bool faite = resultat == ResultatPolice::convertie;
-  if (faite) ++bilan_.fichiers;
+  if (faite) {
+    ++bilan_.fichiers;
+    bilan_.octets += fichier.element.rsrc.longueur;
+  }
   ++(faite ? bilan_.copies : bilan_.echecs);
   return true;
 }
