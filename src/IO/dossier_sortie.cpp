@@ -64,6 +64,13 @@ bool DossierSortie::est_le_fichier(const std::string &nom, const Fichier &fichie
          ::fstat(fichier.descripteur(), &la) == 0 && ici.st_dev == la.st_dev && ici.st_ino == la.st_ino;
 }
 
+bool DossierSortie::remplacable(const std::string &nom) const {
+  struct stat fiche {};
+  if (::fstatat(dossier_.descripteur(), nom.c_str(), &fiche, 0) != 0) return errno == ENOENT;
+  errno = S_ISDIR(fiche.st_mode) ? EISDIR : ENXIO;
+  return S_ISREG(fiche.st_mode);
+}
+
 bool DossierSortie::est_dossier(const std::string &nom) const {
   struct stat fiche {};
   return ::fstatat(dossier_.descripteur(), nom.c_str(), &fiche, 0) == 0 && S_ISDIR(fiche.st_mode);

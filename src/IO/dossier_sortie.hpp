@@ -32,6 +32,9 @@ class DossierSortie {
   [[nodiscard]] bool existe(const std::string &nom) const;
   /// True when the name stands for the open file.
   [[nodiscard]] bool est_le_fichier(const std::string &nom, const Fichier &fichier) const;
+  /// True when a new file may take the place of what has the name: a plain file, a link to one or to
+  /// nothing. A folder (EISDIR), a device, a pipe or a socket (ENXIO) stay.
+  [[nodiscard]] bool remplacable(const std::string &nom) const;
   /// True when the name stands for a folder.
   [[nodiscard]] bool est_dossier(const std::string &nom) const;
   /// Bytes free for the user; nullopt when unknown.

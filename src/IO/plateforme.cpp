@@ -102,6 +102,14 @@ int refus(const struct stat &fiche) {
   return S_ISDIR(fiche.st_mode) ? EISDIR : ENXIO;
 }
 
+// True for a device, a pipe or a socket, which the system would let a file replace.
+bool garde_sa_place(const std::string &utf8) {
+  struct stat fiche {};
+  if (::stat(utf8.c_str(), &fiche) != 0 || refus(fiche) != ENXIO) return false;
+  errno = ENXIO;
+  return true;
+}
+
 // Looks before it opens, since opening a device acts on it; looks again at what was opened. O_NONBLOCK keeps
 // a pipe that comes in between from stopping the program. `regulier`: the first look was taken already.
 Fichier ouvre_utf8(const std::string &utf8, int mode, bool regulier = false) {
@@ -261,7 +269,7 @@ bool renomme(std::string_view ancien, std::string_view nouveau) {
   const auto de = resout_existant(ancien);
   if (!de) return false;
   auto vers = resout_a_creer(nouveau);
-  if (!vers) return false;
+  if (!vers || (vers->existe && garde_sa_place(vers->utf8))) return false;
   const bool meme = vers->existe && meme_inode(de->utf8, vers->utf8);
   if (meme) {  // most often a change of case alone, where the look-up found the file itself
     vers->nom = derniere_composante(nouveau);

@@ -58,13 +58,7 @@ void SortieConteneur::verse(const FluxFourche &fourche) {
 
 CibleFichier::CibleFichier(const DossierSortie &dossier, std::string nom, bool remplace)
     : dossier_(dossier), nom_(std::move(nom)), fichier_(dossier.cree(nom_)) {
-  if (remplace && !fichier_.ouvert() && errno == EEXIST) {
-    if (dossier_.est_dossier(nom_)) {
-      errno = EISDIR;
-    } else {
-      ouvre_provisoire();
-    }
-  }
+  if (remplace && !fichier_.ouvert() && errno == EEXIST && dossier_.remplacable(nom_)) ouvre_provisoire();
   faite_ = fichier_.ouvert();
 }
 

@@ -104,7 +104,8 @@ void lit_taille_noeud(const ContexteAnalyse &contexte, EtatAnalyse &etat) {
   const auto bloc = nombre_gros(contexte.secteur, kPremierCatalogue, 4);
   std::vector<std::uint8_t> entete(contexte.taille_secteur);
   const std::int64_t secteur = cible_bloc(etat, bloc).secteur;
-  if (secteur > contexte.source->dernier_secteur() || !contexte.source->lire_secteurs(entete, secteur))
+  if (secteur < 0 || secteur > contexte.source->dernier_secteur() ||
+      !contexte.source->lire_secteurs(entete, secteur))
     return;
   etat.taille_noeud = static_cast<std::uint32_t>(nombre_gros(entete, kTailleNoeud, 2));
 }
@@ -171,7 +172,7 @@ void tetes_mac(const ContexteAnalyse &contexte, FicheAnalyse &fiche) {
   constexpr std::size_t kEntrees = 4;
   const auto lit = [&](std::uint64_t position) {
     std::vector<std::uint8_t> secteur(contexte.taille_secteur);
-    if (contexte.source != nullptr) contexte.source->lire(secteur, position);
+    if (contexte.source != nullptr) static_cast<void>(contexte.source->lire(secteur, position));
     return secteur;
   };
   const std::vector<std::uint8_t> tete = lit(0);

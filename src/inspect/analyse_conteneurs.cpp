@@ -55,8 +55,8 @@ void ajoute_finder(const ContexteAnalyse &contexte, std::uint32_t position, std:
     return ajoute_signature(contexte.secteur, position, champs);
   std::vector<std::uint8_t> octets(kSignature);
   if (contexte.source != nullptr && contexte.numero >= 0)
-    contexte.source->lire(octets,
-                          static_cast<std::uint64_t>(contexte.numero) * contexte.taille_secteur + position);
+    static_cast<void>(contexte.source->lire(
+        octets, static_cast<std::uint64_t>(contexte.numero) * contexte.taille_secteur + position));
   ajoute_signature(octets, 0, champs);
 }
 

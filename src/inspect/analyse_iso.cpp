@@ -155,7 +155,10 @@ void repertoire(const ContexteAnalyse &contexte, FicheAnalyse &fiche) {
       static_cast<std::uint64_t>(contexte.numero) / (contexte.taille_secteur == 512 ? 4 : 1);
   for (std::size_t place = 0; place < octets.size();) {
     const std::size_t longueur = octets[place];
-    if (longueur == 0) {
+    // What is shorter than any record ends the sector as a length of 0 does: were it stepped over, a damaged
+    // directory would have a row for each of its bytes.
+    if (longueur <= kDebutNomRepertoire) {
+      fiche.entiere &= longueur == 0;
       place = (place / kSecteurIso + 1) * kSecteurIso;
       continue;
     }

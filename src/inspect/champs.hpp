@@ -90,7 +90,7 @@ struct FicheAnalyse {
   std::vector<Onglet> onglets;  ///< one without a name where the form has no tabs
   std::vector<Bouton> boutons;  ///< below the tabs
   EtatAnalyse etat;             ///< to be kept: the state behind the opening of the form
-  /// False when a list ends early because the source does.
+  /// False when a list lacks rows, because the source ends or a record is damaged.
   bool entiere = true;
 };
 

@@ -160,6 +160,15 @@ TEST_F(Dossiers, AucunPeripheriqueNeSOuvre) {
     EXPECT_EQ(errno, EISDIR);
   }
   EXPECT_FALSE(cherche_fichier(bac + "pipe"));
+  // Nor does a file take the place of one, or of a link to one.
+  pose("file", "x");
+  std::filesystem::create_symlink("pipe", bac + "link");
+  for (const char *nom : {"pipe", "link"}) {
+    EXPECT_FALSE(renomme(bac + "file", bac + nom));
+    EXPECT_EQ(errno, ENXIO);
+    EXPECT_TRUE(std::filesystem::is_fifo(bac + nom));
+  }
+  EXPECT_EQ(contenu("file"), "x");
 }
 
 TEST_F(Dossiers, CheminsImpossibles) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <regex>
@@ -241,6 +242,13 @@ TEST_F(Inspection, Refusals) {
   echoue({"dump", "court", "--resource"}, 2, "--resource");
   echoue({"dump", "court", "--search", "0x1"}, 2, "0x1");
   echoue({"dump", "court", "--radix", "8"}, 2, "10|16");
+  echoue({"dump", "court", "--search", std::string(100000, 'z')}, 1, "zzz...");
+  echoue({"dump", "court", "--search", "\xE6\x97\xA5\xE6\x9C\xAC"}, 2, "searched as bytes");
+  // Not even by force does a file take the place of a pipe.
+  ASSERT_EQ(::mkfifo((d + "tube").c_str(), 0600), 0);
+  echoue({"dump", "court", "--save", "tube", "-f"}, 1, "a device or a pipe");
+  echoue({"master", "zeros", "-o", "tube", "-f"}, 1, "a device or a pipe");
+  EXPECT_TRUE(std::filesystem::is_fifo(d + "tube"));
   echoue({"analyze", "court"}, 2, "--sector");
   echoue({"analyze", "court", "--sector", "0-1"}, 2, "0-1");
   echoue({"analyze", "court", "--sector", "9"}, 1, "There is no sector 9");

@@ -154,6 +154,24 @@ TEST_F(AnalyseIso, secteurs_de_2048) {
   EXPECT_EQ(fichiers(racine).size(), 2U);
 }
 
+// Lengths that no record has: the sector ends there, the next one is read all the same.
+TEST(AnalysePc, repertoire_abime) {
+  Octets octets(std::size_t{3} * 2048, 1);
+  for (const std::size_t place : {0U, 34U, 4096U}) {
+    std::fill_n(octets.begin() + static_cast<std::ptrdiff_t>(place), 34, std::uint8_t{0});
+    met_petit(octets, place, 1, 34);
+    met_petit(octets, place + 2, 4, 100 + place);
+    met_petit(octets, place + 10, 4, octets.size());
+    met_petit(octets, place + 32, 1, 1);
+  }
+  const auto source = source_octets(octets, "abime");
+  EtatAnalyse etat;
+  const FicheAnalyse fiche = analyse_secteur_comme(FormeSecteur::repertoire, *source, 0, etat);
+  EXPECT_EQ(lignes(fiche),
+            (std::vector<std::string>{"Parent|6144|100", "Parent|6144|134", "Parent|6144|4196"}));
+  EXPECT_FALSE(fiche.entiere);
+}
+
 TEST(AnalysePc, mbr) {
   struct Entree {
     std::uint8_t type;

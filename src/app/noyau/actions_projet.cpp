@@ -25,6 +25,7 @@ constexpr int kNomImpossible = 6546;
 constexpr int kLabelTropLong = 6547;
 constexpr int kImageFaite = 6548;
 constexpr int kImageIncomplete = 6549;
+constexpr int kAppareil = 6988;
 
 constexpr std::size_t kCheminMessage = 200;
 constexpr std::size_t kLabelIsoMax = 16;
@@ -47,6 +48,11 @@ std::optional<ElementTrouve> trouve_niveau(const FichierProjet &projet, std::uin
   for (const int essai : {vue, int{kVueRacine}, int{kVueIso}, int{kVueHfs}})
     if (auto enfant = trouve_enfant(projet, pere, nom, essai)) return enfant;
   return std::nullopt;
+}
+
+// A device, a pipe or a socket: such a thing is neither opened nor replaced.
+bool est_appareil(const std::string &chemin) {
+  return plateforme::existe(chemin) && !plateforme::ouvre(chemin, Ouverture::lecture) && errno == ENXIO;
 }
 
 bool label_tient(const std::string &label, std::size_t limite, int vue) {
@@ -107,6 +113,10 @@ bool enregistre_projet(FichierProjet &projet) {
 }
 
 bool cible_libre(const std::string &chemin, bool force) {
+  if (est_appareil(chemin)) {
+    operations().afficher_erreur(message(kAppareil, {tronque_chemin(chemin, kCheminMessage)}));
+    return false;
+  }
   if (force || !plateforme::existe(chemin)) return true;
   operations().afficher_erreur(message(kExisteDeja, {tronque_chemin(chemin, kCheminMessage)}));
   return false;

@@ -45,7 +45,7 @@ namespace varnion {
                                                        std::optional<bool> hfsplus = {});
 /// Saves the head and closes.
 [[nodiscard]] bool enregistre_projet(FichierProjet &projet);
-/// False, after a message, when the file is there and `force` is not set.
+/// False, after a message, when the file is there and `force` is not set, or when it is a device or a pipe.
 [[nodiscard]] bool cible_libre(const std::string &chemin, bool force);
 
 // --- content

@@ -1,5 +1,6 @@
 // "dump": the bytes of a file, an image or a fork; search and saving.
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -25,6 +26,8 @@ constexpr int kSecteurAbsent = 6979;  // number, file
 constexpr int kTrouve = 6982;         // sector, byte of it, position
 constexpr int kIllisible = 6983;      // file
 constexpr int kMotifFaux = 6985;      // what was typed
+constexpr int kHorsCode = 6989;       // what was typed
+constexpr std::size_t kMotifMontre = 80;
 
 /// What a run of the command is about.
 struct Vidage {
@@ -50,6 +53,11 @@ int erreur(int statut, const std::string &texte) {
   return statut;
 }
 
+// What was typed, for a message.
+std::string abrege(const std::string &texte) {
+  return texte.size() <= kMotifMontre ? texte : texte.substr(0, kMotifMontre) + "...";
+}
+
 int lit_plage(Vidage &v) {
   const SourceSecteurs &source = *v.ouverte.source;
   const std::uint64_t dernier = source.nb_secteurs() - 1;
@@ -62,7 +70,7 @@ int lit_plage(Vidage &v) {
   }
   const std::string texte = arguments.valeur("sector");
   const auto plage = lit_plage_secteurs(texte, v.aspect.radix, dernier);
-  if (!plage) return erreur(kUsage, message(kPlageFausse, {plateforme::utf8_vers_texte(texte)}));
+  if (!plage) return erreur(kUsage, message(kPlageFausse, {abrege(plateforme::utf8_vers_texte(texte))}));
   for (const std::uint64_t n : {plage->premier, plage->dernier})
     if (n > dernier)
       return erreur(kEchec,
@@ -90,11 +98,14 @@ int montre(Vidage &v) {
 int cherche_tout(Vidage &v) {
   const SourceSecteurs &source = *v.ouverte.source;
   const std::string utf8 = v.contexte.arguments.valeur("search");
-  const auto texte = texte_argument(utf8);
-  if (!texte) return kEchec;
+  const std::string texte = plateforme::utf8_vers_texte(utf8);
+  const std::string montre = abrege(texte);
+  // A character that the code page lacks came out as one "?" more than was typed.
+  if (std::count(texte.begin(), texte.end(), '?') != std::count(utf8.begin(), utf8.end(), '?'))
+    return erreur(kUsage, message(kHorsCode, {montre}));
   DemandeRecherche demande;
-  const auto motif = motif_recherche(*texte);
-  if (!motif) return erreur(kUsage, message(kMotifFaux, {*texte}));
+  const auto motif = motif_recherche(texte);
+  if (!motif) return erreur(kUsage, message(kMotifFaux, {montre}));
   const std::uint64_t pas = source.taille_secteur();
   demande.motif = *motif;
   demande.depuis = v.plage.premier * pas;
@@ -114,7 +125,7 @@ int cherche_tout(Vidage &v) {
   if (fin.etat == EtatRecherche::arrete || operations().arret_demande())
     return erreur(kEchec, charger_chaine(kArrete));
   if (fin.etat == EtatRecherche::illisible) return erreur(kEchec, message(kIllisible, {v.ouverte.nom}));
-  return fin.nombre > 0 ? kFait : erreur(kEchec, charger_chaine(kPasTrouve) + *texte);
+  return fin.nombre > 0 ? kFait : erreur(kEchec, charger_chaine(kPasTrouve) + montre);
 }
 
 int enregistre(Vidage &v) {
