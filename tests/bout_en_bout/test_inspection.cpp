@@ -69,6 +69,15 @@ class Inspection : public essai::Programme {
     const std::string dessin = reussit({"analyze", image, "--sector", mene(volume, "go_poscat1"), "--tree"});
     EXPECT_NE(dessin.find(" * lisez.txt ["), std::string::npos) << dessin;
     EXPECT_NE(dessin.find(" * ESSAI [00000002]"), std::string::npos) << dessin;
+    // The same rows as JSON.
+    const std::string json =
+        reussit({"analyze", image, "--sector", mene(volume, "go_poscat1"), "--tree", "--json"});
+    EXPECT_TRUE(json.ends_with("}], \"whole\": true}\n")) << json;
+    const std::regex texte("\"text\": \"([^\"]*)\"\\}");
+    std::string rangees;
+    for (std::sregex_iterator i(json.begin(), json.end(), texte), fin; i != fin; ++i)
+      rangees += (*i)[1].str() + "\n";
+    EXPECT_EQ(rangees, std::regex_replace(dessin, std::regex("(^|\n) +"), "$1"));
   }
   void image(const std::string &nom, const std::string &echantillon) const {
     std::ofstream(d + nom, std::ios::binary) << essai::decomprime(echantillon);
@@ -249,6 +258,10 @@ TEST_F(Inspection, Refusals) {
   echoue({"dump", "court", "--save", "tube", "-f"}, 1, "a device or a pipe");
   echoue({"master", "zeros", "-o", "tube", "-f"}, 1, "a device or a pipe");
   EXPECT_TRUE(std::filesystem::is_fifo(d + "tube"));
+  fichier("grand", "");
+  std::filesystem::resize_file(d + "grand", std::uintmax_t{5} << 30);
+  EXPECT_TRUE(reussit({"dump", "grand", "--sector", "10485759"}).starts_with("5368708608  00 00"));
+  echoue({"analyze", "zeros", "--sector", "0", "--as", "mbr", "--tree"}, 1, "no B-tree header");
   echoue({"analyze", "court"}, 2, "--sector");
   echoue({"analyze", "court", "--sector", "0-1"}, 2, "0-1");
   echoue({"analyze", "court", "--sector", "9"}, 1, "There is no sector 9");

@@ -1,6 +1,7 @@
 // "analyze": a sector identified and shown field by field.
 
 #include <algorithm>
+#include <utility>
 
 #include "app/noyau/actions_inspection.hpp"
 #include "app/noyau/affichage.hpp"
@@ -21,6 +22,7 @@ constexpr int kSecteurAbsent = 6979;  // number, file
 constexpr int kSansSecteur = 6981;
 constexpr int kIllisible = 6983;  // file
 constexpr int kSecteur = 6984;    // number
+constexpr int kSansArbre = 6990;  // number
 constexpr unsigned kRadix = 10;
 
 // --- as text
@@ -190,11 +192,28 @@ void montre_json(ContexteCli &contexte, const FicheAnalyse &fiche, std::int64_t 
 
 // --- the tree
 
+std::string json_rangee(const RangeeArbre &rangee) {
+  constexpr std::string_view kIcones[] = {"index", "folder", "thread", "file"};
+  ObjetJson objet;
+  objet.nombre("depth", rangee.profondeur).texte("kind", kIcones[static_cast<std::size_t>(rangee.icone)]);
+  objet.nombre("node", rangee.noeud).nombre("record", rangee.index).nombre("sector", rangee.secteur);
+  if (rangee.fils >= 0) objet.nombre("child", rangee.fils);
+  return objet.texte("text", rangee.texte).fini();
+}
+
 int montre_arbre(ContexteCli &contexte, const SourceOuverte &ouverte, std::int64_t numero) {
+  const bool json = contexte.arguments.a("json");
+  std::string_view avant = "\n";
+  if (json) contexte.sortie << "{\"sector\": " << numero << ", \"rows\": [";
   const ResultatDessin fin = dessine_arbre(*ouverte.source, numero, [&](const RangeeArbre &rangee) {
-    ligne(contexte, std::string(2 * std::size_t{rangee.profondeur}, ' ') + rangee.texte);
+    if (json)
+      contexte.sortie << std::exchange(avant, ",\n") << json_rangee(rangee);
+    else
+      ligne(contexte, std::string(2 * std::size_t{rangee.profondeur}, ' ') + rangee.texte);
     return static_cast<bool>(contexte.sortie) && !operations().arret_demande();
   });
+  if (json)
+    contexte.sortie << "], \"whole\": " << (fin.etat == EtatDessin::entier ? "true" : "false") << "}\n";
   if (fin.etat == EtatDessin::entier) return kFait;
   operations().afficher_erreur(fin.etat == EtatDessin::arrete ? charger_chaine(kArrete)
                                                               : message(kIllisible, {ouverte.nom}));
@@ -241,8 +260,11 @@ int commande_analyze(ContexteCli &contexte) {
     operations().afficher_erreur(charger_chaine(kMessageInconnu));
     return kEchec;
   }
-  if (arguments.a("tree") && fiche.forme == FormeSecteur::entete_arbre)
-    return montre_arbre(contexte, ouverte, numero);
+  if (arguments.a("tree")) {
+    if (fiche.forme == FormeSecteur::entete_arbre) return montre_arbre(contexte, ouverte, numero);
+    operations().afficher_erreur(message(kSansArbre, {std::to_string(numero)}));
+    return kEchec;
+  }
   if (arguments.a("json"))
     montre_json(contexte, fiche, numero);
   else

@@ -28,6 +28,7 @@ constexpr int kIllisible = 6983;      // file
 constexpr int kMotifFaux = 6985;      // what was typed
 constexpr int kHorsCode = 6989;       // what was typed
 constexpr std::size_t kMotifMontre = 80;
+constexpr std::size_t kColonnesPosition = 8;  // of a line, with a gap of two behind them
 
 /// What a run of the command is about.
 struct Vidage {
@@ -80,6 +81,13 @@ int lit_plage(Vidage &v) {
   return kFait;
 }
 
+// A long position takes the gap behind it and loses digits in the width of a line; on a terminal the line
+// grows instead.
+std::string position_entiere(std::uint64_t position, unsigned radix, const std::string &ligne) {
+  const std::string nombre = nombre_vidage(static_cast<std::int64_t>(position), radix);
+  return nombre.size() <= kColonnesPosition ? ligne : nombre + "  " + ligne.substr(kColonnesPosition + 2);
+}
+
 int montre(Vidage &v) {
   const SourceSecteurs &source = *v.ouverte.source;
   std::vector<std::uint8_t> octets(source.taille_secteur());
@@ -88,8 +96,11 @@ int montre(Vidage &v) {
     if (operations().arret_demande()) return erreur(kEchec, charger_chaine(kArrete));
     lisible &= source.lire_secteurs(octets, static_cast<std::int64_t>(n));
     std::string texte;
-    for (const std::string &ligne : lignes_secteur(octets, n * source.taille_secteur(), v.aspect))
-      texte += montrable(ligne) + "\n";
+    std::uint64_t position = n * source.taille_secteur();
+    for (const std::string &ligne : lignes_secteur(octets, position, v.aspect)) {
+      texte += (ligne.empty() ? ligne : position_entiere(position, v.aspect.radix, montrable(ligne))) + "\n";
+      if (!ligne.empty()) position += kOctetsParLigne;
+    }
     v.contexte.sortie << plateforme::texte_vers_utf8(texte);
   }
   return lisible ? kFait : erreur(kEchec, message(kIllisible, {v.ouverte.nom}));
