@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QProcess>
 #include <QPushButton>
@@ -106,6 +107,33 @@ TEST_F(FormeDs, KeepsWhatWasLaidOut) {
   for (const ElementFenetre &element : fenetre.valeurs.elements)
     deplaces += element.x == 333 && element.y == 222 ? 1 : 0;
   EXPECT_EQ(deplaces, 1);
+}
+
+TEST_F(FormeDs, AnOpenPaneFollowsTheGrid) {
+  fenetre_->demandes.enregistrer = [this](int, int, const QString &, int) { return projet_; };
+  const auto longueur = QFileInfo(projet_).size();
+  conduit([&](QDialog &forme) {
+    auto *liste = champ<QTreeWidget>(forme, "ListeElements");
+    liste->setCurrentItem(liste->topLevelItem(0));
+    champ<QPushButton>(forme, "Modifier")->click();
+    champ<QComboBox>(forme, "TailleTexte")->setCurrentIndex(3);
+    champ<QSlider>(forme, "Espacement")->setValue(0);
+    champ<QComboBox>(forme, "TailleIcone")->setCurrentIndex(7);
+    EXPECT_EQ(champ<QSpinBox>(forme, "PositionH")->value(), 77);
+    champ<QPushButton>(forme, "EnregistrerElement")->click();
+    EXPECT_EQ(liste->topLevelItem(0)->text(1), "77");
+    // Return behind a picture that is not there does not take the form.
+    auto *image = champ<QLineEdit>(forme, "Image");
+    image->setFocus();
+    image->setText(bac_.filePath("none.png"));
+    QTest::keyClick(image, Qt::Key_Return);
+    EXPECT_TRUE(forme.isVisible());
+    EXPECT_EQ(image->text(), "");
+    QApplication::processEvents();
+    champ<QPushButton>(forme, "valid")->click();
+  });
+  EXPECT_TRUE(messages_.last().contains("is open in this window")) << messages_.last().toStdString();
+  EXPECT_GE(QFileInfo(projet_).size(), longueur);
 }
 
 TEST_F(FormeDs, TheMouseMovesAndStretchesTheWindow) {

@@ -48,6 +48,7 @@ TEST_F(Fenetre, ShowsTheCommandsOfTheMode) {
     EXPECT_EQ(fenetre_->findChild<QWidget *>("BarrePart")->isVisible(), mode == kModePartition);
     EXPECT_EQ(fenetre_->findChild<QMenu *>("Partitions1")->menuAction()->isVisible(), mode == kModePartition);
   }
+  EXPECT_EQ(fenetre_->findChild<QMenu *>("PopPart")->defaultAction(), action("AttrPart"));
   EXPECT_EQ(panneau("LV")->palette().color(QPalette::Base), QColor(0xFE, 0xFC, 0xF6));
   execute("ChangementMode");
   EXPECT_EQ(fenetre_->mode(), kModePartition);

@@ -10,9 +10,11 @@
 #include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
+#include <QWheelEvent>
 
 #include "app/qt/forme_vidage.hpp"
 #include "app/qt/impression_vidage.hpp"
+#include "app/qt/travaux.hpp"
 #include "fenetre_essai.hpp"
 #include "hfs/extents.hpp"
 
@@ -71,7 +73,11 @@ TEST_F(Vidage, WalksAndAnalyzesAnImage) {
       EXPECT_EQ(fiche.windowTitle(), "HFS Descriptor Block");
       EXPECT_EQ(texte(fiche, "cont_sign"), "BD");
       EXPECT_EQ(texte(fiche, "cont_nbrrac"), "20");
-      EXPECT_NE(fiche.findChild<QTabWidget *>(), nullptr);
+      auto *onglets = fiche.findChild<QTabWidget *>();
+      ASSERT_NE(onglets, nullptr);
+      onglets->setCurrentIndex(3);
+      ASSERT_NE(fiche.focusWidget(), nullptr);
+      EXPECT_EQ(fiche.focusWidget()->objectName(), "go_poscat1");
       fiche.findChild<QPushButton *>("go_poscat1")->click();
     });
     agit(vidage, "Act1");
@@ -80,11 +86,13 @@ TEST_F(Vidage, WalksAndAnalyzesAnImage) {
       auto *dessine = fiche.findChild<QPushButton *>("AffTree");
       ASSERT_NE(dessine, nullptr);
       dessine->click();
+      EXPECT_FALSE(fiche.findChild<QPushButton *>("go_racine")->isEnabled());
       auto *fermer = fiche.findChild<QPushButton *>("Fermer");
       for (int i = 0; i < 400 && !fermer->isEnabled(); ++i) QTest::qWait(5);
       ASSERT_TRUE(fermer->isEnabled());
       const auto *arbre = fiche.findChild<QTreeView *>("Arbre");
       EXPECT_GT(arbre->model()->rowCount(), 0);
+      EXPECT_TRUE(fiche.findChild<QPushButton *>("go_racine")->isEnabled());
       fermer->click();
     });
     agit(vidage, "Act1");
@@ -143,6 +151,56 @@ TEST_F(Vidage, SearchesAndSavesAFork) {
     vidage.reject();
   });
   lance([&] { execute("Aff1"); });
+}
+
+TEST_F(Vidage, ComesBackFromTheTreeOfResources) {
+  const QString image = bac_.filePath("work.hfs");
+  ASSERT_TRUE(QFile::copy(kImage, image));
+  ASSERT_TRUE(QFile::setPermissions(image, QFile::ReadOwner | QFile::WriteOwner));
+  ASSERT_TRUE(fenetre_->router_parametre(image.toStdString()));
+  mode_copie() = 2;
+  depose_volume(*fenetre_, {VN_DONNEES "/rsrc/testfile.rsrc"}, 2);
+  fenetre_->demandes.enregistrer = [&](int, int, const QString &, int) { return image; };
+  prevoit("TMacDump", [&](QDialog &vidage) {
+    const auto permises = [&] {
+      QString liste;
+      for (const char *nom : {"Go1", "Ch1", "Hom", "Fin", "Prec"})
+        if (vidage.findChild<QAction *>(nom)->isEnabled()) liste += nom;
+      return liste;
+    };
+    agit(vidage, "Arb");
+    EXPECT_EQ(permises(), "");
+    auto *arbre = vidage.findChild<QTreeWidget *>("RessTV");
+    arbre->expandAll();
+    QWheelEvent cran({5, 5}, arbre->viewport()->mapToGlobal(QPointF(5, 5)), {}, {0, -240}, Qt::NoButton, {},
+                     Qt::NoScrollPhase, false);
+    QApplication::sendEvent(arbre->viewport(), &cran);
+    EXPECT_TRUE(arbre->currentItem()->text(0).startsWith("id=0x0"))
+        << arbre->currentItem()->text(0).toStdString();
+    emit arbre->itemActivated(arbre->currentItem(), 0);
+    const QStringList octets = vidage.findChild<QPlainTextEdit *>("ListArb")->toPlainText().split('\n');
+    EXPECT_EQ(octets.last().mid(10, 48).count(' '), 17) << octets.last().toStdString();  // a row of 16
+    agit(vidage, "co1");
+    EXPECT_EQ(QApplication::clipboard()->text(), octets.join('\n'));
+    prevoit("TSSegm", [](QDialog &forme) {
+      forme.findChild<QPushButton *>("Exe1")->click();
+      forme.reject();
+    });
+    agit(vidage, "Act2");
+    EXPECT_TRUE(messages_.last().contains("is open in this window")) << messages_.last().toStdString();
+    prevoit("TFiche", [](QDialog &fiche) {
+      for (auto *bouton : fiche.findChildren<QPushButton *>())
+        if (bouton->objectName().startsWith("go_") && bouton->isEnabled()) return bouton->click();
+      ADD_FAILURE() << "no button leads on";
+    });
+    agit(vidage, "Comme_hfs");
+    EXPECT_EQ(permises(), "Go1Ch1HomFinPrec");
+    EXPECT_TRUE(vidage.findChild<QAction *>("Ress")->isChecked());
+    EXPECT_FALSE(vidage.findChild<QAction *>("Arb")->isChecked());
+    vidage.reject();
+  });
+  lance([&] { execute("Aff1"); });
+  EXPECT_EQ(QFile(image).size(), QFile(kImage).size());
 }
 
 TEST(ImpressionVidage, BeginsAPageWhenOneIsFull) {

@@ -6,8 +6,10 @@
 
 #include "app/noyau/actions_projet.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "hfs/ouverture.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
+#include "IO/requete.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
@@ -17,6 +19,7 @@ namespace {
 
 constexpr int kEcraser = 1061;
 constexpr int kCibleFermee = 6872;
+constexpr int kOuverteIci = 7029;
 constexpr std::size_t kCheminMessage = 50;
 
 }  // namespace
@@ -24,7 +27,13 @@ constexpr std::size_t kCheminMessage = 50;
 std::optional<CibleSortie> cible_choisie(const QString &chemin) {
   if (chemin.isEmpty()) return std::nullopt;
   const QFileInfo fichier(chemin);
+  const auto entier = chemin_argument(chemin.toStdString());
+  if (!entier) return std::nullopt;
   const std::string montre = tronque_chemin(de_qt(chemin), kCheminMessage);
+  if (support().image.ouvert() && plateforme::meme_fichier(*entier, partition_courante().chemin)) {
+    operations().afficher_erreur(message(kOuverteIci, {montre}));
+    return std::nullopt;
+  }
   if (fichier.exists() && operations().demander_oui_non(message(kEcraser, {montre})) == 0)
     return std::nullopt;
   const auto dossier = chemin_argument(fichier.absolutePath().toStdString());

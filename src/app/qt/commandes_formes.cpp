@@ -16,6 +16,7 @@
 #include "hfs/extents.hpp"
 #include "hfs/liens.hpp"
 #include "IO/plateforme.hpp"
+#include "noms/regles.hpp"
 #include "projet/erreurs.hpp"
 #include "res/chaines.hpp"
 
@@ -26,6 +27,8 @@ namespace {
 constexpr int kFichierVide = 1409;
 constexpr int kFiltreDs = 1522;
 constexpr int kTitreDs = 1523;
+constexpr int kEstLeProjet = 7243;  // path
+constexpr std::size_t kCheminMessage = 100;
 
 QString nom_document(const TVarnion &fenetre) {
   return QFileInfo(vers_qt(fenetre.chemin_document())).fileName();
@@ -38,6 +41,10 @@ std::string demande_cible(TVarnion &fenetre, const FenetreRacine &racine) {
   if (choisi.isEmpty()) return {};
   const auto chemin = chemin_argument(choisi.toStdString());
   if (!chemin) return {};
+  if (plateforme::meme_fichier(*chemin, fenetre.projet()->chemin())) {
+    operations().afficher_erreur(message(kEstLeProjet, {tronque_chemin(*chemin, kCheminMessage)}));
+    return {};
+  }
   const bool sienne = !racine.chemin.empty() && plateforme::meme_fichier(racine.chemin, *chemin);
   return sienne || peut_ecraser(*chemin) ? *chemin : std::string();
 }

@@ -38,12 +38,14 @@ class TFiche final : public QDialog {
   void ajoute_champ(QGridLayout *grille, const Champ &champ, int ligne, int colonne);
   [[nodiscard]] QTreeWidget *liste(const Onglet &onglet);
   [[nodiscard]] QPushButton *fait_bouton(const Bouton &bouton);
+  void donne_focus(const QWidget *feuille);
   void suit(const Bouton &bouton);
   void dessine(const Bouton &bouton);
 
   const SourceSecteurs &source_;
   QTabWidget *onglets_ = nullptr;
   QPushButton *fermer_ = nullptr;
+  QPushButton *premier_ = nullptr;  ///< has the focus at first
   DessinArbre *arbre_ = nullptr;
   std::optional<Bouton> choisi_;
 };
@@ -64,6 +66,8 @@ TFiche::TFiche(QWidget *parent, const FicheAnalyse &fiche, const SourceSecteurs 
       onglets_->addTab(feuille, vers_qt(onglet.titre));
     }
     colonne->addWidget(onglets_, 1);
+    connect(onglets_, &QTabWidget::currentChanged, this,
+            [this](int rang) { donne_focus(onglets_->widget(rang)); });
   }
   auto *rangee = new QDialogButtonBox;
   for (const Bouton &bouton : fiche.boutons)
@@ -73,6 +77,16 @@ TFiche::TFiche(QWidget *parent, const FicheAnalyse &fiche, const SourceSecteurs 
   rangee->addButton(bouton_aide(this, sujet::kAnalyseurs), QDialogButtonBox::HelpRole);
   connect(rangee, &QDialogButtonBox::rejected, this, &TFiche::reject);
   colonne->addWidget(rangee);
+  if (premier_ != nullptr)
+    premier_->setFocus();
+  else if (onglets_ != nullptr)
+    donne_focus(onglets_->currentWidget());
+}
+
+// A tab that opens gives the focus to its first button.
+void TFiche::donne_focus(const QWidget *feuille) {
+  for (QPushButton *pousse : feuille->findChildren<QPushButton *>())
+    if (pousse->isEnabled()) return pousse->setFocus();
 }
 
 QWidget *TFiche::page(const Onglet &onglet) {
@@ -167,7 +181,7 @@ QPushButton *TFiche::fait_bouton(const Bouton &bouton) {
   pousse->setObjectName(vers_qt(bouton.nom));
   pousse->setEnabled(bouton.actif);
   pousse->setAutoDefault(false);
-  if (bouton.choisi) pousse->setFocus();
+  if (bouton.choisi) premier_ = pousse;
   connect(pousse, &QPushButton::clicked, this, [this, bouton] { suit(bouton); });
   return pousse;
 }
@@ -178,13 +192,16 @@ void TFiche::suit(const Bouton &bouton) {
   accept();
 }
 
-// The close button is back when the drawing has ended; Esc stops it.
+// The buttons are back when the drawing has ended; Esc stops it.
 void TFiche::dessine(const Bouton &bouton) {
   if (arbre_ != nullptr || onglets_ == nullptr) return;
   arbre_ = new DessinArbre(source_, bouton.cible.secteur);
   arbre_->setObjectName("TabTree");
-  arbre_->fini = [this] {
-    fermer_->setEnabled(true);
+  QList<QPushButton *> libres;
+  for (QPushButton *pousse : findChildren<QPushButton *>())
+    if (pousse->isEnabled() && pousse->objectName() != vers_qt(bouton.nom)) libres << pousse;
+  arbre_->fini = [this, libres] {
+    for (QPushButton *pousse : libres) pousse->setEnabled(true);
     onglets_->setCurrentWidget(arbre_);
     arbre_->setFocus();
   };
@@ -193,8 +210,8 @@ void TFiche::dessine(const Bouton &bouton) {
     la.cible.secteur = secteur;
     suit(la);
   };
+  for (QPushButton *pousse : libres) pousse->setEnabled(false);
   if (auto *pousse = findChild<QPushButton *>(vers_qt(bouton.nom))) pousse->setEnabled(false);
-  fermer_->setEnabled(false);
   onglets_->addTab(arbre_, chaine_qt(kOngletArbre));
   arbre_->commence();
 }

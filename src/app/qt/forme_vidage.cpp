@@ -58,7 +58,6 @@ TMacDump::TMacDump(TVarnion &fenetre, const SujetVidage &sujet)
   actions_["Data"]->setEnabled(sujet_.donnees != nullptr);
   for (const char *nom : {"Ress", "Arb"}) actions_[nom]->setEnabled(sujet_.ressources != nullptr);
   actions_["Att1"]->setEnabled(sujet_.element.has_value());
-  actions_["Reb1"]->setEnabled(false);
   coche("Mac1", true);
   coche("Dec1", true);
   sujet_.donnees ? donnees() : ressources();
@@ -184,11 +183,7 @@ void TMacDump::montre_fourche(const SourceSecteurs *source, int legende) {
   source_ = source;
   precedent_ = courant_ = -1;
   trouvee_ = -1;
-  pages_->setCurrentIndex(0);
-  coche("Data", legende == kDonnees);
-  coche("Ress", legende == kRessources);
-  coche("Arb", false);
-  for (const char *nom : {"Go1", "Ch1"}) actions_[nom]->setEnabled(true);
+  page(false);
   setWindowTitle(vers_qt(message(
       kTitre, {de_qt(sujet_.nom), charger_chaine(legende), source->longueur(), de_qt(sujet_.document)})));
   {
@@ -218,10 +213,23 @@ void TMacDump::arbre_ressources() {
     pages_->addWidget(arbre_);
   }
   arbre_->aspect(aspect_);
-  pages_->setCurrentWidget(arbre_);
-  coche("Ress", false);
-  coche("Arb", true);
-  for (const char *nom : {"Go1", "Ch1", "Reb1"}) actions_[nom]->setEnabled(false);
+  page(true);
+  arbre_->setFocus();
+}
+
+// What walks through sectors is off while the tree of the resources is up.
+void TMacDump::page(bool arbre) {
+  pages_->setCurrentIndex(arbre ? 1 : 0);
+  coche("Data", !arbre && source_ == sujet_.donnees.get());
+  coche("Ress", !arbre && source_ == sujet_.ressources.get());
+  coche("Arb", arbre);
+  for (const char *nom : {"Go1", "Ch1", "Hom", "Fin", "Prec"}) actions_[nom]->setEnabled(!arbre);
+  actions_["Reb1"]->setEnabled(!arbre && encore_);
+}
+
+// The lines that are seen.
+const VueVidage &TMacDump::vue() const {
+  return pages_->currentIndex() == 0 ? *liste_ : arbre_->vue();
 }
 
 void TMacDump::afficher_secteur(std::int64_t n) {
@@ -251,7 +259,10 @@ void TMacDump::rafraichit() {
 }
 
 void TMacDump::rafraichit_panneaux(std::int64_t secteur) {
-  const std::int64_t nombres[] = {secteur, source_->dernier_secteur(), secteur * source_->taille_secteur()};
+  // A number that was typed or came from a damaged structure may be any.
+  const auto position =
+      static_cast<std::int64_t>(static_cast<std::uint64_t>(secteur) * source_->taille_secteur());
+  const std::int64_t nombres[] = {secteur, source_->dernier_secteur(), position};
   for (std::size_t i = 0; i < panneaux_.size(); ++i)
     panneaux_[i]->setText(vers_qt(nombre_vidage(nombres[i], aspect_.radix)));
 }

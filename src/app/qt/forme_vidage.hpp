@@ -48,6 +48,8 @@ class TMacDump final : public QDialog {
   void donnees();
   void ressources();
   void arbre_ressources();
+  void page(bool arbre);
+  [[nodiscard]] const VueVidage &vue() const;
   void avance(std::int64_t secteur);
   void rafraichit();
   void rafraichit_panneaux(std::int64_t secteur);
@@ -84,6 +86,7 @@ class TMacDump final : public QDialog {
   std::int64_t precedent_ = -1;
   RechercheVidage recherche_;
   std::int64_t trouvee_ = -1;  ///< first byte of the last match
+  bool encore_ = false;        ///< the last search found something
   QMenuBar *menus_;
   QHash<QString, QAction *> actions_;
   QStackedWidget *pages_;

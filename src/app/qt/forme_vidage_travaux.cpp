@@ -96,7 +96,8 @@ void TMacDump::lance_recherche() {
     });
   });
   rafraichit_panneaux(courant_);
-  actions_["Reb1"]->setEnabled(resultat.etat == EtatRecherche::trouve);
+  encore_ = resultat.etat == EtatRecherche::trouve;
+  actions_["Reb1"]->setEnabled(encore_);
   if (resultat.etat == EtatRecherche::trouve) return montre_trouvee(resultat.position, motif->size());
   if (resultat.etat == EtatRecherche::arrete) return;
   const int texte = resultat.etat == EtatRecherche::illisible ? kIllisible : kAucune;
@@ -141,7 +142,8 @@ void TMacDump::suit_fiche(FicheAnalyse fiche) {
   while (fiche.forme != FormeSecteur::aucune) {
     const auto bouton = montre_fiche(this, fiche, *source_);
     if (!bouton) return;
-    pages_->setCurrentIndex(0);
+    page(false);
+    liste_->setFocus();
     afficher_secteur(bouton->cible.secteur);
     if (bouton->action != ActionBouton::entrees) return;
     fiche = analyse_secteur_comme(FormeSecteur::partitions_gpt, *source_, courant_, etat_analyse());
@@ -180,12 +182,13 @@ void TMacDump::enregistre_choix(QWidget *forme, const DemandeSegment &demande) {
 }
 
 void TMacDump::copie() {
-  const QString choisi = liste_->textCursor().selectedText().replace(QChar::ParagraphSeparator, '\n');
-  QApplication::clipboard()->setText(choisi.isEmpty() ? liste_->toPlainText() : choisi);
+  const QString choisi = vue().textCursor().selectedText().replace(QChar::ParagraphSeparator, '\n');
+  const QString texte = choisi.isEmpty() ? vue().toPlainText() : choisi;
+  texte.isEmpty() ? QApplication::beep() : QApplication::clipboard()->setText(texte);
 }
 
 void TMacDump::imprime() {
-  imprime_lignes(this, windowTitle(), liste_->toPlainText().split('\n'));
+  imprime_lignes(this, windowTitle(), vue().toPlainText().split('\n'));
 }
 
 // --- the rest

@@ -1,13 +1,17 @@
 #include "app/qt/page_ressources.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QSplitter>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 #include "app/qt/cible_sortie.hpp"
 #include "app/qt/operations_qt.hpp"
@@ -34,6 +38,7 @@ constexpr int kEnregistrer = 7224;
 constexpr int kEnregistrerHexa = 7225;
 constexpr std::uint32_t kMontreMax = 1U << 24;  // bytes of one resource that are listed
 constexpr std::size_t kMotLongueur = 4;
+constexpr int kCranMolette = 120;  // eighths of a degree
 
 }  // namespace
 
@@ -69,6 +74,7 @@ PageRessources::PageRessources(TVarnion &fenetre, const ElementMac &element, con
   colonne->addWidget(partage, 1);
   colonne->addLayout(rangee);
   setFocusProxy(arbre_);
+  arbre_->viewport()->installEventFilter(this);
   connect(arbre_, &QTreeWidget::itemSelectionChanged, this, [this] {
     for (QPushButton *bouton : {binaire_, hexa_}) bouton->setEnabled(choisie() != nullptr);
   });
@@ -108,13 +114,26 @@ const RessourceMac *PageRessources::choisie() const {
   return rang.isValid() ? &ressources_[static_cast<std::size_t>(rang.toULongLong())] : nullptr;
 }
 
-// The length word and the bytes, in rows of 16.
+bool PageRessources::eventFilter(QObject *cible, QEvent *evenement) {
+  if (evenement->type() != QEvent::Wheel) return QWidget::eventFilter(cible, evenement);
+  molette_ += static_cast<QWheelEvent *>(evenement)->angleDelta().y();
+  while (std::abs(molette_) >= kCranMolette) {
+    const bool haut = molette_ > 0;
+    molette_ += haut ? -kCranMolette : kCranMolette;
+    QKeyEvent fleche(QEvent::KeyPress, haut ? Qt::Key_Up : Qt::Key_Down, Qt::NoModifier);
+    QApplication::sendEvent(arbre_, &fleche);
+  }
+  return true;
+}
+
+// The length word and the bytes, in whole rows of 16: the last one goes on into what lies behind.
 void PageRessources::montre() {
   const RessourceMac *ressource = choisie();
   if (ressource == nullptr || ressource == montree_) return;
   const Attente attente;
   montree_ = ressource;
-  std::vector<std::uint8_t> octets(std::min(ressource->longueur, kMontreMax) + kMotLongueur);
+  const std::size_t voulus = std::min(ressource->longueur, kMontreMax) + kMotLongueur;
+  std::vector<std::uint8_t> octets((voulus + kOctetsParLigne - 1) / kOctetsParLigne * kOctetsParLigne);
   const auto lus = fourche_.lire_a(octets, ressource->position);
   octets.resize(static_cast<std::size_t>(std::max<std::int64_t>(lus, 0)));
   std::vector<std::string> lignes;

@@ -25,6 +25,12 @@ class PageRessources final : public QWidget {
 
   void corps(int points);
   void aspect(const AspectVidage &aspect);
+  /// The bytes that are shown.
+  [[nodiscard]] const VueVidage &vue() const { return *octets_; }
+
+ protected:
+  /// The wheel walks through the tree as the arrows do.
+  bool eventFilter(QObject *cible, QEvent *evenement) override;
 
  private:
   void remplit(const QString &nom);
@@ -37,6 +43,7 @@ class PageRessources final : public QWidget {
   Fichier fourche_;
   std::vector<RessourceMac> ressources_;
   const RessourceMac *montree_ = nullptr;
+  int molette_ = 0;
   AspectVidage aspect_;
   QTreeWidget *arbre_;
   VueVidage *octets_;

@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QFormLayout>
@@ -16,6 +17,7 @@
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
+#include <QTimer>
 #include <QTreeWidget>
 
 #include "app/noyau/actions_projet.hpp"
@@ -93,11 +95,13 @@ class FormeDs final : public Forme {
   void construit_volet(QVBoxLayout *colonne);
   void montre();
   void montre_elements();
-  void prend_image_choisie(const QString &chemin);
+  bool prend_image_choisie(const QString &chemin);
+  void prend_image_tapee();
   void montre_image();
   void choisit_image();
   void deplace(int sens);
   void ouvre_volet();
+  void montre_volet();
   void range_volet();
   [[nodiscard]] int rang() const;
 
@@ -115,6 +119,7 @@ class FormeDs final : public Forme {
   QLineEdit *nom_ = nullptr;
   QSpinBox *x_ = nullptr, *y_ = nullptr;
   int rang_volet_ = -1;
+  bool refusee_ = false;  ///< the picture typed last, while the key that ended it is under way
 };
 
 FormeDs::FormeDs(TVarnion &fenetre, const ValeursFenetre &valeurs)
@@ -225,9 +230,7 @@ void FormeDs::construit_image(QVBoxLayout *colonne) {
   colonne->addWidget(groupe);
   connect(parcourir, &QPushButton::clicked, this, [this] { choisit_image(); });
   connect(sans, &QPushButton::clicked, this, [this] { prend_image_choisie({}); });
-  connect(image_, &QLineEdit::editingFinished, this, [this] {
-    if (image_->text() != vers_qt(valeurs_.image)) prend_image_choisie(image_->text());
-  });
+  connect(image_, &QLineEdit::editingFinished, this, [this] { prend_image_tapee(); });
 }
 
 void FormeDs::construit_elements(QVBoxLayout *colonne) {
@@ -258,6 +261,11 @@ void FormeDs::construit_elements(QVBoxLayout *colonne) {
   connect(descendre_, &QPushButton::clicked, this, [this] { deplace(1); });
   connect(modifier_, &QPushButton::clicked, this, [this] { ouvre_volet(); });
   connect(liste_, &QTreeWidget::itemDoubleClicked, this, [this] { ouvre_volet(); });
+  auto *edite = new QAction(chaine_qt(kModifier), liste_);
+  edite->setObjectName("EditerElement");
+  connect(edite, &QAction::triggered, this, [this] { ouvre_volet(); });
+  liste_->addAction(edite);
+  liste_->setContextMenuPolicy(Qt::ActionsContextMenu);
   connect(liste_, &QTreeWidget::itemSelectionChanged, this, [this] {
     monter_->setEnabled(rang() > 0);
     descendre_->setEnabled(rang() >= 0 && rang() + 1 < liste_->topLevelItemCount());
@@ -323,6 +331,16 @@ void FormeDs::montre() {
     liste_->topLevelItem(i)->setText(1, QString::number(element.x));
     liste_->topLevelItem(i)->setText(2, QString::number(element.y));
   }
+  if (!volet_->isHidden()) montre_volet();
+}
+
+// The element of the pane, wherever it has come to stand.
+void FormeDs::montre_volet() {
+  if (rang_volet_ < 0 || static_cast<std::size_t>(rang_volet_) >= valeurs_.elements.size()) return;
+  const ElementFenetre &element = valeurs_.elements[static_cast<std::size_t>(rang_volet_)];
+  nom_->setText(vers_qt(element.nom));
+  x_->setValue(element.x);
+  y_->setValue(element.y);
 }
 
 void FormeDs::montre_elements() {
@@ -340,15 +358,23 @@ void FormeDs::montre_elements() {
 }
 
 // A picture that cannot be read leaves the field as it was.
-void FormeDs::prend_image_choisie(const QString &chemin) {
+bool FormeDs::prend_image_choisie(const QString &chemin) {
   const QString avant = vers_qt(valeurs_.image);
   if (!prend_image(valeurs_, de_qt(chemin))) {
     image_->setText(avant);
-    return;
+    return false;
   }
   image_->setText(chemin);
   montre_image();
   montre();
+  return true;
+}
+
+// Return or the button that ended the field must not take the form with another picture than the one typed.
+void FormeDs::prend_image_tapee() {
+  if (image_->text() == vers_qt(valeurs_.image) || prend_image_choisie(image_->text())) return;
+  refusee_ = true;
+  QTimer::singleShot(0, this, [this] { refusee_ = false; });
 }
 
 void FormeDs::montre_image() {
@@ -382,10 +408,7 @@ void FormeDs::deplace(int sens) {
 void FormeDs::ouvre_volet() {
   rang_volet_ = rang();
   if (rang_volet_ < 0) return;
-  const ElementFenetre &element = valeurs_.elements[static_cast<std::size_t>(rang_volet_)];
-  nom_->setText(vers_qt(element.nom));
-  x_->setValue(element.x);
-  y_->setValue(element.y);
+  montre_volet();
   volet_->show();
   y_->setFocus();
 }
@@ -399,6 +422,7 @@ void FormeDs::range_volet() {
 }
 
 void FormeDs::accept() {
+  if (refusee_) return;
   if (!volet_->isHidden()) range_volet();
   if (!valeurs_.valides()) {
     QApplication::beep();

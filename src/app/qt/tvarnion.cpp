@@ -1,5 +1,5 @@
-#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "app/qt/travaux.hpp"
 
 #include <algorithm>
 #include <numeric>
@@ -205,6 +205,8 @@ void TVarnion::construit_commande(const Commande &commande) {
   } else if (QMenu *menu = menus_.value(commande.parent)) {
     if (commande.separe && !menu->isEmpty()) menu->addSeparator();
     menu->addAction(action);
+    if (commande.operation == Operation::proprietes && commande.parent != QString("Fichiers"))
+      menu->setDefaultAction(action);
   } else {
     addAction(action);
   }

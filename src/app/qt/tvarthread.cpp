@@ -1,6 +1,7 @@
 #include "app/qt/tvarthread.hpp"
 
 #include <QApplication>
+#include <QTimer>
 
 #include "app/qt/message.hpp"
 #include "app/qt/operations_qt.hpp"
@@ -17,6 +18,7 @@ namespace {
 
 constexpr const char *kNom = "TVarThread";
 constexpr int kReussie = 1295;
+constexpr int kAttenteFin = 100;  // milliseconds until an end that has to wait is tried again
 
 }  // namespace
 
@@ -76,17 +78,24 @@ void TVarThread::montre_reussite() {
   const std::vector<std::string> remarques = suivi_.remarques();
   texte += chaine_qt(kReussie);
   QApplication::alert(&fenetre_);
-  if (!remarques.empty()) return montre_remarques(&fenetre_, texte, remarques);
-  FormeMessage forme(&fenetre_, "TMessOK", texte, {FormeMessage::Genre::information, false, 0});
+  QWidget *parent = QApplication::activeModalWidget();
+  if (parent == nullptr) parent = &fenetre_;
+  if (!remarques.empty()) return montre_remarques(parent, texte, remarques);
+  FormeMessage forme(parent, "TMessOK", texte, {FormeMessage::Genre::information, false, 0});
   forme.exec();
 }
 
-// A run that failed has told so, and why, by now.
+// A run that failed has told so, and why, by now. A command of the window that works on the project ends
+// first.
 void TVarThread::fin_compilation() {
   if (muet_) return;
+  if (fenetre_.operations_fenetre().occupe()) {
+    QTimer::singleShot(kAttenteFin, this, [this] { fin_compilation(); });
+    return;
+  }
   fil_.join();
-  if (bilan_.resultat == kCompilReussie) montre_reussite();
   fenetre_.unsetCursor();
+  if (bilan_.resultat == kCompilReussie) montre_reussite();
   progres_->hide();
   setObjectName({});
   fenetre_.compilation(false);
