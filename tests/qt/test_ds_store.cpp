@@ -126,7 +126,13 @@ TEST_F(FormeDs, AnOpenPaneFollowsTheGrid) {
     auto *image = champ<QLineEdit>(forme, "Image");
     image->setFocus();
     image->setText(bac_.filePath("none.png"));
+    QTimer reponse;
+    QObject::connect(&reponse, &QTimer::timeout, [&] {
+      if (QApplication::activeModalWidget() != &forme) repond();
+    });
+    reponse.start(5);
     QTest::keyClick(image, Qt::Key_Return);
+    reponse.stop();
     EXPECT_TRUE(forme.isVisible());
     EXPECT_EQ(image->text(), "");
     QApplication::processEvents();

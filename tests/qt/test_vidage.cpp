@@ -16,6 +16,7 @@
 #include "app/qt/impression_vidage.hpp"
 #include "app/qt/travaux.hpp"
 #include "fenetre_essai.hpp"
+#include "fichiers/mode_copie.hpp"
 #include "hfs/extents.hpp"
 
 namespace varnion {
@@ -158,7 +159,7 @@ TEST_F(Vidage, ComesBackFromTheTreeOfResources) {
   ASSERT_TRUE(QFile::copy(kImage, image));
   ASSERT_TRUE(QFile::setPermissions(image, QFile::ReadOwner | QFile::WriteOwner));
   ASSERT_TRUE(fenetre_->router_parametre(image.toStdString()));
-  mode_copie() = 2;
+  mode_copie() = kCopieRessource;
   depose_volume(*fenetre_, {VN_DONNEES "/rsrc/testfile.rsrc"}, 2);
   fenetre_->demandes.enregistrer = [&](int, int, const QString &, int) { return image; };
   prevoit("TMacDump", [&](QDialog &vidage) {
@@ -182,6 +183,14 @@ TEST_F(Vidage, ComesBackFromTheTreeOfResources) {
     EXPECT_EQ(octets.last().mid(10, 48).count(' '), 17) << octets.last().toStdString();  // a row of 16
     agit(vidage, "co1");
     EXPECT_EQ(QApplication::clipboard()->text(), octets.join('\n'));
+    prevoit("TPropFichier", [](QDialog &forme) {
+      auto *nom = forme.findChild<QLineEdit *>("Nom");
+      nom->selectAll();
+      QTest::keyClicks(nom, "renamed");
+      forme.findChild<QPushButton *>("OK")->click();
+    });
+    agit(vidage, "Att1");
+    EXPECT_TRUE(vidage.windowTitle().startsWith("renamed (")) << vidage.windowTitle().toStdString();
     prevoit("TSSegm", [](QDialog &forme) {
       forme.findChild<QPushButton *>("Exe1")->click();
       forme.reject();
@@ -193,7 +202,7 @@ TEST_F(Vidage, ComesBackFromTheTreeOfResources) {
         if (bouton->objectName().startsWith("go_") && bouton->isEnabled()) return bouton->click();
       ADD_FAILURE() << "no button leads on";
     });
-    agit(vidage, "Comme_hfs");
+    agit(vidage, "Comme_btree-leaf");
     EXPECT_EQ(permises(), "Go1Ch1HomFinPrec");
     EXPECT_TRUE(vidage.findChild<QAction *>("Ress")->isChecked());
     EXPECT_FALSE(vidage.findChild<QAction *>("Arb")->isChecked());

@@ -60,6 +60,7 @@ void affiche_contenu(TVarnion &fenetre) {
     sujet.nom = QString::fromStdString(montrable(element.nom_utf8()));
     sujet.document = nom_document(fenetre);
     sujet.element = fichier;
+    sujet.montre = element;
     if (fichier.donnees.longueur > 0) sujet.donnees = source_fourche(fichier, kFourcheDonnees);
     if (fichier.ressources.longueur > 0) sujet.ressources = source_fourche(fichier, kFourcheRessources);
     if (!sujet.donnees && !sujet.ressources) {

@@ -1,7 +1,9 @@
 // What is shown and changed of a volume and its items.
 
 #include <algorithm>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <QApplication>
@@ -117,6 +119,24 @@ void proprietes_elements(TVarnion &fenetre) {
   }
   if (ecrit && liste) fenetre.selectionne_elements(choisis);
   fenetre.rafraichit_commandes();
+}
+
+bool proprietes_du_fichier(TVarnion &fenetre, QWidget *parent, ElementMac &element) {
+  OptionsProprietes options;
+  options.lecture_seule = support().lecture_seule;
+  options.ecrit = [&](const DemandeProprietes &demande) { return ecrit_proprietes(element, demande); };
+  if (montre_proprietes_mac(parent, element, options) != SuiteProprietes::ecrit) return false;
+  const bool liste = fenetre.depuis_liste();
+  const std::vector<std::uint32_t> choisis = fenetre.ids_choisis();
+  fenetre.affiche_dossier(fenetre.dossier_montre());
+  if (liste) fenetre.selectionne_elements(choisis);
+  std::optional<ElementMac> relu;
+  static_cast<void>(liste_dossier(element.parent, [&](const ElementMac &autre) {
+    if (autre.id == element.id) relu = autre;
+    return !relu;
+  }));
+  if (relu) element = std::move(*relu);
+  return true;
 }
 
 void proprietes_volume(TVarnion &fenetre) {

@@ -40,7 +40,7 @@ constexpr int kLignesVues = 35;
 
 }  // namespace
 
-TMacDump::TMacDump(TVarnion &fenetre, const SujetVidage &sujet)
+TMacDump::TMacDump(TVarnion &fenetre, SujetVidage &sujet)
     : QDialog(&fenetre),
       fenetre_(fenetre),
       sujet_(sujet),
@@ -57,7 +57,7 @@ TMacDump::TMacDump(TVarnion &fenetre, const SujetVidage &sujet)
   pose_corps(reglages().corps);
   actions_["Data"]->setEnabled(sujet_.donnees != nullptr);
   for (const char *nom : {"Ress", "Arb"}) actions_[nom]->setEnabled(sujet_.ressources != nullptr);
-  actions_["Att1"]->setEnabled(sujet_.element.has_value());
+  actions_["Att1"]->setEnabled(sujet_.montre.has_value());
   coche("Mac1", true);
   coche("Dec1", true);
   sujet_.donnees ? donnees() : ressources();
@@ -179,13 +179,12 @@ void TMacDump::coche(const char *nom, bool oui) {
 
 // --- what is shown
 
-void TMacDump::montre_fourche(const SourceSecteurs *source, int legende) {
+void TMacDump::montre_fourche(const SourceSecteurs *source) {
   source_ = source;
   precedent_ = courant_ = -1;
   trouvee_ = -1;
   page(false);
-  setWindowTitle(vers_qt(message(
-      kTitre, {de_qt(sujet_.nom), charger_chaine(legende), source->longueur(), de_qt(sujet_.document)})));
+  rafraichit_titre();
   {
     const QSignalBlocker muet(secteurs_);
     secteurs_->setRange(0, static_cast<int>(std::clamp<std::int64_t>(source->dernier_secteur(), 0,
@@ -197,11 +196,11 @@ void TMacDump::montre_fourche(const SourceSecteurs *source, int legende) {
 }
 
 void TMacDump::donnees() {
-  montre_fourche(sujet_.donnees.get(), kDonnees);
+  montre_fourche(sujet_.donnees.get());
 }
 
 void TMacDump::ressources() {
-  montre_fourche(sujet_.ressources.get(), kRessources);
+  montre_fourche(sujet_.ressources.get());
 }
 
 void TMacDump::arbre_ressources() {
@@ -215,6 +214,12 @@ void TMacDump::arbre_ressources() {
   arbre_->aspect(aspect_);
   page(true);
   arbre_->setFocus();
+}
+
+void TMacDump::rafraichit_titre() {
+  const int fourche = source_ == sujet_.ressources.get() ? kRessources : kDonnees;
+  setWindowTitle(vers_qt(message(
+      kTitre, {de_qt(sujet_.nom), charger_chaine(fourche), source_->longueur(), de_qt(sujet_.document)})));
 }
 
 // What walks through sectors is off while the tree of the resources is up.
@@ -303,7 +308,7 @@ void TMacDump::keyPressEvent(QKeyEvent *evenement) {
   }
 }
 
-FinVidage montre_vidage(TVarnion &fenetre, const SujetVidage &sujet) {
+FinVidage montre_vidage(TVarnion &fenetre, SujetVidage &sujet) {
   TMacDump forme(fenetre, sujet);
   forme.exec();
   return forme.fin();

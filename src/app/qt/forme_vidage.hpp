@@ -25,7 +25,7 @@ class VueVidage;
 /// The dump viewer, `TMacDump`.
 class TMacDump final : public QDialog {
  public:
-  TMacDump(TVarnion &fenetre, const SujetVidage &sujet);
+  TMacDump(TVarnion &fenetre, SujetVidage &sujet);
   [[nodiscard]] FinVidage fin() const { return fin_; }
 
   /// Sector `n` of the fork, whatever the number.
@@ -44,11 +44,12 @@ class TMacDump final : public QDialog {
   void coche(const char *nom, bool oui);
 
   // --- what is shown
-  void montre_fourche(const SourceSecteurs *source, int legende);
+  void montre_fourche(const SourceSecteurs *source);
   void donnees();
   void ressources();
   void arbre_ressources();
   void page(bool arbre);
+  void rafraichit_titre();
   [[nodiscard]] const VueVidage &vue() const;
   void avance(std::int64_t secteur);
   void rafraichit();
@@ -78,7 +79,7 @@ class TMacDump final : public QDialog {
   void retour();
 
   TVarnion &fenetre_;
-  const SujetVidage &sujet_;
+  SujetVidage &sujet_;
   const SourceSecteurs *source_ = nullptr;
   FinVidage fin_ = FinVidage::suivant;
   AspectVidage aspect_;

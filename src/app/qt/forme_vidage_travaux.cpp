@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QStackedWidget>
 
+#include "app/noyau/affichage.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/qt/cible_sortie.hpp"
 #include "app/qt/fiche_analyse.hpp"
@@ -17,6 +18,7 @@
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/page_ressources.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "app/qt/vue_vidage.hpp"
 #include "inspect/recherche.hpp"
@@ -193,7 +195,11 @@ void TMacDump::imprime() {
 
 // --- the rest
 
-void TMacDump::proprietes() {}
+void TMacDump::proprietes() {
+  if (!proprietes_du_fichier(fenetre_, this, *sujet_.montre)) return;
+  sujet_.nom = QString::fromStdString(montrable(sujet_.montre->nom_utf8()));
+  rafraichit_titre();
+}
 
 void TMacDump::choisit_corps() {
   const auto voulu = demande_corps(this, reglages().corps);

@@ -17,6 +17,7 @@ struct SujetVidage {
   QString document;  ///< file name of the open image
   SourceUnique donnees, ressources;
   std::optional<ElementMac> element;  ///< the file, when it is one
+  std::optional<ElementMac> montre;   ///< the same as the panes show it: a link, where it is one
 };
 
 enum class FinVidage {
@@ -24,7 +25,7 @@ enum class FinVidage {
   termine,  ///< back to the main window
 };
 
-/// Shows the viewer until it is closed.
-FinVidage montre_vidage(TVarnion &fenetre, const SujetVidage &sujet);
+/// Shows the viewer until it is closed. What the user changes of the file is changed in `sujet` too.
+FinVidage montre_vidage(TVarnion &fenetre, SujetVidage &sujet);
 
 }  // namespace varnion

@@ -6,12 +6,15 @@
 #include <QString>
 #include <QStringList>
 
+class QWidget;
+
 // The work of the commands, each subject in a file of its own. All are called on the main thread with their
 // condition met; what takes long they run through `OperationsQt::en_fond`.
 
 namespace varnion {
 
 class TVarnion;
+struct ElementMac;
 
 // --- commandes_compilation.cpp
 /// Compiles the project of the mode, or stops the compile that runs.
@@ -42,6 +45,8 @@ void permute_branches(TVarnion &fenetre);
 // --- commandes_proprietes.cpp: what is shown and changed of a volume and its items
 void proprietes_volume(TVarnion &fenetre);
 void proprietes_elements(TVarnion &fenetre);
+/// Those of one file, from a form above the window. True when something was written: `element` is read anew.
+bool proprietes_du_fichier(TVarnion &fenetre, QWidget *parent, ElementMac &element);
 /// The label of the volume alone.
 void etiquette_volume(TVarnion &fenetre);
 /// Goes through the files of HFS that have the generic signature and lets the user give each a better one.

@@ -1,5 +1,5 @@
-#include "app/qt/tvarnion.hpp"
 #include "app/qt/travaux.hpp"
+#include "app/qt/tvarnion.hpp"
 
 #include <algorithm>
 #include <numeric>
