@@ -1,5 +1,7 @@
 #include "app/qt/fiche_analyse.hpp"
 
+#include <algorithm>
+
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -22,7 +24,9 @@ namespace {
 constexpr int kFermer = 1000;
 constexpr int kOngletArbre = 3349;
 constexpr int kPrudence = 3352;
-constexpr int kLettresValeur = 14;  // room for a value at least
+constexpr int kLettresValeur = 14;     // room for a value at least
+constexpr int kLettresValeurMax = 48;  // and at most
+constexpr int kLettresMarge = 3;
 constexpr int kColonneBouton = 4;
 
 class TFiche final : public QDialog {
@@ -85,6 +89,7 @@ TFiche::TFiche(QWidget *parent, const FicheAnalyse &fiche, const SourceSecteurs 
 
 // A tab that opens gives the focus to its first button.
 void TFiche::donne_focus(const QWidget *feuille) {
+  if (feuille == nullptr) return;  // no tab at all
   for (QPushButton *pousse : feuille->findChildren<QPushButton *>())
     if (pousse->isEnabled()) return pousse->setFocus();
 }
@@ -138,14 +143,19 @@ void TFiche::ajoute_champ(QGridLayout *grille, const Champ &champ, int ligne, in
   valeur->setObjectName(vers_qt(champ.nom));
   valeur->setReadOnly(true);
   valeur->setCursorPosition(0);
-  valeur->setMinimumWidth(fontMetrics().averageCharWidth() * kLettresValeur);
+  const int lettre = fontMetrics().averageCharWidth();
+  valeur->setMinimumWidth(std::clamp(fontMetrics().horizontalAdvance(valeur->text()) + lettre * kLettresMarge,
+                                     lettre * kLettresValeur, lettre * kLettresValeurMax));
   auto *legende = new QLabel(chaine_qt(champ.legende));
   legende->setBuddy(valeur);
   valeur->setAccessibleName(legende->text());
   grille->addWidget(legende, ligne, colonne);
   const bool large = champ.groupe == 0;
   grille->addWidget(valeur, ligne, colonne + 1, 1, large ? 3 : 1);
-  if (champ.bouton) grille->addWidget(fait_bouton(*champ.bouton), ligne, kColonneBouton);
+  if (!champ.bouton) return;
+  QPushButton *va = fait_bouton(*champ.bouton);
+  va->setAccessibleName(legende->text() + " " + valeur->text());
+  grille->addWidget(va, ligne, kColonneBouton);
 }
 
 QTreeWidget *TFiche::liste(const Onglet &onglet) {

@@ -15,6 +15,7 @@
 #include <QSignalBlocker>
 #include <QStackedWidget>
 #include <QStatusBar>
+#include <QStatusTipEvent>
 #include <QVBoxLayout>
 
 #include "app/noyau/reglages.hpp"
@@ -287,6 +288,13 @@ void TMacDump::radix(unsigned radix) {
 void TMacDump::pose_corps(int corps) {
   liste_->corps(corps);
   if (arbre_ != nullptr) arbre_->corps(corps);
+}
+
+// The hints of the menus show in the status bar.
+bool TMacDump::event(QEvent *evenement) {
+  if (evenement->type() != QEvent::StatusTip) return QDialog::event(evenement);
+  barre_->showMessage(static_cast<QStatusTipEvent *>(evenement)->tip());
+  return true;
 }
 
 void TMacDump::keyPressEvent(QKeyEvent *evenement) {

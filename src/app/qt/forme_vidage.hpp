@@ -32,6 +32,7 @@ class TMacDump final : public QDialog {
   void afficher_secteur(std::int64_t n);
 
  protected:
+  bool event(QEvent *evenement) override;
   void keyPressEvent(QKeyEvent *evenement) override;
 
  private:

@@ -38,6 +38,7 @@ constexpr int kEnregistrer = 7224;
 constexpr int kEnregistrerHexa = 7225;
 constexpr std::uint32_t kMontreMax = 1U << 24;  // bytes of one resource that are listed
 constexpr std::size_t kMotLongueur = 4;
+constexpr int kLettresArbre = 28;  // of the tree that are seen
 constexpr int kCranMolette = 120;  // eighths of a degree
 
 }  // namespace
@@ -54,6 +55,7 @@ PageRessources::PageRessources(TVarnion &fenetre, const ElementMac &element, con
   arbre_->setHeaderHidden(true);
   arbre_->setUniformRowHeights(true);
   arbre_->setAccessibleName(chaine_qt(kArbre));
+  arbre_->setMinimumWidth(arbre_->fontMetrics().averageCharWidth() * kLettresArbre);
   octets_->setObjectName("ListArb");
   binaire_->setObjectName("SBin");
   hexa_->setObjectName("SHex");
@@ -164,6 +166,7 @@ void PageRessources::corps(int points) {
   QFont police = arbre_->font();
   police.setPointSize(points);
   arbre_->setFont(police);
+  arbre_->setMinimumWidth(QFontMetrics(police).averageCharWidth() * kLettresArbre);
 }
 
 void PageRessources::aspect(const AspectVidage &aspect) {

@@ -18,6 +18,7 @@
 #include <QPageSetupDialog>
 #include <QPrinter>
 #include <QStatusBar>
+#include <QStatusTipEvent>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -91,6 +92,9 @@ class TSignEdit final : public QDialog {
   void charge(const std::string &chemin);
 
   void reject() override;
+
+ protected:
+  bool event(QEvent *evenement) override;
 
  private:
   void construit();
@@ -184,7 +188,8 @@ void TSignEdit::construit() {
   liste_->header()->setSectionsMovable(false);
   liste_->setContextMenuPolicy(Qt::CustomContextMenu);
   const int lettre = fontMetrics().averageCharWidth();
-  for (int i = 0; i < 3; ++i) liste_->setColumnWidth(i, lettre * 15);
+  for (int i = 0; i < 3; ++i)
+    liste_->setColumnWidth(i, std::max(lettre * 15, liste_->header()->sectionSizeHint(i) + lettre));
   connect(liste_, &QTreeView::activated, this, [this] { modifie(); });
   connect(liste_, &QWidget::customContextMenuRequested, this,
           [this, element](const QPoint &point) { element->popup(liste_->viewport()->mapToGlobal(point)); });
@@ -289,6 +294,13 @@ void TSignEdit::ferme() {
 void TSignEdit::quitte() {
   if (edition_.modifie() && !enregistre_sous_nom(false)) return;
   accept();
+}
+
+// The hints of the menus show in the status line.
+bool TSignEdit::event(QEvent *evenement) {
+  if (evenement->type() != QEvent::StatusTip) return QDialog::event(evenement);
+  barre_->showMessage(static_cast<QStatusTipEvent *>(evenement)->tip());
+  return true;
 }
 
 // The close button of the window and Esc ask first.
