@@ -1,6 +1,7 @@
 #include "app/noyau/actions_edition.hpp"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "hfs/texte_mac.hpp"
 #include "hfs/volume.hpp"
@@ -107,6 +108,17 @@ std::vector<std::string> parties_chemin(std::string_view chemin) {
     chemin.remove_prefix(std::min(barre + 1, chemin.size()));
   }
   return parties;
+}
+
+Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire) {
+  constexpr int kEssais = 100;
+  Fichier fichier;
+  for (int n = 0; n < kEssais && !fichier; ++n) {
+    provisoire = chemin + ".part" + (n == 0 ? "" : std::to_string(n));
+    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
+    if (!fichier && errno != EEXIST) break;
+  }
+  return fichier;
 }
 
 }  // namespace varnion

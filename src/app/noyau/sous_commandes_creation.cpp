@@ -46,18 +46,6 @@ std::string megas(std::uint32_t taille) {
   return taille_lisible(std::uint64_t{taille} << kMegaBits);
 }
 
-// A file of its own beside the image to be; closed after a failure (`errno` tells).
-Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire) {
-  constexpr int kEssais = 100;
-  Fichier fichier;
-  for (int n = 0; n < kEssais && !fichier; ++n) {
-    provisoire = chemin + ".part" + (n == 0 ? "" : std::to_string(n));
-    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
-    if (!fichier && errno != EEXIST) break;
-  }
-  return fichier;
-}
-
 // Room on the disk for what the image grows by; the message is shown when there is none.
 bool place_pour(const std::string &chemin, std::uint32_t ancienne, std::uint32_t nouvelle) {
   if (nouvelle <= ancienne || disque_assez_grand(chemin, std::uint64_t{nouvelle - ancienne} << kMegaBits))

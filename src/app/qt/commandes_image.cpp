@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "app/noyau/actions_edition.hpp"
 #include "app/noyau/actions_projet.hpp"
 #include "app/qt/modification_volume.hpp"
 #include "app/qt/operations_qt.hpp"
@@ -79,18 +80,6 @@ FinCopie copie_image(const Fichier &source, const Fichier &cible, std::uint64_t 
   }
   const bool entiere = fichier_tronquer(cible, taille) && fichier_vider(cible);
   return entiere ? FinCopie::faite : FinCopie::manquee;
-}
-
-// A file of its own beside the copy to be, so that a failure also keeps an older one.
-Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire) {
-  constexpr int kEssais = 100;
-  Fichier fichier;
-  for (int n = 0; n < kEssais && !fichier; ++n) {
-    provisoire = chemin + ".part" + (n == 0 ? "" : std::to_string(n));
-    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
-    if (!fichier && errno != EEXIST) break;
-  }
-  return fichier;
 }
 
 // True when the open image stands at `chemin`; otherwise, after a message unless the user stopped it, nothing
