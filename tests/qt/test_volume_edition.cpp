@@ -248,6 +248,30 @@ TEST_F(Edition, TakesATreeInAndGivesItBack) {
   }
 }
 
+TEST_F(Edition, AsksBeforeItConvertsFonts) {
+  const QByteArray ttf = octets(VN_DONNEES "/polices/TestTTF-Regular.expected.ttf");
+  const QString source = fichier("police.ttf", ttf);
+  for (const bool plus : {false, true}) {
+    cree(plus ? "p.hfs" : "h.hfs", plus);
+    attend_message("TMessONT", 1125, "MessNon");
+    depose_volume(*fenetre_, {source}, 2);
+    EXPECT_EQ(noms(), QStringList("police.ttf"));
+    attend_message("TMessONT", 1125, "MessOui");
+    depose_volume(*fenetre_, {source}, 2);
+    EXPECT_EQ(selection(), QStringList("TestTTF-Regular"));
+    const QString cible = bac_.filePath(plus ? "rendu+" : "rendu");
+    QDir().mkpath(cible);
+    attend("TDestSel", [cible](QDialog &forme) {
+      forme.findChild<QLineEdit *>("Chemin")->setText(cible);
+      clique(forme, "CopNow");
+    });
+    attend_message("TMessONT", 1125, "MessOui");
+    execute("Mac2PC");
+    EXPECT_EQ(octets(cible + "/TestTTF-Regular.ttf"), ttf);
+    execute("Fermer2");
+  }
+}
+
 TEST_F(Edition, StopsADropThatHasNoRoom) {
   cree("petit.hfs", false, 2);
   const QString trop = fichier("trop.dat", QByteArray(3 << 20, 'x'));
