@@ -55,6 +55,7 @@ TEST_F(Vidage, WalksAndAnalyzesAnImage) {
   prevoit("TMacDump", [&](QDialog &vidage) {
     EXPECT_EQ(panneau_vidage(vidage, 0), "0");
     EXPECT_EQ(panneau_vidage(vidage, 1), "1599");
+    EXPECT_TRUE(vidage.findChild<QLabel *>("Noeuds")->text().startsWith("Catalog nodes: "));
     touche(vidage, Qt::Key_PageDown);
     touche(vidage, Qt::Key_End);
     EXPECT_EQ(panneau_vidage(vidage, 0), "1599");

@@ -24,6 +24,7 @@
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "app/qt/vue_vidage.hpp"
+#include "hfs/arbre.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -36,6 +37,7 @@ constexpr int kTitre = 3045;
 constexpr int kAnalyserComme = 7220;
 constexpr int kIndiceAnalyserComme = 7221;
 constexpr int kSecteurs = 7226;
+constexpr int kNoeuds = 7236;      // reads of catalog nodes, those from the disk
 constexpr int kEcartIndice = 100;  // between a caption and its hint
 constexpr int kLignesVues = 35;
 
@@ -170,6 +172,9 @@ void TMacDump::construit_barre() {
     panneaux_[i]->setMinimumWidth(fontMetrics().averageCharWidth() * 14);
     barre_->addWidget(panneaux_[i]);
   }
+  noeuds_ = new QLabel;
+  noeuds_->setObjectName("Noeuds");
+  barre_->addPermanentWidget(noeuds_);
   pose_sujet(this, sujet::kVidage);
 }
 
@@ -271,6 +276,8 @@ void TMacDump::rafraichit_panneaux(std::int64_t secteur) {
   const std::int64_t nombres[] = {secteur, source_->dernier_secteur(), position};
   for (std::size_t i = 0; i < panneaux_.size(); ++i)
     panneaux_[i]->setText(vers_qt(nombre_vidage(nombres[i], aspect_.radix)));
+  const CompteursNoeuds &noeuds = compteurs_noeuds();
+  noeuds_->setText(vers_qt(message(kNoeuds, {noeuds.nb_lectures, noeuds.nb_lectures_disque})));
 }
 
 void TMacDump::table(TableCaracteres table) {

@@ -97,6 +97,7 @@ class TMacDump final : public QDialog {
   PageRessources *arbre_ = nullptr;
   QStatusBar *barre_;
   std::array<QLabel *, 3> panneaux_{};
+  QLabel *noeuds_ = nullptr;  ///< reads of catalog nodes since the start of the program
 };
 
 }  // namespace varnion
