@@ -156,11 +156,11 @@ bool FichierProjet::sauvegarde_entete() {
   return true;
 }
 
-bool FichierProjet::enregistre_sous(std::string_view cible) {
+bool FichierProjet::enregistre_sous(std::string_view cible, bool demande) {
   const std::string chemin(cible);
   if (!sauvegarde_entete()) return false;
   if (plateforme::meme_fichier(chemin, chemin_)) return true;
-  if (plateforme::existe(chemin) &&
+  if (demande && plateforme::existe(chemin) &&
       operations().demander_oui_non(message(1061, {tronque_chemin(chemin, kCheminMessage)})) != 1)
     return false;
   if (sans_nom()) return deplace_vers(chemin);

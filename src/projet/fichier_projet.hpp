@@ -59,10 +59,10 @@ class FichierProjet {
   /// hybrid project, stores the estimate and the counters, flushes. False on a write error; the user was
   /// told.
   [[nodiscard]] bool sauvegarde_entete();
-  /// Save As, after the save above and question 1061 when the target exists: an unnamed project moves to the
-  /// target, a named one is copied and the copy becomes the project. False when refused or failed, with this
-  /// project unchanged and no partial target left.
-  [[nodiscard]] bool enregistre_sous(std::string_view cible);
+  /// Save As, after the save above and, with `demande`, question 1061 when the target exists: an unnamed
+  /// project moves to the target, a named one is copied and the copy becomes the project. False when refused
+  /// or failed, with this project unchanged and no partial target left.
+  [[nodiscard]] bool enregistre_sous(std::string_view cible, bool demande = true);
   /// Writes the whole project to its path anew, for a file that was deleted while it was open. False after a
   /// message.
   [[nodiscard]] bool reecrit_fichier();

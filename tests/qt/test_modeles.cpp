@@ -155,6 +155,8 @@ TEST(TexteQt, SizesAndFilters) {
   EXPECT_EQ(taille_volume((std::uint64_t{1234} << 20) + (1023 << 10)), "1,234.999MB");
   EXPECT_EQ(filtre_qt("HFS Images [*.iso;*.hfs]|*.iso;*.hfs|All Files (*.*)|*.*"),
             "HFS Images (*.iso *.hfs);;All Files (*)");
+  EXPECT_EQ(filtre_qt("Projects (*.vnpr)|*.vnpr|All Files (*.*)|*.*", "*.vnpr;*.cat"),
+            "Projects (*.vnpr *.cat);;All Files (*)");
   EXPECT_EQ(date_liste(0, false), "");
 }
 

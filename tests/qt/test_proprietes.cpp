@@ -409,8 +409,8 @@ TEST_F(Proprietes, AFolderIsRenamedAndHfsutilsAgrees) {
   });
   execute("AttrPart");
   // The root: looked at, never renamed here.
-  panneau("TV")->setCurrentIndex(panneau("TV")->model()->index(0, 0));
   panneau("LV")->clearSelection();
+  emit panneau("TV")->clicked(panneau("TV")->model()->index(0, 0));
   puis("TPropDossier", [](QDialog &forme) {
     EXPECT_TRUE(champ<QLineEdit>(forme, "Nom").isReadOnly());
     EXPECT_EQ(texte(forme, "Numero"), "2");

@@ -104,7 +104,7 @@ bool change_vues(FichierProjet &projet, std::uint64_t rang, RubriqueProjet r, co
     if (!voulu) return actuel;
     if (!*voulu) return kHorsVue;
     if (actuel != kHorsVue) return actuel;  // a missing source stays marked
-    return c.manquant.value_or(false) ? kManquant : kDansVue;
+    return c.manquant.value_or(c.entree_manquante) ? kManquant : kDansVue;
   };
   const auto prepare = [&](RubriqueProjet &une) {
     if (c.dans_hfs.value_or(false)) prepare_nom_hfs(une, projet.hfsplus());

@@ -20,6 +20,7 @@ struct ChangementsRubrique {
   std::optional<bool> cache_iso, cache_hfs;
   std::optional<bool> dans_iso, dans_hfs;
   std::optional<bool> extension_cachee, icone, manquant, rafraichir;
+  bool entree_manquante = false;  ///< a view that the item enters marks its source as missing
   bool decodage = false;  ///< a MacBinary or BinHex file becomes a plain file of the PC
 
   [[nodiscard]] bool vues() const { return dans_iso || dans_hfs; }

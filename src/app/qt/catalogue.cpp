@@ -90,11 +90,12 @@ constexpr Commande kCommandes[] = {
     {"DrExpl", "Fichiers", 2055, 2255, "Ctrl+V", T, C::collage, O::coller},
     {"Supp1", "Fichiers", 2046, 2246, "Del", T, C::selection_ecriture, O::supprimer},
     {"Ren1", "Fichiers", 2047, 2247, "", T, C::selection_ecriture, O::renommer},
-    {"MD", "Fichiers", 2051, 2251, "Ctrl+N", T, C::document_ecriture, O::creer_dossier},
+    {"MD", "Fichiers", 2051, 2251, "Ctrl+N", T, C::creation_menu, O::creer_dossier},
     {"Aff1", "Fichiers", 2052, 2252, "", V, C::selection, O::afficher_contenu},
     {"Prop1", "Fichiers", 2048, 2248, "", T, C::selection, O::proprietes},
     {"Rech1", "Fichiers", 2054, 2254, "", T, C::document, O::rechercher},
     {"RSig", "Fichiers", 2059, 2259, "", PI, C::document, O::remplacer_signatures},
+    {"SignGen", "Fichiers", 7156, 7157, "", V, C::document_ecriture, O::signatures_generiques},
     {"SAll", "Fichiers", 2057, 2257, "Ctrl+A", T, C::toujours, O::tout_selectionner, 0, "", true},
     {"Inv", "Fichiers", 2058, 2258, "", T, C::toujours, O::inverser},
 
@@ -243,6 +244,7 @@ bool permise(Condition condition, const EtatCommandes &etat) {
     case C::document_nomme:
       return etat.document && etat.nomme;
     case C::document_ecriture:
+    case C::creation_menu:
       return ecriture;
     case C::hybridation:
       return etat.document && etat.hybridation;

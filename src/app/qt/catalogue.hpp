@@ -22,6 +22,7 @@ enum class Condition : std::uint8_t {
   document,            ///< the mode's document is open
   document_nomme,      ///< and has a name of its own
   document_ecriture,   ///< and may be changed
+  creation_menu,       ///< the same; without a volume the item of the menu stays as it was last
   hybridation,         ///< and its kind of image was found to allow it
   selection,           ///< a document, and something is selected in the tree or the list
   selection_ecriture,  ///< a document that may be changed, and a selection
@@ -78,6 +79,7 @@ enum class Operation : std::uint8_t {
   deshybrider,
   imprimer,
   permuter,
+  signatures_generiques,
   rechercher,
   remplacer_signatures,
   comparer,  ///< the project with the disk

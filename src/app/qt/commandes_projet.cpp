@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include <QApplication>
 #include <QStatusBar>
 #include <QTreeView>
 
@@ -161,10 +160,11 @@ void depose_projet(TVarnion &fenetre, const QStringList &chemins, std::uint32_t 
   montre_changement(fenetre, nouveaux(*projet, dossier, dernier_dossier, dernier_fichier));
   if (!bilan.abouti()) return;
   const auto duree = static_cast<int>(plateforme::chronometre() - debut);
-  fenetre.statusBar()->showMessage(
-      vers_qt(message(kBilanInclusion,
-                      {duree / kSecondesMinute, duree % kSecondesMinute, bilan.dossiers, bilan.fichiers})),
-      kDureeBilan);
+  const std::string texte = message(
+      kBilanInclusion, {duree / kSecondesMinute, duree % kSecondesMinute, bilan.dossiers, bilan.fichiers});
+  fenetre.statusBar()->showMessage(vers_qt(texte), kDureeBilan);
+  // Who waited that long is told in a box, too.
+  if (duree >= kSecondesMinute) operations().afficher_avis(texte);
 }
 
 void deplace_projet(TVarnion &fenetre, const std::vector<std::uint32_t> &ids, std::uint32_t dossier) {
@@ -250,7 +250,7 @@ void cree_dossier_projet(TVarnion &fenetre) {
   const int vue = projet->vue_courante();
   // A name that the folder has is refused without a word.
   for (const int une : {int{kVueRacine}, vue})
-    if (trouve_enfant(*projet, dossier, nom, une)) return QApplication::beep();
+    if (trouve_enfant(*projet, dossier, nom, une)) return;
   projet->dossier_courant(dossier);
   const std::uint32_t numero = ajout_dossier_virtuel(*projet, nom);
   if (numero != 0) montre_changement(fenetre, {numero});

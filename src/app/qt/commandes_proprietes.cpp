@@ -10,6 +10,7 @@
 #include <QTreeView>
 
 #include "app/noyau/actions_edition.hpp"
+#include "app/qt/modification_volume.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tproprietes.hpp"
@@ -37,16 +38,16 @@ bool pas_change(const std::string &nom) {
   return false;
 }
 
-// A change of the mounted volume, then the flush.
-bool change_volume(const std::function<bool()> &change) {
-  const Attente attente;
-  return modifie_volume_monte(partition_courante().chemin, change);
+// A change of the mounted volume, then the flush: true when both were done.
+bool change_volume(TVarnion &fenetre, const std::function<bool()> &change) {
+  bool fait = false;
+  return modifie_volume(fenetre, [&] { fait = change(); }) && fait;
 }
 
 // --- items
 
-bool ecrit_proprietes(const ElementMac &element, const DemandeProprietes &demande) {
-  return change_volume([&] {
+bool ecrit_proprietes(TVarnion &fenetre, const ElementMac &element, const DemandeProprietes &demande) {
+  return change_volume(fenetre, [&] {
     NomItem nom = nom_de(element);
     if (demande.nom) {
       const auto nouveau = nom_tape(demande.nom->toStdString());
@@ -71,8 +72,8 @@ std::vector<ElementMac> elements_montres(const TVarnion &fenetre) {
 
 // --- the volume
 
-bool ecrit_volume_demande(const DemandeVolume &demande) {
-  return change_volume([&] {
+bool ecrit_volume_demande(TVarnion &fenetre, const DemandeVolume &demande) {
+  return change_volume(fenetre, [&] {
     const auto limite = static_cast<std::size_t>(longueur_label_max());
     if (demande.label) {
       const auto nom = nom_tape(demande.label->toStdString(), limite);
@@ -89,7 +90,7 @@ bool ecrit_volume_demande(const DemandeVolume &demande) {
   });
 }
 
-void remontre_volume(TVarnion &fenetre) {
+void relit_volume(TVarnion &fenetre) {
   partition_courante().nom_volume = nom_volume();
   fenetre.montre_document();
 }
@@ -108,7 +109,7 @@ void proprietes_elements(TVarnion &fenetre) {
     bool dossier_renomme = false;
     options.ecrit = [&](const DemandeProprietes &demande) {
       dossier_renomme = element.dossier && demande.nom;
-      return ecrit_proprietes(element, demande);
+      return ecrit_proprietes(fenetre, element, demande);
     };
     const SuiteProprietes suite = montre_proprietes_mac(&fenetre, element, options);
     if (suite == SuiteProprietes::tout_ferme) break;
@@ -140,13 +141,14 @@ bool proprietes_du_fichier(TVarnion &fenetre, QWidget *parent, ElementMac &eleme
 }
 
 void proprietes_volume(TVarnion &fenetre) {
-  if (montre_proprietes_volume(&fenetre, support().lecture_seule, ecrit_volume_demande) > 1)
-    remontre_volume(fenetre);
+  const auto ecrit = [&](const DemandeVolume &demande) { return ecrit_volume_demande(fenetre, demande); };
+  if (montre_proprietes_volume(&fenetre, support().lecture_seule, ecrit) > 1) relit_volume(fenetre);
 }
 
 void etiquette_volume(TVarnion &fenetre) {
   if (support().lecture_seule) return;
-  if (demande_label_volume(&fenetre, ecrit_volume_demande) == 1) remontre_volume(fenetre);
+  const auto ecrit = [&](const DemandeVolume &demande) { return ecrit_volume_demande(fenetre, demande); };
+  if (demande_label_volume(&fenetre, ecrit) == 1) relit_volume(fenetre);
 }
 
 void edite_signatures_generiques(TVarnion &fenetre) {
@@ -154,7 +156,7 @@ void edite_signatures_generiques(TVarnion &fenetre) {
     operations().afficher_erreur(charger_chaine(kSansGenerique));
     return;
   }
-  static_cast<void>(change_volume([&fenetre] {
+  static_cast<void>(change_volume(fenetre, [&fenetre] {
     static_cast<void>(edite_signatures(
         [&](std::string_view nom, const Signature &signature) -> std::optional<ReponseSignature> {
           ReponseSignature reponse{signature, false};

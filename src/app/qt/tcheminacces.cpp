@@ -74,7 +74,7 @@ class TCheminAcces final : public Forme {
     montre(0);
   }
 
-  [[nodiscard]] bool change() const { return change_; }
+  [[nodiscard]] bool remplace() const { return remplace_; }
 
   /// Replaces; with the box checked the form stays for the next path.
   void accept() override {
@@ -85,7 +85,7 @@ class TCheminAcces final : public Forme {
     std::optional<std::uint64_t> changes;
     travaille(fenetre_, *this, [&] { changes = changement_chemin(projet, ancien, *nouveau); });
     if (!changes) return;
-    change_ = change_ || *changes > 0;
+    remplace_ = true;
     operations().afficher_avis(message(kChanges, {*changes}));
     if (!garder_->isChecked()) return Forme::accept();
     chemins_ = chemins_distincts(projet);
@@ -133,7 +133,7 @@ class TCheminAcces final : public Forme {
   QPushButton *precedent_ = nullptr, *suivant_ = nullptr;
   std::vector<std::string> chemins_;
   int rang_ = 0;
-  bool change_ = false;
+  bool remplace_ = false;
 };
 
 }  // namespace
@@ -141,7 +141,7 @@ class TCheminAcces final : public Forme {
 bool montre_chemin_acces(TVarnion &fenetre) {
   TCheminAcces forme(fenetre);
   static_cast<void>(forme.exec());
-  return forme.change();
+  return forme.remplace();
 }
 
 }  // namespace varnion

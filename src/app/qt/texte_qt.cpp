@@ -64,7 +64,7 @@ QString date_liste(std::uint32_t secondes, bool utc) {
   return QLocale().toString(date, QLocale::ShortFormat);
 }
 
-QString filtre_qt(std::string_view filtre) {
+QString filtre_qt(std::string_view filtre, std::string_view premiers) {
   const QStringList parties = vers_qt(filtre).split('|');
   QStringList groupes;
   for (qsizetype i = 0; i + 1 < parties.size(); i += 2) {
@@ -72,7 +72,7 @@ QString filtre_qt(std::string_view filtre) {
     QString legende = parties[i];
     const qsizetype crochet = std::max(legende.lastIndexOf('['), legende.lastIndexOf('('));
     if (crochet > 0) legende = legende.left(crochet).trimmed();
-    QString motifs = parties[i + 1];
+    QString motifs = i == 0 && !premiers.empty() ? vers_qt(premiers) : parties[i + 1];
     motifs.replace("*.*", "*").replace(';', ' ');
     groupes << legende + " (" + motifs + ")";
   }

@@ -26,6 +26,7 @@ namespace varnion {
 [[nodiscard]] QString date_liste(std::uint32_t secondes, bool utc);
 
 /// The patterns of a file dialog, "Caption|*.a;*.b|…", as Qt wants them.
-[[nodiscard]] QString filtre_qt(std::string_view filtre);
+/// `premiers`: patterns of the first group instead of its own, where there are any.
+[[nodiscard]] QString filtre_qt(std::string_view filtre, std::string_view premiers = {});
 
 }  // namespace varnion

@@ -265,8 +265,7 @@ class TPropRubrique final : public Forme {
     note(c.icone, icone_, r_.icone_perso());
     note(c.rafraichir, rafraichir_, r_.rafraichir());
     note(c.manquant, manquant_, manquant_au_debut_);
-    // A source that is gone is marked so in a view that the item enters.
-    if (c.vues() && !c.manquant && manquant_ != nullptr && manquant_->isChecked()) c.manquant = true;
+    c.entree_manquante = manquant_ != nullptr && manquant_->isChecked();
     c.decodage = aucun_ != nullptr && r_.est_code_mac() && aucun_->isChecked();
     if (signature_ != nullptr) {
       c.type = signature_->type();

@@ -1,5 +1,5 @@
-#include "app/qt/travaux.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "app/qt/travaux.hpp"
 
 #include <algorithm>
 #include <numeric>
@@ -42,6 +42,8 @@ constexpr double kHauteurDessin = 13;             // pixels
 constexpr std::uint32_t kDateLarge = 3061145288;  // 2000-12-31 22:08:08
 constexpr int kMargeCellule = 12;                 // pixels around the text of a cell
 constexpr int kLettresArbre = 24;                 // seen of a name in the tree, with its icons
+constexpr int kFiltreProjets = 1349;
+constexpr int kMotifsProjets = 1354;  // the ending of older projects is among them
 constexpr int kArretCompilation = 2098;
 constexpr int kOuvrirDossier = 2056;
 constexpr int kIndiceOuvrirDossier = 2256;
@@ -51,7 +53,9 @@ constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 DemandesFichiers demandes_du_systeme(QWidget *fenetre) {
   DemandesFichiers demandes;
   demandes.ouvrir = [fenetre](int titre, int filtre, const QString &depart) {
-    return QFileDialog::getOpenFileName(fenetre, chaine_qt(titre), depart, filtre_qt(charger_chaine(filtre)));
+    const std::string motifs = filtre == kFiltreProjets ? charger_chaine(kMotifsProjets) : std::string();
+    return QFileDialog::getOpenFileName(fenetre, chaine_qt(titre), depart,
+                                        filtre_qt(charger_chaine(filtre), motifs));
   };
   // Question 1061 is put by the caller, in the words of this program.
   demandes.enregistrer = [fenetre](int titre, int filtre, const QString &depart, int extension) {
@@ -170,6 +174,10 @@ void TVarnion::construit_menus() {
   }
   for (const Commande &commande : commandes())
     if (commande.faite()) construit_commande(commande);
+  // What a popup is opened for most.
+  for (const Commande &commande : commandes())
+    if (commande.operation == Operation::proprietes && QLatin1String("Fichiers") != commande.parent)
+      menus_[commande.parent]->setDefaultAction(actions_[commande.nom]);
   // The button that steps through the views drops the menu that names them.
   auto *vue = qobject_cast<QToolButton *>(barres_["BarreProj"]->widgetForAction(actions_["ModeVue"]));
   vue->setPopupMode(QToolButton::MenuButtonPopup);
@@ -220,13 +228,18 @@ void TVarnion::branche_panneaux() {
               affiche_dossier(modele_arbre_.id(index));
             rafraichit_commandes();
           });
-  connect(arbre_, &QTreeView::clicked, this, [this] { depuis_liste_ = false; });
+  // The pane last worked in is the one that a command acts on.
+  const auto dans_arbre = [this] { depuis_liste_ = false; };
+  connect(arbre_, &QTreeView::clicked, this, dans_arbre);
+  connect(arbre_, &QTreeView::expanded, this, dans_arbre);
+  connect(arbre_, &QTreeView::collapsed, this, dans_arbre);
+  connect(liste_, &QTreeView::clicked, this, [this] { depuis_liste_ = true; });
   connect(arbre_, &QWidget::customContextMenuRequested, this, [this](const QPoint &point) {
     depuis_liste_ = false;
     montre_popup(LieuCommandes::contextuel_arbre, arbre_->viewport(), point);
   });
   connect(liste_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
-    depuis_liste_ = liste_->selectionModel()->hasSelection();
+    depuis_liste_ = true;
     rafraichit_commandes();
   });
   connect(liste_, &QTreeView::activated, this, &TVarnion::ouvre_ligne);
@@ -356,7 +369,7 @@ void TVarnion::retraduit() {
     if (commande.indice == 0) continue;
     const QString indice = chaine_qt(commande.indice);
     const bool etat = indice.startsWith('.');
-    action->setStatusTip(etat ? indice.mid(1) : indice);
+    action->setStatusTip(etat ? indice.mid(1) : QString());
     action->setToolTip(etat ? QString() : indice);
   }
   rafraichit_textes();

@@ -70,11 +70,12 @@ const char *icone_vue(int vue) {
   return vue == kVueHfs ? "vue_hfs" : "vue_hybride";
 }
 
-// What may be done while a compile runs: stopping it, and looking around.
+// What may be done while a compile runs: stopping it, looking around, and printing the rows that are shown.
 bool pendant_compilation(Operation operation) {
   switch (operation) {
     case Operation::compiler:
     case Operation::dossier_pere:
+    case Operation::imprimer:
     case Operation::aide:
     case Operation::aide_recherche:
     case Operation::aide_index:
@@ -185,6 +186,8 @@ void TVarnion::execute_sur_document(const Commande &commande) {
       return copie_vers_le_mac(*this);
     case Operation::permuter:
       return permute_branches(*this);
+    case Operation::signatures_generiques:
+      return edite_signatures_generiques(*this);
     case Operation::afficher_contenu:
       return affiche_contenu(*this);
     case Operation::afficher_image:
@@ -269,10 +272,17 @@ void TVarnion::rafraichit_commandes() {
       montree = montree && static_cast<std::size_t>(commande.valeur) < recents.size();
     action->setVisible(montree);
     const bool libre = !compilation_ || pendant_compilation(commande.operation);
+    const bool garde = commande.condition == Condition::creation_menu && mode_ == kModePartition;
+    if (garde && !etat.document && libre) continue;
     action->setEnabled(montree && libre && permise(commande.condition, etat));
   }
   for (const char *menu : {"Fichiers", "Special1", "Options1"})
     menus_[menu]->menuAction()->setEnabled(!compilation_);
+  // Names are edited in place where they may change.
+  const bool edition = permise(Condition::document_ecriture, etat) && !compilation_;
+  for (QTreeView *panneau : {arbre_, liste_})
+    panneau->setEditTriggers(edition ? QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked
+                                     : QAbstractItemView::EditTriggers(QAbstractItemView::NoEditTriggers));
 }
 
 void TVarnion::rafraichit_coches() {

@@ -35,7 +35,6 @@ void TVarnion::branche_depots() {
     panneau->setAcceptDrops(true);
     panneau->viewport()->setAcceptDrops(true);
     panneau->viewport()->installEventFilter(this);
-    panneau->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
   }
   const auto renomme = [this](std::uint32_t id, const QString &nom) { return renomme_sur_place(id, nom); };
   modele_liste_.renomme = renomme;

@@ -256,10 +256,17 @@ void TVarnion::enregistrer() {
 bool TVarnion::enregistrer_sous() {
   if (!projet_) return false;
   const DialoguesMode &ids = dialogues(mode_);
-  const QString choisi = demandes.enregistrer(ids.enregistrer, ids.filtre, depart_documents(), ids.extension);
-  if (choisi.isEmpty()) return false;
-  const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin || !projet_->enregistre_sous(*chemin)) return false;
+  QString depart = depart_documents();
+  std::optional<std::string> chemin;
+  while (!chemin) {
+    depart = demandes.enregistrer(ids.enregistrer, ids.filtre, depart, ids.extension);
+    if (depart.isEmpty()) return false;
+    chemin = chemin_argument(depart.toStdString());
+    if (!chemin) return false;
+    // A file that is to stay leads back to the dialog.
+    if (!plateforme::meme_fichier(*chemin, projet_->chemin()) && !peut_ecraser(*chemin)) chemin.reset();
+  }
+  if (!projet_->enregistre_sous(*chemin, false)) return false;
   note_recent(*chemin);
   retient_dossier(*chemin);
   rafraichit_titre();
