@@ -125,7 +125,9 @@ void proprietes_elements(TVarnion &fenetre) {
 bool proprietes_du_fichier(TVarnion &fenetre, QWidget *parent, ElementMac &element) {
   OptionsProprietes options;
   options.lecture_seule = support().lecture_seule;
-  options.ecrit = [&](const DemandeProprietes &demande) { return ecrit_proprietes(element, demande); };
+  options.ecrit = [&](const DemandeProprietes &demande) {
+    return ecrit_proprietes(fenetre, element, demande);
+  };
   if (montre_proprietes_mac(parent, element, options) != SuiteProprietes::ecrit) return false;
   const bool liste = fenetre.depuis_liste();
   const std::vector<std::uint32_t> choisis = fenetre.ids_choisis();
