@@ -5,12 +5,14 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QPointer>
 #include <QTemporaryDir>
@@ -65,6 +67,13 @@ class Fenetre : public ::testing::Test {
   QTreeView *panneau(const char *nom) { return fenetre_->findChild<QTreeView *>(nom); }
   QString texte_panneau(int rang) {
     return fenetre_->findChild<QLabel *>(QString("Panneau%1").arg(rang))->text();
+  }
+  // Path of a copy of a file of the test data: the window locks the image that it opens, and tests run side
+  // by side.
+  std::string copie_donnee(const char *nom) {
+    const QString copie = bac_.filePath(QFileInfo(nom).fileName());
+    EXPECT_TRUE(QFile::exists(copie) || QFile::copy(QString(VN_DONNEES "/") + nom, copie)) << nom;
+    return copie.toStdString();
   }
   QString fichier(const char *nom, const QByteArray &octets) {
     QFile sortie(bac_.filePath(nom));

@@ -31,7 +31,7 @@
 namespace varnion {
 namespace {
 
-constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
+constexpr const char *kImage = "hfs/hformat_800k.hfs";
 
 TEST_F(Fenetre, ShowsTheCommandsOfTheMode) {
   for (const char *bascule : {"ModePart1", "ModeIsop1", "ModeProj1"}) {
@@ -69,7 +69,7 @@ TEST_F(Fenetre, LanguageChangesAtOnce) {
 }
 
 TEST_F(Fenetre, WalksAVolume) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee(kImage)));
   EXPECT_EQ(fenetre_->mode(), kModePartition);
   EXPECT_EQ(fenetre_->windowTitle(), "hformat_800k.hfs [Varnion]");
   EXPECT_EQ(texte_panneau(2), "Folders: 20");
@@ -200,7 +200,7 @@ TEST_F(Fenetre, ExpandsACompressedImageAndHidesWhatIsHidden) {
     EXPECT_EQ(titre, 1504);
     return copie;
   };
-  ASSERT_TRUE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee("dmg/impluse-test-disk.dmg")));
   // Expand it, save it, and its only table of blocks is read in the published way.
   EXPECT_EQ(messages_.size(), 3) << messages_.join("|").toStdString();
   EXPECT_EQ(fenetre_->chemin_document(), de_qt(copie));
@@ -214,7 +214,7 @@ TEST_F(Fenetre, ExpandsACompressedImageAndHidesWhatIsHidden) {
   // Given up at the question, nothing is left open.
   messages_.clear();
   accepte_ = false;
-  EXPECT_FALSE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
+  EXPECT_FALSE(fenetre_->router_parametre(copie_donnee("dmg/impluse-test-disk.dmg")));
   EXPECT_EQ(messages_.size(), 1);
   EXPECT_EQ(fenetre_->windowTitle(), "Varnion");
 }

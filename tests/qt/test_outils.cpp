@@ -26,7 +26,7 @@
 namespace varnion {
 namespace {
 
-constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
+constexpr const char *kImage = "hfs/hformat_800k.hfs";
 
 // A project over a folder of the disk: "Sources" with "a.txt", "b.txt", "Deep/b.doc".
 class Outils : public Formes {
@@ -106,7 +106,7 @@ TEST_F(Outils, SearchOffersSeveralMatches) {
 }
 
 TEST_F(Outils, SearchOfAVolume) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee(kImage)));
   cherche("EditNom", "LanceNom", 0, "dossier 7");
   execute("RechPart");
   EXPECT_EQ(noms_choisis(), QStringList{"Dossier 7"});

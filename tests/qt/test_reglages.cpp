@@ -24,7 +24,7 @@
 namespace varnion {
 namespace {
 
-constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
+constexpr const char *kImage = "hfs/hformat_800k.hfs";
 
 class ReglagesQt : public Formes {
  protected:
@@ -120,7 +120,7 @@ TEST_F(ReglagesQt, FormsFollowTheLanguageAndCutNoText) {
 
 TEST_F(ReglagesQt, HiddenItemsShowAsSoonAsWanted) {
   fenetre_->demandes.enregistrer = [this](int, int, const QString &, int) { return bac_.filePath("c.hfs"); };
-  ASSERT_TRUE(fenetre_->router_parametre(VN_DONNEES "/dmg/impluse-test-disk.dmg"));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee("dmg/impluse-test-disk.dmg")));
   const int avant = panneau("LV")->model()->rowCount();
   preferences([](QDialog &forme) { coche(forme, "Cache", true); });
   EXPECT_GT(panneau("LV")->model()->rowCount(), avant);
@@ -327,7 +327,7 @@ TEST_F(ReglagesQt, PagesHoldHeadCaptionsAndEachRowOnce) {
 }
 
 TEST_F(ReglagesQt, PrintCommandMakesPagesOfTheList) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee(kImage)));
   const QString chemin = bac_.filePath("list.pdf");
   int demandes = 0;
   demande_imprimante() = [&](QPrinter &imprimante, QWidget *) {

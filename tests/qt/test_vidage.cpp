@@ -27,7 +27,7 @@
 namespace varnion {
 namespace {
 
-constexpr const char *kImage = VN_DONNEES "/hfs/hformat_800k.hfs";
+constexpr const char *kImage = "hfs/hformat_800k.hfs";
 
 class Vidage : public FenetrePilotee {
  protected:
@@ -51,7 +51,7 @@ class Vidage : public FenetrePilotee {
 };
 
 TEST_F(Vidage, WalksAndAnalyzesAnImage) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee(kImage)));
   prevoit("TMacDump", [&](QDialog &vidage) {
     EXPECT_EQ(panneau_vidage(vidage, 0), "0");
     EXPECT_EQ(panneau_vidage(vidage, 1), "1599");
@@ -119,7 +119,7 @@ TEST_F(Vidage, WalksAndAnalyzesAnImage) {
 }
 
 TEST_F(Vidage, SearchesAndSavesAFork) {
-  ASSERT_TRUE(fenetre_->router_parametre(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(copie_donnee(kImage)));
   auto *liste = panneau("LV");
   int plein = 0;
   while (plein < 20 && liste->model()->index(plein, 0).data().toString() != "Dossier 7") ++plein;
