@@ -305,6 +305,13 @@ void TVarnion::restaure() {
     const int date = liste_->fontMetrics().horizontalAdvance(date_liste(kDateLarge, false)) + kMargeCellule;
     for (int &largeur : colonnes) largeur = agrandi(largeur);
     for (const std::size_t i : {4U, 5U}) colonnes[i] = std::max(colonnes[i], date);
+    // Captions at the right edge are seen whole too.
+    const QFontMetrics mesure = liste_->header()->fontMetrics();
+    for (const std::size_t i : {2U, 3U}) {
+      const QString legende =
+          modele_liste_.headerData(static_cast<int>(i), Qt::Horizontal, Qt::DisplayRole).toString();
+      colonnes[i] = std::max(colonnes[i], mesure.horizontalAdvance(legende) + kMargeCellule);
+    }
   }
   if (rect.largeur == neufs.rect.largeur && rect.hauteur == neufs.rect.hauteur &&
       rect.arbre == neufs.rect.arbre) {
