@@ -2,7 +2,11 @@
 
 #include <functional>
 
+#include <QLayout>
+#include <QPushButton>
+
 #include "app/qt/forme.hpp"
+#include "app/qt/texte_qt.hpp"
 
 namespace varnion {
 
@@ -28,6 +32,22 @@ class FormeEcriture : public Forme {
     if (saisie != nullptr) saisie->setFocus();
     en_ecriture_ = false;
     if (fait) Forme::accept();
+  }
+
+  /// Adds the button that shows and hides the advanced part of the dialog, which is hidden at first.
+  void ajoute_avance(QWidget *avance) {
+    constexpr int kAvance = 1219;
+    avance->hide();
+    auto *bascule = static_cast<QPushButton *>(bouton(kAvance, "Avance"));
+    bascule->setCheckable(true);
+    connect(bascule, &QPushButton::toggled, this, [this, avance, bascule](bool ouvert) {
+      QString texte = chaine_qt(kAvance);
+      bascule->setText(ouvert ? texte.replace(">>", "<<") : texte);
+      avance->setVisible(ouvert);
+      // The window takes the width that its content asks for, once the layouts know it.
+      layout()->activate();
+      resize(sizeHint());
+    });
   }
 
  private:

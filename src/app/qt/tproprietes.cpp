@@ -38,7 +38,6 @@ constexpr int kTitreFichier = 1202;
 constexpr int kTitreDossier = 1375;
 constexpr int kFermer = 1000;
 constexpr int kEcrire = 1212;
-constexpr int kAvance = 1219;
 constexpr int kToutFermer = 7102;
 constexpr int kRangSur = 7103;
 constexpr int kIndiceTable = 7105;
@@ -129,18 +128,8 @@ TProprietes::TProprietes(QWidget *parent, const ElementMac &element, const Optio
   rangee->addWidget(gauche, 1);
   QWidget *avance = construit_avance();
   rangee->addWidget(avance);
-  avance->hide();
   construit_boutons();
-  auto *bouton_avance = static_cast<QPushButton *>(bouton(kAvance, "Avance"));
-  bouton_avance->setCheckable(true);
-  connect(bouton_avance, &QPushButton::toggled, this, [this, avance, bouton_avance](bool ouvert) {
-    QString texte = chaine_qt(kAvance);
-    bouton_avance->setText(ouvert ? texte.replace(">>", "<<") : texte);
-    avance->setVisible(ouvert);
-    // The window takes the width that its content asks for, once the layouts know it.
-    layout()->activate();
-    resize(sizeHint());
-  });
+  ajoute_avance(avance);
   suit();
   nom_->setFocus();
 }

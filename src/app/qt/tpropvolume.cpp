@@ -29,7 +29,6 @@ constexpr int kTitre = 1223;
 constexpr int kTitreLabel = 1286;
 constexpr int kFermer = 1000;
 constexpr int kEcrire = 1212;
-constexpr int kAvance = 1219;
 constexpr int kIcone = 1382;
 constexpr int kAncienNom = 1498;
 constexpr int kNouveauNom = 1499;
@@ -141,19 +140,10 @@ TPropVolume::TPropVolume(QWidget *parent, bool lecture_seule, const EcritVolume 
   rangee->setSpacing(24);
   rangee->addWidget(construit_simple(), 1, Qt::AlignTop);
   QWidget *avance = construit_avance();
-  avance->hide();
   rangee->addWidget(avance, 0, Qt::AlignTop);
   corps()->addLayout(rangee);
   boutons(kEcrire, kFermer);
-  auto *bouton_avance = static_cast<QPushButton *>(bouton(kAvance, "Avance"));
-  bouton_avance->setCheckable(true);
-  connect(bouton_avance, &QPushButton::toggled, this, [this, avance, bouton_avance](bool ouvert) {
-    QString texte = chaine_qt(kAvance);
-    bouton_avance->setText(ouvert ? texte.replace(">>", "<<") : texte);
-    avance->setVisible(ouvert);
-    layout()->activate();
-    resize(sizeHint());
-  });
+  ajoute_avance(avance);
   connect(label_, &QLineEdit::textChanged, this, [this] { suit(); });
   connect(icone_, &QCheckBox::toggled, this, [this] { suit(); });
   suit();
