@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *donnees, std::size_t t
   using namespace varnion;
   static const Fichier fichier = plateforme::fichier_anonyme();
   if (!fichier_tronquer(fichier, 0) || !fichier.ecrire_a({donnees, taille}, 0)) std::abort();
-  for (const GenreImage genre : {GenreImage::jpeg, GenreImage::png, GenreImage::tiff, GenreImage::bmp}) {
+  for (const FormatImage genre : {FormatImage::jpeg, FormatImage::png, FormatImage::tiff, FormatImage::bmp}) {
     const auto lue = taille_image(fichier, genre);
     if (lue && (lue->largeur == 0 || lue->hauteur == 0)) std::abort();
   }

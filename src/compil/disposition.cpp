@@ -72,7 +72,7 @@ void termine_secteur_zero(SecteurZero &secteur, std::uint32_t blocs_image, std::
   s->volume.pmDataCnt = blocs_partition;
 }
 
-bool CarteImage::marque(std::uint64_t debut, std::uint64_t nombre) {
+bool DispositionImage::marque(std::uint64_t debut, std::uint64_t nombre) {
   const std::uint64_t bits = octets_.size() * 8;
   if (debut > bits || nombre > bits - debut) return false;
   std::uint64_t bloc = debut;

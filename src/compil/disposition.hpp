@@ -21,7 +21,7 @@ using SecteurZero = std::array<std::uint8_t, kSecteurIso>;
 void termine_secteur_zero(SecteurZero &secteur, std::uint32_t blocs_image, std::uint32_t blocs_partition);
 
 /// Allocation bitmap of the volume while its image is written; most significant bit first.
-class CarteImage {
+class DispositionImage {
  public:
   void prepare(std::size_t octets) { octets_.assign(octets, 0); }
   /// Marks a run; false when it lies beyond the bitmap.

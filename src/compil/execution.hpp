@@ -144,7 +144,7 @@ class Execution {
   PlanIso iso_;
   PlanVolume plan_volume_;
   SecteurZero secteur_zero_{};
-  CarteImage carte_;
+  DispositionImage carte_;
   ArbreRepertoires arbre_iso_, arbre_joliet_;
   std::uint32_t racine_iso_taille_ = 0, racine_joliet_taille_ = 0;
   std::uint64_t debut_donnees_ = 0;  ///< sector of `bloc_courant` 0

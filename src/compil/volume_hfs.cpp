@@ -158,7 +158,7 @@ void VolumeHfs::ecrit_catalogue(const ContexteCompilation &contexte) {
 }
 
 bool VolumeHfs::ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &,
-                                 const PlanVolume &plan, CarteImage &carte) {
+                                 const PlanVolume &plan, DispositionImage &carte) {
   plan_ = plan;
   unites_ = contexte.unites();
   label_ = contexte.label_hfs.substr(0, kNomVolumeHfsMax);
@@ -252,7 +252,7 @@ bool VolumeHfs::fixe_valence_racine(std::uint32_t valence) {
   return fixe_valence_de(kIdParentRacine, label_, valence);
 }
 
-bool VolumeHfs::cloture(SortieImage &sortie, SecteurZero &secteur, CarteImage &carte) {
+bool VolumeHfs::cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) {
   recopie_carte_noeuds();
   // Up to a multiple of the allocation block, and one block more: the alternate header lies in it.
   std::uint64_t blocs =

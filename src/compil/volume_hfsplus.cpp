@@ -184,7 +184,7 @@ void VolumeHfsPlus::ecrit_catalogue(const ContexteCompilation &contexte) {
 }
 
 bool VolumeHfsPlus::ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &entete,
-                                     const PlanVolume &plan, CarteImage &carte) {
+                                     const PlanVolume &plan, DispositionImage &carte) {
   plan_ = plan;
   label_ = decompose_texte(contexte.label_hfs);
   if (!fenetre_memoire().ouvre_fenetre(plan.debut, plan.taille_structures())) return false;
@@ -281,7 +281,7 @@ bool VolumeHfsPlus::fixe_valence_racine(std::uint32_t valence) {
   return fixe_valence_de(kIdParentRacine, label_, valence);
 }
 
-bool VolumeHfsPlus::cloture(SortieImage &sortie, SecteurZero &secteur, CarteImage &carte) {
+bool VolumeHfsPlus::cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) {
   recopie_carte_noeuds();
   // Two allocation blocks more: one is left free, the alternate header lies in the last.
   std::uint64_t blocs = quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur);

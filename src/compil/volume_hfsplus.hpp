@@ -15,14 +15,14 @@ class VolumeHfsPlus final : public VolumeMac {
                                 std::uint64_t debut, const BesoinsVolume &besoins) const override;
   [[nodiscard]] bool tient(const PlanVolume &plan, std::uint64_t blocs_donnees) const override;
   [[nodiscard]] bool ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &entete,
-                                      const PlanVolume &plan, CarteImage &carte) override;
+                                      const PlanVolume &plan, DispositionImage &carte) override;
   [[nodiscard]] Catalogue cree_dossier(std::uint32_t parent, const RubriqueProjet &rubrique,
                                        std::u16string_view nom_large, std::uint32_t &cnid) override;
   [[nodiscard]] Catalogue cree_fichier(std::uint32_t parent, const FicheFichier &fiche) override;
   [[nodiscard]] bool fixe_valence(std::uint32_t parent, const RubriqueProjet &rubrique,
                                   std::u16string_view nom_large, std::uint32_t valence) override;
   [[nodiscard]] bool fixe_valence_racine(std::uint32_t valence) override;
-  [[nodiscard]] bool cloture(SortieImage &sortie, SecteurZero &secteur, CarteImage &carte) override;
+  [[nodiscard]] bool cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) override;
 
  private:
   void ecrit_entete(const ContexteCompilation &contexte, const EnteteProjet &entete);

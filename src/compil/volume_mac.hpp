@@ -52,7 +52,7 @@ class VolumeMac {
 
   /// Writes headers, empty trees and the root into the window and mounts the volume there.
   [[nodiscard]] virtual bool ecrit_structures(const ContexteCompilation &contexte, const EnteteProjet &entete,
-                                              const PlanVolume &plan, CarteImage &carte) = 0;
+                                              const PlanVolume &plan, DispositionImage &carte) = 0;
 
   /// Adds a folder record and its thread; the new catalog id in `cnid`.
   [[nodiscard]] virtual Catalogue cree_dossier(std::uint32_t parent, const RubriqueProjet &rubrique,
@@ -64,7 +64,7 @@ class VolumeMac {
   [[nodiscard]] virtual bool fixe_valence_racine(std::uint32_t valence) = 0;
 
   /// Pads the image, completes sector 0, header, bitmap and header copy, and brings the window to the file.
-  [[nodiscard]] virtual bool cloture(SortieImage &sortie, SecteurZero &secteur, CarteImage &carte) = 0;
+  [[nodiscard]] virtual bool cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) = 0;
 };
 
 /// Counts one record into the running estimate of the catalog's leaf nodes.

@@ -22,11 +22,11 @@ constexpr std::size_t kTeteJpegMax = std::size_t{16} << 20;
 
 struct Extension {
   std::string_view texte;
-  GenreImage genre;
+  FormatImage genre;
 };
-constexpr Extension kExtensions[] = {{".JPG", GenreImage::jpeg},  {".JPEG", GenreImage::jpeg},
-                                     {".PNG", GenreImage::png},   {".TIF", GenreImage::tiff},
-                                     {".TIFF", GenreImage::tiff}, {".BMP", GenreImage::bmp}};
+constexpr Extension kExtensions[] = {{".JPG", FormatImage::jpeg},  {".JPEG", FormatImage::jpeg},
+                                     {".PNG", FormatImage::png},   {".TIF", FormatImage::tiff},
+                                     {".TIFF", FormatImage::tiff}, {".BMP", FormatImage::bmp}};
 
 std::vector<std::uint8_t> lit(const Fichier &fichier, std::uint64_t position, std::size_t nombre) {
   std::vector<std::uint8_t> octets(nombre);
@@ -171,21 +171,21 @@ std::optional<TailleImage> taille_bmp(const Fichier &fichier) {
 
 }  // namespace
 
-GenreImage genre_image(std::string_view chemin) {
+FormatImage genre_image(std::string_view chemin) {
   const std::size_t point = chemin.find_last_of("./\\");
-  if (point == std::string_view::npos) return GenreImage::aucun;
+  if (point == std::string_view::npos) return FormatImage::aucun;
   const std::string extension = plateforme::majuscules(chemin.substr(point));
   for (const Extension &e : kExtensions)
     if (e.texte == extension) return e.genre;
-  return GenreImage::aucun;
+  return FormatImage::aucun;
 }
 
-std::optional<TailleImage> taille_image(const Fichier &fichier, GenreImage genre) {
+std::optional<TailleImage> taille_image(const Fichier &fichier, FormatImage genre) {
   std::optional<TailleImage> taille;
-  if (genre == GenreImage::jpeg) taille = taille_jpeg(fichier);
-  if (genre == GenreImage::png) taille = taille_png(fichier);
-  if (genre == GenreImage::tiff) taille = taille_tiff(fichier);
-  if (genre == GenreImage::bmp) taille = taille_bmp(fichier);
+  if (genre == FormatImage::jpeg) taille = taille_jpeg(fichier);
+  if (genre == FormatImage::png) taille = taille_png(fichier);
+  if (genre == FormatImage::tiff) taille = taille_tiff(fichier);
+  if (genre == FormatImage::bmp) taille = taille_bmp(fichier);
   constexpr std::uint32_t kMax = 0x7FFFFFFF;
   const bool bonne = taille && taille->largeur > 0 && taille->hauteur > 0 && taille->largeur <= kMax &&
                      taille->hauteur <= kMax;
@@ -194,8 +194,8 @@ std::optional<TailleImage> taille_image(const Fichier &fichier, GenreImage genre
 
 std::optional<TailleImage> taille_image(std::string_view chemin) {
   errno = 0;
-  const GenreImage genre = genre_image(chemin);
-  if (genre == GenreImage::aucun) return std::nullopt;
+  const FormatImage genre = genre_image(chemin);
+  if (genre == FormatImage::aucun) return std::nullopt;
   const Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
   if (!fichier) return std::nullopt;
   errno = 0;

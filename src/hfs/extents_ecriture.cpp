@@ -219,7 +219,7 @@ bool retire(const Cle &cle) {
   const auto fiche = enregistrement(noeud, arbre.index);
   if (fiche.size() < Format::kTailleCle || Format::cle(fiche) != cle) return false;
   arbre.fiche().leafRecords = arbre.fiche().leafRecords - 1;
-  const bool fait = Suppression<Arbre>::retire(arbre.index);
+  const bool fait = SuppressionArbre<Arbre>::retire(arbre.index);
   if (!fait) arbre.fiche().leafRecords = arbre.fiche().leafRecords + 1;
   arbre.noeud = 0;
   oublie_index_extents();

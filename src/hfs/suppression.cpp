@@ -38,10 +38,10 @@ bool journalise_refus(bool fait) {
 }  // namespace
 
 bool supprime_hfs(std::int32_t index) {
-  return journalise_refus(Suppression<ArbreCatalogue<TraitsHfs>>::retire(index));
+  return journalise_refus(SuppressionArbre<ArbreCatalogue<TraitsHfs>>::retire(index));
 }
 bool supprime_hfsplus(std::int32_t index) {
-  return journalise_refus(Suppression<ArbreCatalogue<TraitsHfsPlus>>::retire(index));
+  return journalise_refus(SuppressionArbre<ArbreCatalogue<TraitsHfsPlus>>::retire(index));
 }
 
 }  // namespace varnion

@@ -18,7 +18,7 @@
 namespace varnion {
 
 template <typename Arbre>
-class Suppression {
+class SuppressionArbre {
  public:
   using Cle = typename Arbre::Cle;
 

@@ -279,7 +279,7 @@ TEST(Disposition, carte_des_blocs) {
        {Cas{0, 1, true}, Cas{7, 2, true}, Cas{3, 0, true}, Cas{3, 4, true}, Cas{8, 16, true},
         Cas{5, 30, true}, Cas{0, 64, true}, Cas{63, 1, true}, Cas{64, 0, true}, Cas{63, 2, false},
         Cas{65, 0, false}, Cas{0, UINT64_MAX, false}, Cas{UINT64_MAX, 2, false}}) {
-    CarteImage carte;
+    DispositionImage carte;
     carte.prepare(8);
     EXPECT_EQ(carte.marque(c.debut, c.nombre), c.tient) << c.debut << " " << c.nombre;
     for (std::uint64_t b = 0; b < 64; ++b) {

@@ -45,12 +45,12 @@ std::string fait_bmp(std::uint32_t entete, const std::string &dimensions) {
 }
 
 TEST(TailleImage, ParLeContenu) {
-  using enum GenreImage;
+  using enum FormatImage;
   const std::string profils =
       segment('\xE1', std::string(65000, 'e')) + segment('\xE2', std::string(65000, 'i'));
   struct Cas {
     const char *quoi;
-    GenreImage genre;
+    FormatImage genre;
     std::string octets;
     std::optional<TailleImage> taille;
   };
@@ -78,8 +78,8 @@ TEST(TailleImage, ParLeContenu) {
 }
 
 TEST(TailleImage, GenreParExtension) {
-  using enum GenreImage;
-  const std::pair<const char *, GenreImage> cas[] = {
+  using enum FormatImage;
+  const std::pair<const char *, FormatImage> cas[] = {
       {"/a/fond.jpg", jpeg},  {"/a/FOND.JPEG", jpeg},  {"fond.Png", png},   {"fond.tif", tiff},
       {"fond.TIFF", tiff},    {"fond.bmp", bmp},       {"fond.gif", aucun}, {"fond", aucun},
       {"/a.jpg/fond", aucun}, {"fond.jpg.txt", aucun}, {"", aucun},

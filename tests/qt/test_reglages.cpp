@@ -299,7 +299,7 @@ TEST_F(ReglagesQt, PagesHoldHeadCaptionsAndEachRowOnce) {
   Releve releve;
   QPainter peintre(&releve);
   std::vector<std::size_t> fins;
-  const Support support{6600, 5100, 600, [&] {
+  const SupportPapier support{6600, 5100, 600, [&] {
                           fins.push_back(releve.textes.size());
                           return true;
                         }};

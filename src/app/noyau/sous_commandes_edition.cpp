@@ -22,7 +22,6 @@ constexpr int kPasDossier = 7410;   // path
 constexpr int kRienRenomme = 7411;  // pattern
 constexpr int kMasqueHfs = 7412;
 constexpr int kSignatureFausse = 7413;  // text
-constexpr int kLabelLong = 6547;        // label, limit, view
 constexpr int kArrete = 6869;
 constexpr int kEchangeVain = 1172;
 constexpr int kSignatureRemplacee = 1428;

@@ -88,7 +88,7 @@ std::vector<ElementMac> cherche_nom_volume(const QString &texte, ResultatParcour
 
 // One match more than there are rows says that there are more. The root folder lies in no folder that could
 // be shown.
-Resultats cherche_volume(const DemandeRecherche &demande) {
+Resultats cherche_volume(const DemandeRechercheFichiers &demande) {
   ResultatParcours fin;
   auto trouves = demande.genre == GenreRecherche::nom
                      ? cherche_nom_volume(demande.texte, fin)
@@ -102,7 +102,7 @@ Resultats cherche_volume(const DemandeRecherche &demande) {
   return resultats;
 }
 
-Resultats cherche_projet(const FichierProjet &projet, const DemandeRecherche &demande) {
+Resultats cherche_projet(const FichierProjet &projet, const DemandeRechercheFichiers &demande) {
   const int vue = projet.vue_courante();
   auto trouvees = demande.genre == GenreRecherche::nom
                       ? cherche_nom_projet(projet, de_qt(demande.texte), vue, kRangees + 1)

@@ -55,9 +55,9 @@ LigneListe ligne_de(const ElementMac &element) {
   return ligne;
 }
 
-Presence presence_de(const RubriqueProjet &rubrique) {
-  if (rubrique.dans_iso()) return rubrique.dans_hfs() ? Presence::les_deux : Presence::iso;
-  return rubrique.dans_hfs() ? Presence::hfs : Presence::aucune;
+PresenceVues presence_de(const RubriqueProjet &rubrique) {
+  if (rubrique.dans_iso()) return rubrique.dans_hfs() ? PresenceVues::les_deux : PresenceVues::iso;
+  return rubrique.dans_hfs() ? PresenceVues::hfs : PresenceVues::aucune;
 }
 
 std::string nom_utf8(const RubriqueProjet &rubrique, const FichierProjet &projet) {
@@ -70,7 +70,7 @@ LigneListe ligne_de(const RubriqueProjet &rubrique, const FichierProjet &projet)
   ligne.nom = nom_utf8(rubrique, projet);
   ligne.id = rubrique.numero;
   ligne.dossier = rubrique.est_dossier();
-  ligne.presence = projet.vue_courante() == kVueRacine ? presence_de(rubrique) : Presence::les_deux;
+  ligne.presence = projet.vue_courante() == kVueRacine ? presence_de(rubrique) : PresenceVues::les_deux;
   ligne.creation = rubrique.date_creation;
   ligne.modification = rubrique.date_modif;
   if (ligne.dossier) {

@@ -20,14 +20,14 @@ struct DossierArbre {
 };
 
 /// Where an item of the Hybrid view belongs.
-enum class Presence : std::uint8_t { les_deux, iso, hfs, aucune };
+enum class PresenceVues : std::uint8_t { les_deux, iso, hfs, aucune };
 
 /// A row of the list.
 struct LigneListe {
   std::string nom;
   std::uint32_t id = 0;
   bool dossier = false;
-  Presence presence = Presence::les_deux;
+  PresenceVues presence = PresenceVues::les_deux;
   std::uint32_t valence = 0;  ///< of a folder: items in it
   std::uint64_t donnees = 0;  ///< bytes
   std::uint64_t ressources = 0;

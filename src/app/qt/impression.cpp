@@ -27,7 +27,7 @@ constexpr int kImpression = 7215;
 
 class Pages {
  public:
-  Pages(QPainter &peintre, const Support &support, const DocumentImprime &document)
+  Pages(QPainter &peintre, const SupportPapier &support, const DocumentImprime &document)
       : peintre_(peintre),
         support_(support),
         document_(document),
@@ -161,7 +161,7 @@ class Pages {
   }
 
   QPainter &peintre_;
-  const Support &support_;
+  const SupportPapier &support_;
   const DocumentImprime &document_;
   double unite_;
   double ligne_ = 0, gauche_ = 0, droite_ = 0, bas_ = 0, y_ = 0;
@@ -179,14 +179,14 @@ struct Imprimante {
 
 }  // namespace
 
-int dessine_document(QPainter &peintre, const Support &support, const DocumentImprime &document) {
+int dessine_document(QPainter &peintre, const SupportPapier &support, const DocumentImprime &document) {
   return Pages(peintre, support, document).dessine();
 }
 
 int imprime_document(QPagedPaintDevice &appareil, const DocumentImprime &document) {
   QPainter peintre;
   if (!peintre.begin(&appareil)) return 0;
-  const Support support{static_cast<double>(appareil.width()), static_cast<double>(appareil.height()),
+  const SupportPapier support{static_cast<double>(appareil.width()), static_cast<double>(appareil.height()),
                         static_cast<double>(appareil.logicalDpiX()),
                         [&appareil] { return !operations().arret_demande() && appareil.newPage(); }};
   return dessine_document(peintre, support, document);

@@ -41,14 +41,14 @@ struct DocumentImprime {
 };
 
 /// What the pages are drawn on.
-struct Support {
+struct SupportPapier {
   double largeur = 0, hauteur = 0;      ///< of the whole page, pixels of the painter
   double points_pouce = 600;            ///< pixels an inch
   std::function<bool()> nouvelle_page;  ///< false ends the work
 };
 
 /// Draws a document with a painter that stands on its first page: pages drawn.
-int dessine_document(QPainter &peintre, const Support &support, const DocumentImprime &document);
+int dessine_document(QPainter &peintre, const SupportPapier &support, const DocumentImprime &document);
 
 /// The same on a device of pages, whose margins are set aside. 0 when it cannot be painted on.
 int imprime_document(QPagedPaintDevice &appareil, const DocumentImprime &document);

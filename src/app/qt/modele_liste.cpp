@@ -165,11 +165,11 @@ QIcon ModeleListe::icone_de(const LigneListe &ligne) const {
     return *connue;
   }
   switch (ligne.presence) {
-    case Presence::iso:
+    case PresenceVues::iso:
       return icones_.iso;
-    case Presence::hfs:
+    case PresenceVues::hfs:
       return icones_.hfs;
-    case Presence::aucune:
+    case PresenceVues::aucune:
       return icones_.aucune;
     default:
       return icones_.fichier;

@@ -51,7 +51,7 @@ class TRechFich final : public Forme {
     choisit();
   }
 
-  [[nodiscard]] DemandeRecherche demande() const {
+  [[nodiscard]] DemandeRechercheFichiers demande() const {
     const bool par_nom = onglets_->currentIndex() == 0;
     return {par_nom ? GenreRecherche::nom : GenreRecherche::signature,
             (par_nom ? nom_ : signature_).champ->text()};
@@ -124,7 +124,7 @@ class TRechFich final : public Forme {
 
 }  // namespace
 
-std::optional<DemandeRecherche> montre_recherche(QWidget *parent) {
+std::optional<DemandeRechercheFichiers> montre_recherche(QWidget *parent) {
   TRechFich forme(parent);
   if (forme.exec() != QDialog::Accepted) return std::nullopt;
   forme.retient();

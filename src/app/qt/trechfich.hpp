@@ -10,12 +10,12 @@ namespace varnion {
 
 enum class GenreRecherche { nom, signature };
 
-struct DemandeRecherche {
+struct DemandeRechercheFichiers {
   GenreRecherche genre = GenreRecherche::nom;
   QString texte;
 };
 
 /// Shows `TRechFich`; its fields hold what was searched last in this run. nullopt when the user gives up.
-[[nodiscard]] std::optional<DemandeRecherche> montre_recherche(QWidget *parent);
+[[nodiscard]] std::optional<DemandeRechercheFichiers> montre_recherche(QWidget *parent);
 
 }  // namespace varnion
