@@ -42,6 +42,8 @@ class DossierSortie {
   /// Sets the access and modification times of the folder itself (Unix seconds, UTC).
   [[nodiscard]] bool fixe_dates(std::int64_t secondes) const;
 
+  /// The open folder itself, for as long as this lives.
+  [[nodiscard]] int descripteur() const { return dossier_.descripteur(); }
   /// Path in UTF-8, closed by "/".
   [[nodiscard]] const std::string &chemin() const { return chemin_; }
 
