@@ -14,6 +14,7 @@
 #include "hfs/texte_mac.hpp"
 #include "hfs/volume.hpp"
 #include "IO/etat.hpp"
+#include "IO/montrable.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
@@ -47,6 +48,8 @@ constexpr int kCompagnonPris = 6158;  // path
 constexpr int kComprime = 6161;       // Macintosh path
 constexpr int kEstSource = 6160;      // path
 constexpr int kTropProfond = 6159;    // Macintosh path
+
+constexpr int kTrompeur = 7900;  // Macintosh path, name on the PC
 
 constexpr std::size_t kProfondeurMax = 400;  // folders held open at once
 constexpr std::size_t kCheminEtat = 25;
@@ -212,6 +215,10 @@ bool CopieVersPc::copie_dossier_vers_pc(const ElementMac &dossier, const Dossier
         message(kDossierPris, {texte(cible.chemin() + nom), plateforme::texte_erreur(erreur)}), erreur);
   }
   ++bilan_.dossiers;
+  if (nom_trompeur(plateforme::utf8_vers_large(dossier.nom_utf8()))) {
+    ++bilan_.renommes;
+    operations().afficher_avis(message(kTrompeur, {texte(montrable(chemin)), texte(nom)}));
+  }
   if (trace_fichiers())
     operations().journal(GenreJournal::brut,
                          message(kCopieDossier, {texte(chemin), texte(dedans->chemin())}) + "\r\n");
@@ -344,7 +351,10 @@ std::string CopieVersPc::nom_regle(const FichierCopie &fichier) {
   const auto nom = nom_disque(
       nom_fichier_pc(fichier.element.nom_large, signature(fichier), options_.nommage, options_.extension),
       limite_nom(), coupe);
-  if (coupe) {
+  if (nom_trompeur(fichier.element.nom_large)) {
+    ++bilan_.renommes;
+    operations().afficher_avis(message(kTrompeur, {texte(montrable(fichier.chemin)), texte(nom)}));
+  } else if (coupe) {
     ++bilan_.renommes;
     operations().afficher_avis(message(kRenomme, {texte(fichier.chemin), texte(nom)}));
   }

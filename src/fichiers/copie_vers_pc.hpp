@@ -37,7 +37,7 @@ struct BilanCopiePc {
   std::uint64_t copies = 0;      ///< files that are whole on the PC
   std::uint64_t octets_lus = 0;  ///< of their forks
   std::uint64_t vides = 0;       ///< files without the fork that was asked for, copied as empty files
-  std::uint64_t renommes = 0;    ///< told by name: cut, or numbered beside a file of the same copy
+  std::uint64_t renommes = 0;    ///< told by name: cut, cleared of characters that mislead, or numbered
   std::uint64_t sautes = 0;      ///< left out by an answer or for want of the fork
   std::uint64_t echecs = 0;      ///< not whole, each told by name
   bool arret = false;            ///< the user stopped it, or nothing more could be written

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "IO/montrable.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 
@@ -14,6 +15,24 @@ constexpr std::size_t kExtensionGardee = 16;  // bytes of an extension that a cu
 
 bool est_blanc(char16_t c) {
   return c == u' ' || c == 0xA0;
+}
+
+// True for the unit at `rang`; of a pair both count.
+bool unite_trompeuse(std::u16string_view nom, std::size_t rang) {
+  constexpr char16_t kHautEtiquettes = 0xDB40;  // ahead of the tags U+E0000 to U+E007F
+  const char16_t unite = nom[rang];
+  const auto etiquette = [](char16_t bas) { return bas >= 0xDC00 && bas <= 0xDC7F; };
+  if (unite == kHautEtiquettes) return rang + 1 < nom.size() && etiquette(nom[rang + 1]);
+  if (etiquette(unite)) return rang > 0 && nom[rang - 1] == kHautEtiquettes;
+  return caractere_trompeur(unite) || liant_trompeur(rang > 0 ? nom[rang - 1] : 0, unite);
+}
+
+std::u16string sans_trompeurs(std::u16string_view nom) {
+  std::u16string resultat = remplace_interdits(nom);
+  const std::u16string tel = resultat;
+  for (std::size_t i = 0; i < tel.size(); ++i)
+    if (unite_trompeuse(tel, i)) resultat[i] = u'_';
+  return resultat;
 }
 
 std::u16string sans_blancs(std::u16string_view nom) {
@@ -71,20 +90,26 @@ ModeNommage mode_nommage(unsigned options) {
   }
 }
 
+bool nom_trompeur(std::u16string_view nom) {
+  for (std::size_t i = 0; i < nom.size(); ++i)
+    if (unite_trompeuse(nom, i)) return true;
+  return false;
+}
+
 std::u16string nom_dossier_pc(std::u16string_view nom) {
-  std::u16string resultat = remplace_interdits(nom);
+  std::u16string resultat = sans_trompeurs(nom);
   for (char16_t &c : resultat)
     if (c == u'.') c = u'_';
   return sans_blancs(resultat);
 }
 
 std::u16string nom_sans_interdits(std::u16string_view nom) {
-  return remplace_interdits(nom);
+  return sans_trompeurs(nom);
 }
 
 std::u16string nom_fichier_pc(std::u16string_view nom, std::string_view signature, ModeNommage mode,
                               const ExtensionDeSignature &extension) {
-  const std::u16string propre = sans_blancs(remplace_interdits(nom));
+  const std::u16string propre = sans_blancs(sans_trompeurs(nom));
   const std::size_t point = propre.rfind(u'.');
   std::u16string base = propre.substr(0, point);
   std::u16string suffixe = point == std::u16string::npos ? std::u16string() : propre.substr(point);

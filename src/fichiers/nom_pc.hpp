@@ -24,6 +24,10 @@ enum class ModeNommage : int {
 /// The extension, without dot, that the signature table has for a type and creator; nullopt for none.
 using ExtensionDeSignature = std::function<std::optional<std::string>(std::string_view signature)>;
 
+/// True when the name holds what a terminal obeys or what misleads who reads it (`IO/montrable.hpp`). The
+/// name on the PC has "_" in its place.
+[[nodiscard]] bool nom_trompeur(std::u16string_view nom);
+
 /// A folder: what a Windows name cannot hold and every dot become "_", blanks at both ends go.
 [[nodiscard]] std::u16string nom_dossier_pc(std::u16string_view nom);
 

@@ -54,7 +54,7 @@ struct Travail {
 std::string nom_fichier(std::string_view nom, std::string_view extension) {
   bool coupe = false;
   const std::string texte = remplace_interdits(nom) + std::string(extension);
-  return nom_disque(plateforme::texte_vers_large(texte), kNomDisqueMax, coupe);
+  return nom_disque(nom_sans_interdits(plateforme::texte_vers_large(texte)), kNomDisqueMax, coupe);
 }
 
 bool echoue(ResultatEcriture resultat, std::string_view chemin) {

@@ -679,7 +679,7 @@ TEST_F(LigneCommande, SpeaksBothLanguages) {
   echoue({"compile", "absent.vnpr"}, 1, "absent.vnpr");
   const std::string journal = lit(bac + "vn.log");
   EXPECT_EQ(journal.rfind("**********\r\n", 0), 0U);
-  EXPECT_NE(journal.find("absent.vnpr.\n("), std::string::npos) << journal;
+  EXPECT_NE(journal.find("absent.vnpr.\n  ("), std::string::npos) << journal;
   EXPECT_EQ(lit(bac + "conf/Tarrowby/Varnion.conf").rfind("[General]\nLang=1\nVN-Options=1044\n", 0), 0U)
       << "a batch run does not write the settings";
 }

@@ -28,12 +28,22 @@ TEST_F(EssaiConsole, ErrorsAreSetInNumberedAndLogged) {
   console.afficher_erreur("\nL'\xE9t\xE9\n\x1B[2J\n");
   console.afficher_avis("notice");
   console.afficher_etat("state", "");
-  EXPECT_EQ(messages.str(), "varnion-cli: L'\xC3\xA9t\xC3\xA9\n  ?[2J\n")
+  EXPECT_EQ(messages.str(), "varnion-cli: L'\xC3\xA9t\xC3\xA9\n  \\x1B[2J\n")
       << "no control byte reaches the screen";
   EXPECT_EQ(console.erreurs(), 1U);
   ferme_journal();
   EXPECT_NE(essai::tout(plateforme::ouvre(bac + "vn.log", Ouverture::lecture)).find("\xC3\xA9t\xC3\xA9"),
             std::string::npos);
+}
+
+TEST_F(EssaiConsole, TheBarIsDrawnInPlaceAndHoldsNoControls) {
+  std::istringstream entree;
+  Console console(messages, entree);
+  console.options.terminal = true;
+  console.barre("50 %  \xE9t\xE9\r\x1B[A");
+  console.barre("\xE9");
+  console.barre("");
+  EXPECT_EQ(messages.str(), "\r50 %  \xC3\xA9t\xC3\xA9\\r\\x1B[A\r\xC3\xA9" + std::string(16, ' ') + "\r \r");
 }
 
 TEST_F(EssaiConsole, BatchAnswersItsOwnQuestions) {

@@ -25,6 +25,14 @@ TEST_F(EssaiJournal, LineForms) {
   for (const auto &[genre, ligne] : cas) EXPECT_EQ(ligne_journal(genre, "\xE9t\xE9", heure), ligne);
 }
 
+// A name may hold what it likes: it neither begins an entry nor reaches a terminal that shows the log.
+TEST_F(EssaiJournal, NamesForgeNothing) {
+  const HeureJournal heure{{2026, 3, 7, 9, 5, 4}, 8};
+  EXPECT_EQ(ligne_journal(GenreJournal::erreur, "File\na\n7/3/2026 - forged\x1B[2J", heure),
+            "7/3/2026 -  9:05:04:08 - File\n  a\n  7/3/2026 - forged\\x1B[2J\r\n");
+  EXPECT_EQ(ligne_journal(GenreJournal::brut, "a\rb\nc\td\r\n", heure), "a\\rb\n  c\td\r\n");
+}
+
 TEST_F(EssaiJournal, AppendsAcrossOpeningsAndEmpties) {
   EXPECT_FALSE(vide_journal());
   ecrit_journal(GenreJournal::brut, "nowhere");

@@ -12,12 +12,6 @@ constexpr std::int64_t kEpoqueMac = 2082844800;  // seconds from 1904 to 1970
 
 }  // namespace
 
-std::string montrable(std::string texte) {
-  for (char &c : texte)
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-  return texte;
-}
-
 std::string code_lisible(const char *octets) {
   std::string texte;
   bool vide = true;

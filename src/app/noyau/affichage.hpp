@@ -4,13 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "IO/montrable.hpp"
+
 // How values of the Macintosh are shown by the commands that list.
 
 namespace varnion {
-
-/// The text with "?" for each control byte, which a Macintosh name may hold and a terminal must not get.
-/// Serves working text and UTF-8.
-[[nodiscard]] std::string montrable(std::string texte);
 
 /// A type or creator, 4 bytes of Mac Roman, as working text; all zeros, which stand for none, give "".
 [[nodiscard]] std::string code_lisible(const char *octets);

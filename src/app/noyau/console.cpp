@@ -7,6 +7,7 @@
 
 #include "app/noyau/interruption.hpp"
 #include "app/noyau/journal.hpp"
+#include "IO/montrable.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
@@ -32,15 +33,12 @@ std::string_view sans_lignes_vides(std::string_view texte) {
   return texte;
 }
 
-// Line breaks stay, with the lines behind the first set in. Other control bytes, which a name may hold, must
-// not reach a terminal.
+// Line breaks stay, with the lines behind the first set in, so that no name can begin a message of its own.
 std::string lignes_rentrees(std::string_view texte) {
   std::string resultat;
   for (const char c : sans_lignes_vides(texte)) {
-    if (c == '\n')
-      resultat.append("\n").append(kRetrait);
-    else
-      resultat += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
+    resultat += c;
+    if (c == '\n') resultat.append(kRetrait);
   }
   return resultat;
 }
@@ -64,16 +62,17 @@ std::string bouton(int id) {
 // -------------------------------------------------------------------------------------------------
 
 void Console::ecrit(std::string_view texte) {
-  messages_ << plateforme::texte_vers_utf8(texte) << std::flush;
+  messages_ << texte_sur(plateforme::texte_vers_utf8(texte)) << std::flush;
 }
 
 void Console::barre(std::string_view texte) {
   if (!options.terminal || (texte.empty() && barre_ == 0)) return;
-  std::string ligne = "\r" + std::string(texte);
-  if (texte.size() < barre_) ligne.append(barre_ - texte.size(), ' ');
-  if (texte.empty()) ligne += '\r';
-  barre_ = texte.size();
-  ecrit(ligne);
+  const std::string ligne = texte_montrable(texte);
+  const std::size_t colonnes = plateforme::utf8_vers_large(ligne).size();
+  messages_ << '\r' << ligne << std::string(barre_ - std::min(barre_, colonnes), ' ');
+  if (texte.empty()) messages_ << '\r';
+  messages_ << std::flush;
+  barre_ = colonnes;
 }
 
 void Console::ligne(std::string_view texte) {

@@ -5,6 +5,7 @@
 
 #include "IO/etat.hpp"
 #include "IO/fichier.hpp"
+#include "IO/montrable.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -25,19 +26,29 @@ HeureJournal heure_courante() {
   return {plateforme::date_locale(centiemes / 100), static_cast<int>(centiemes % 100)};
 }
 
+// A text of several lines is set in behind its first, so that nothing in it can pass for an entry.
+std::string en_entree(std::string_view texte) {
+  std::string resultat;
+  for (std::size_t i = 0; i < texte.size(); ++i) {
+    resultat += texte[i];
+    if (texte[i] == '\n' && i + 1 < texte.size()) resultat += "  ";
+  }
+  return resultat;
+}
+
 }  // namespace
 
 std::string ligne_journal(GenreJournal genre, std::string_view texte, const HeureJournal &heure) {
-  if (genre == GenreJournal::brut) return plateforme::texte_vers_utf8(texte);
+  if (genre == GenreJournal::brut) return texte_sur(plateforme::texte_vers_utf8(en_entree(texte)));
   const auto &[annee, mois, jour, h, minute, seconde] = heure.date;
   std::string ligne =
       formate("%d/%d/%d - %2d:%02d:%02d:%02d", {jour, mois, annee, h, minute, seconde, heure.centiemes});
   if (genre == GenreJournal::compilation) {
-    ligne.append(" - COMPIL : ").append(texte).append("\n");
+    ligne.append(" - COMPIL : ").append(en_entree(texte)).append("\n");
   } else {
-    ligne.append(genre == GenreJournal::information ? "\t" : " - ").append(texte).append("\r\n");
+    ligne.append(genre == GenreJournal::information ? "\t" : " - ").append(en_entree(texte)).append("\r\n");
   }
-  return plateforme::texte_vers_utf8(ligne);
+  return texte_sur(plateforme::texte_vers_utf8(ligne));
 }
 
 bool ouvre_journal(std::string_view chemin) {

@@ -17,7 +17,7 @@ struct HeureJournal {
 };
 
 /// One entry as it goes to the file, in UTF-8. Ends in CR LF; the line of a file in a compile in LF alone, a
-/// raw one in what it has.
+/// raw one in what it has. Control characters and what else deceives a reader are escaped.
 [[nodiscard]] std::string ligne_journal(GenreJournal genre, std::string_view texte,
                                         const HeureJournal &heure);
 

@@ -1,28 +1,47 @@
 #include "app/noyau/json.hpp"
 
+#include <array>
+#include <cstdio>
+
+#include "IO/montrable.hpp"
 #include "IO/plateforme.hpp"
 
 namespace varnion {
+
+namespace {
+
+void ajoute_unite(std::string &json, char32_t unite) {
+  std::array<char, 8> texte{};
+  std::snprintf(texte.data(), texte.size(), "\\u%04x", static_cast<unsigned>(unite & 0xFFFF));
+  json += texte.data();
+}
+
+void ajoute_paire(std::string &json, char32_t point) {
+  ajoute_unite(json, 0xD7C0 + (point >> 10));
+  ajoute_unite(json, 0xDC00 + (point & 0x3FF));
+}
+
+}  // namespace
 
 std::string json_texte(std::string_view texte) {
   return json_utf8(plateforme::texte_vers_utf8(texte));
 }
 
 std::string json_utf8(std::string_view utf8) {
-  static constexpr std::string_view kChiffres = "0123456789abcdef";
   std::string json = "\"";
-  for (const char c : utf8) {
-    const auto octet = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      json += '\\';
-      json += c;
-    } else if (octet < 0x20 || octet == 0x7F) {
-      json += "\\u00";
-      json += kChiffres[octet >> 4];
-      json += kChiffres[octet & 15];
-    } else {
-      json += c;
-    }
+  for (std::size_t rang = 0; rang < utf8.size();) {
+    const std::size_t debut = rang;
+    const char32_t point = lit_point(utf8, rang);
+    if (point == kOctetFaux)
+      ajoute_unite(json, 0xFFFD);
+    else if (point == '"' || point == '\\')
+      json.append("\\").append(1, static_cast<char>(point));
+    else if (!caractere_trompeur(point) && !liant_trompeur(0, point))
+      json.append(utf8.substr(debut, rang - debut));
+    else if (point < 0x10000)
+      ajoute_unite(json, point);
+    else
+      ajoute_paire(json, point);
   }
   return json + "\"";
 }

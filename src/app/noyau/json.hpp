@@ -9,7 +9,7 @@
 
 namespace varnion {
 
-/// A string: working text between quotes, escaped.
+/// A string: working text between quotes, escaped; all that could deceive a reader as well.
 [[nodiscard]] std::string json_texte(std::string_view texte);
 /// The same of UTF-8.
 [[nodiscard]] std::string json_utf8(std::string_view utf8);

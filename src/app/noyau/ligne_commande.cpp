@@ -10,6 +10,7 @@
 #include "app/noyau/lettres.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/sous_commandes.hpp"
+#include "app/noyau/tampon_sur.hpp"
 #include "IO/etat.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/noms_rubrique.hpp"
@@ -80,7 +81,7 @@ std::string aide_commande(const SousCommande &commande) {
 class Seance {
  public:
   Seance(std::istream &entree, std::ostream &sortie, std::ostream &messages)
-      : console_(messages, entree), sortie_(sortie) {}
+      : console_(messages, entree), octets_(sortie), tampon_(sortie), sortie_(&tampon_) {}
 
   int lance(std::span<const std::string> mots) {
     console_.options = terminal_;
@@ -88,7 +89,7 @@ class Seance {
     lire_options(true);
     int statut = dirige(mots);
     sortie_.flush();
-    if (!sortie_) {
+    if (!sortie_ || !octets_) {
       console_.afficher_erreur(charger_chaine(kSortieImpossible));
       statut = std::max(statut, kEchec);
     }
@@ -162,7 +163,7 @@ class Seance {
     if (erreur) return refuse(*erreur, forme);
     if (arguments_.a("help")) return montre(usage(forme) + "\n" + charger_chaine(fiche->resume) + "\n");
     if (arguments_.positions.size() > 2) return refuse(trop_arguments(2), forme);
-    ContexteCli contexte{console_, sortie_, arguments_};
+    ContexteCli contexte{console_, sortie_, octets_, arguments_};
     const int statut = execute_lettre(contexte, commande);
     return statut == kUsage ? refuse(charger_chaine(kPeuArguments), forme) : statut;
   }
@@ -214,13 +215,15 @@ class Seance {
       return refuse(charger_chaine(kPeuArguments), forme);
     if (arguments_.positions.size() > commande->positions_max)
       return refuse(trop_arguments(commande->positions_max), forme);
-    ContexteCli contexte{console_, sortie_, arguments_};
+    ContexteCli contexte{console_, sortie_, octets_, arguments_};
     const int statut = commande->execute(contexte);
     return statut == kUsage ? refuse(charger_chaine(kPeuArguments), forme) : statut;
   }
 
   Console console_;
-  std::ostream &sortie_;
+  std::ostream &octets_;
+  TamponSur tampon_;  // over octets_
+  std::ostream sortie_;
   OptionsConsole terminal_;
   Arguments arguments_;
 };

@@ -17,7 +17,8 @@ constexpr int kUsage = 2;  ///< the command line makes no sense
 /// What a command works with.
 struct ContexteCli {
   Console &console;
-  std::ostream &sortie;  ///< results, UTF-8
+  std::ostream &sortie;  ///< results, UTF-8; what a terminal may obey is escaped on the way
+  std::ostream &octets;  ///< the same stream as it is, for the bytes of a file
   const Arguments &arguments;
 };
 

@@ -28,7 +28,7 @@ constexpr unsigned kRadix = 10;
 // --- as text
 
 void ligne(ContexteCli &contexte, const std::string &texte) {
-  contexte.sortie << plateforme::texte_vers_utf8(montrable(texte)) << "\n";
+  contexte.sortie << texte_montrable(texte) << "\n";
 }
 
 std::string renvoi(const Bouton &bouton) {

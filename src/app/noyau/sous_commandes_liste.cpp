@@ -93,7 +93,7 @@ std::string ligne_texte(const ElementListe &e, int vue, bool hfsplus) {
     if (iso != source) ligne += " (iso: " + iso + ")";
     if (hfs != source) ligne += " (hfs: " + hfs + ")";
   }
-  return montrable(ligne);
+  return texte_montrable(ligne);
 }
 
 // Gives the items below a folder in the order of the tree, each folder before its content and only once.
@@ -187,7 +187,7 @@ int commande_projet_ls(ContexteCli &contexte) {
     if (json)
       contexte.sortie << separateur << ligne_json(*element, projet->hfsplus());
     else
-      contexte.sortie << plateforme::texte_vers_utf8(ligne_texte(*element, vue, projet->hfsplus())) << "\n";
+      contexte.sortie << ligne_texte(*element, vue, projet->hfsplus()) << "\n";
     separateur = ",\n  ";
     if (contexte.console.arret_demande() || !contexte.sortie) return kEchec;
   }
@@ -221,7 +221,7 @@ int commande_projet_info(ContexteCli &contexte) {
     return kFait;
   }
   const auto ligne = [&](int rang, std::initializer_list<Argument> valeurs) {
-    contexte.sortie << plateforme::texte_vers_utf8(montrable(message(kInfoProjet + rang, valeurs))) << "\n";
+    contexte.sortie << texte_montrable(message(kInfoProjet + rang, valeurs)) << "\n";
   };
   ligne(0, {projet->chemin()});
   ligne(1, {format_de(*projet)});

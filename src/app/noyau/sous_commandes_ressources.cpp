@@ -217,7 +217,7 @@ void montre_alias(ContexteCli &contexte, const TamponAlias &tampon) {
   const TextesAlias textes = textes_alias(tampon);
   const bool hfsplus = fiche.systeme[0] == 'H';
   const auto ligne = [&contexte](int rang, std::initializer_list<Argument> valeurs) {
-    contexte.sortie << plateforme::texte_vers_utf8(montrable(message(kAlias + rang, valeurs))) << "\n";
+    contexte.sortie << texte_montrable(message(kAlias + rang, valeurs)) << "\n";
   };
   ligne(0, {textes.fichier, std::uint32_t{fiche.numero}});
   ligne(1, {textes.volume, date_courte(fiche.date_volume, false), hfsplus ? "HFS+" : "HFS"});

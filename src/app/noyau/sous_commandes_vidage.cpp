@@ -81,6 +81,15 @@ int lit_plage(Vidage &v) {
   return kFait;
 }
 
+// One character for each byte: the columns stand, so nothing is shown as an escape here.
+std::string sans_controles(std::string ligne) {
+  constexpr char kTiretInvisible = '\xAD';
+  std::ranges::replace_if(
+      ligne, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F || c == kTiretInvisible; },
+      '?');
+  return ligne;
+}
+
 // A long position takes the gap behind it and loses digits in the width of a line; on a terminal the line
 // grows instead.
 std::string position_entiere(std::uint64_t position, unsigned radix, const std::string &ligne) {
@@ -98,7 +107,8 @@ int montre(Vidage &v) {
     std::string texte;
     std::uint64_t position = n * source.taille_secteur();
     for (const std::string &ligne : lignes_secteur(octets, position, v.aspect)) {
-      texte += (ligne.empty() ? ligne : position_entiere(position, v.aspect.radix, montrable(ligne))) + "\n";
+      texte +=
+          (ligne.empty() ? ligne : position_entiere(position, v.aspect.radix, sans_controles(ligne))) + "\n";
       if (!ligne.empty()) position += kOctetsParLigne;
     }
     v.contexte.sortie << plateforme::texte_vers_utf8(texte);

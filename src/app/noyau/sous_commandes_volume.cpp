@@ -193,7 +193,7 @@ void info_texte(ContexteCli &contexte, const Image &image) {
   const auto &[chemin, genre, carte, faits, raison] = image;
   const VolumeCourant &volume = volume_courant();
   const auto ligne = [&](int rang, std::initializer_list<Argument> valeurs) {
-    contexte.sortie << plateforme::texte_vers_utf8(montrable(message(kInfo + rang, valeurs))) << "\n";
+    contexte.sortie << texte_montrable(message(kInfo + rang, valeurs)) << "\n";
   };
   const auto taille = [&](std::uint64_t blocs) { return taille_lisible(blocs * volume.taille_bloc); };
   const auto racine = element_racine();
@@ -399,9 +399,9 @@ int commande_cat(ContexteCli &contexte) {
   const std::uint8_t numero = arguments.a("resource") ? kFourcheRessources : kFourcheDonnees;
   const ResultatFourche fin =
       lit_fourche(sans_lien(*element), numero, [&](std::span<const std::uint8_t> octets) {
-        contexte.sortie.write(reinterpret_cast<const char *>(octets.data()),
+        contexte.octets.write(reinterpret_cast<const char *>(octets.data()),
                               static_cast<std::streamsize>(octets.size()));
-        return static_cast<bool>(contexte.sortie);
+        return static_cast<bool>(contexte.octets);
       });
   if (fin.entiere() || fin.etat == EtatFourche::puits) return fin.entiere() ? kFait : kEchec;
   operations().afficher_erreur(fin.etat == EtatFourche::arret ? charger_chaine(kArrete)
