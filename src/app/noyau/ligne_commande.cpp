@@ -11,6 +11,7 @@
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "app/noyau/tampon_sur.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/etat.hpp"
 #include "IO/plateforme.hpp"
 #include "projet/noms_rubrique.hpp"
@@ -35,11 +36,12 @@ constexpr int kPeuArguments = 6514;
 constexpr int kTropArguments = 6515;
 constexpr int kEssayezAide = 6517;
 constexpr int kSortieImpossible = 6518;
+constexpr int kDeuxRegles = 7945;
 constexpr std::size_t kColonneCommandes = 20;
 
 constexpr OptionCli kGlobales[] = {
-    {"help", 'h', 6740},  {"version", '\0', 6741}, {"lang", '\0', 6742, "en|fr"},
-    {"quiet", 'q', 6743}, {"verbose", 'v', 6744},  {"ask", '\0', 6745},
+    {"help", 'h', 6740},    {"version", '\0', 6741}, {"lang", '\0', 6742, "en|fr"}, {"quiet", 'q', 6743},
+    {"verbose", 'v', 6744}, {"ask", '\0', 6745},     {"classic", '\0', 7943},       {"published", '\0', 7944},
 };
 
 // --- help
@@ -116,6 +118,7 @@ class Seance {
                                      bool courtes) {
     const std::span<const OptionCli> tables[] = {options, kGlobales};
     auto erreur = analyse_arguments(mots, tables, courtes, arguments_);
+    if (!erreur && arguments_.a("classic") && arguments_.a("published")) erreur = charger_chaine(kDeuxRegles);
     console_.options.silencieux = arguments_.a("quiet");
     console_.options.bavard = arguments_.a("verbose") && !arguments_.a("quiet");
     console_.options.interroge = arguments_.a("ask");
@@ -155,6 +158,7 @@ class Seance {
 
   int dirige_lettre(CommandeLettre commande, std::span<const std::string> mots) {
     const auto erreur = analyse(mots.subspan(1), options_lettres(), false);
+    fixer_regle(arguments_.a("published") ? Regle::publiee : Regle::classique);
     const FicheLettre *fiche = fiche_lettre(commande);
     if (fiche == nullptr)
       return refuse(message(kCommandeInconnue, {plateforme::utf8_vers_texte(mots[0])}),
@@ -208,6 +212,7 @@ class Seance {
     const SousCommande *commande = cherche(mots, pris);
     if (commande == nullptr) return commande_inconnue(mots, aide);
     const auto erreur = analyse(mots.subspan(pris), commande->options, true);
+    fixer_regle(arguments_.a("classic") ? Regle::classique : Regle::publiee);
     if (aide || arguments_.a("help")) return montre(aide_commande(*commande));
     const std::string forme = charger_chaine(commande->synopsis);
     if (erreur) return refuse(*erreur, forme);

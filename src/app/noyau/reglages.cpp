@@ -108,6 +108,13 @@ void pose_corps(Reglages &r, const std::string &texte) {
   r.corps = texte.size() <= 1 || valeur == 0 ? Reglages{}.corps : valeur;
 }
 
+void pose_publie(Reglages &r, const std::string &texte) {
+  r.publie = texte != "0";
+}
+std::string lit_publie(const Reglages &r) {
+  return r.publie ? "1" : "0";
+}
+
 // Numbers of resources have 16 bits with a sign; those of the system's own fonts lie below.
 void pose_numpol(Reglages &r, const std::string &texte) {
   const int valeur = nombre<int>(texte);
@@ -148,6 +155,7 @@ constexpr FicheReglage kFiches[] = {
     {"Corps", kChangement, pose_corps, lit_nombre<&R::corps>},
     {"Sign", kChangement, pose_texte<&R::signatures>, lit_texte<&R::signatures>},
     {"numpol", kChangement, pose_numpol, lit_nombre<&R::numpol>},
+    {"Published", kChangement, pose_publie, lit_publie},
     {"WinVLV", kChangement, pose_texte<&R::navigateur>, lit_texte<&R::navigateur>},
     {"WReper", kChangement, pose_texte<&R::dossier_navigateur>, lit_texte<&R::dossier_navigateur>},
 };

@@ -41,7 +41,8 @@ struct Reglages {
   std::array<std::vector<std::string>, 3> recents;  ///< by working mode, the latest first
   std::string navigateur;                           ///< `WinVLV`
   std::string dossier_navigateur;                   ///< `WReper`
-  int mode_depart = kModeIndecis;                   ///< working mode kept from the last run
+  bool publie = true;  ///< `Published`: the published rule in the window; the command line has options for it
+  int mode_depart = kModeIndecis;  ///< working mode kept from the last run
 };
 
 /// The settings in force; `lire_options` fills them.

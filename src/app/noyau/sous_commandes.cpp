@@ -137,6 +137,7 @@ constexpr OptionCli kAnalyze[] = {{"resource", '\0', 6909},
                                   {"as", '\0', 6977, kGenresSecteur},
                                   {"tree", '\0', 6987},
                                   {"json", '\0', 6718}};
+constexpr OptionCli kRegles[] = {{"markdown", '\0', 7942}, {"json", '\0', 6718}};
 constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
 
 constexpr SousCommande kCommandes[] = {
@@ -182,6 +183,7 @@ constexpr SousCommande kCommandes[] = {
     {"", "signature", 1, 2, kSignature, commande_signature, 7438, 7448},
     {"", "resize", 1, 1, kTaille, commande_resize, 7439, 7449},
     {"", "put", 2, kSansFin, kPut, commande_put, 6950, 6951},
+    {"", "rules", 0, 0, kRegles, commande_rules, 7940, 7941},
 };
 
 }  // namespace

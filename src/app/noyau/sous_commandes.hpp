@@ -68,6 +68,7 @@ struct SousCommande {
 [[nodiscard]] int commande_resize(ContexteCli &contexte);
 [[nodiscard]] int commande_put(ContexteCli &contexte);
 [[nodiscard]] int commande_layout(ContexteCli &contexte);
+[[nodiscard]] int commande_rules(ContexteCli &contexte);
 
 /// View of "iso", "hfs" or "both".
 [[nodiscard]] int vue_nommee(std::string_view nom);

@@ -1,0 +1,51 @@
+# Checks that no type name stands twice in one namespace of the program ([basic.def.odr]): two such types with inline
+# functions are merged by the linker, and one of them is then made by the constructor of the other.
+# Lines are read, since the house begins each definition of a namespace at the left edge.
+# cmake -DSOURCES=<root> -P homonymes.cmake
+set(fautes "")
+set(vus 0)
+
+file(GLOB_RECURSE fichiers RELATIVE "${SOURCES}" "${SOURCES}/src/*.hpp" "${SOURCES}/src/*.cpp"
+     "${SOURCES}/tests/outils/*.hpp")
+foreach(fichier IN LISTS fichiers)
+  file(STRINGS "${SOURCES}/${fichier}" lignes
+       REGEX "^(inline )?namespace|^}  // namespace|^(struct|class|union|enum|enum class|enum struct) [A-Za-z_]")
+  set(espaces "")
+  foreach(ligne IN LISTS lignes)
+    if(ligne MATCHES "^(inline )?namespace *([A-Za-z_:0-9]*) *{")
+      set(nom "${CMAKE_MATCH_2}")
+      if(nom STREQUAL "")
+        set(nom "(own)")
+      endif()
+      list(APPEND espaces "${nom}")
+    elseif(ligne MATCHES "^}  // namespace")
+      list(POP_BACK espaces)
+    elseif(ligne MATCHES "^[a-z ]+ ([A-Za-z_0-9]+)( |:|$|{)" AND
+       (ligne MATCHES "{" OR NOT ligne MATCHES "; *(//.*)?$"))
+      string(REGEX REPLACE "^(struct|class|union|enum class|enum struct|enum) ([A-Za-z_0-9]+).*" "\\2" nom "${ligne}")
+      list(JOIN espaces "::" espace)
+      if(NOT espace MATCHES "\\(own\\)")
+        math(EXPR vus "${vus} + 1")
+        set(cle "${espace}::${nom}")
+        string(MAKE_C_IDENTIFIER "${cle}" variable)
+        # A specialization names its template again, a nested type the one that holds it.
+        if(ligne MATCHES "${nom}(<|::)")
+          continue()
+        endif()
+        if(DEFINED vu_${variable})
+          list(APPEND fautes "${cle} stands in ${vu_${variable}} and in ${fichier}")
+        else()
+          set(vu_${variable} "${fichier}")
+        endif()
+      endif()
+    endif()
+  endforeach()
+endforeach()
+if(vus LESS 100)
+  message(FATAL_ERROR "only ${vus} types were read below ${SOURCES}")
+endif()
+if(fautes)
+  list(JOIN fautes "\n" texte)
+  message(FATAL_ERROR "${texte}")
+endif()
+message(STATUS "${vus} types, each with a name of its own")
