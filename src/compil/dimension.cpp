@@ -32,9 +32,12 @@ constexpr int kReserveIso = 6304;        // journal
 constexpr int kVueIsoTexte = 6305;
 constexpr int kVueHfsTexte = 6306;
 constexpr int kTropDeDossiers = 6347;
+constexpr int kFourcheTropGrande = 7821;         // path, bytes, most bytes
+constexpr int kFourchesTropGrandesSuite = 7822;  // %d more
 constexpr std::size_t kRepertoiresMax = 0xFFFF;  ///< a path table numbers them in 16 bits (ECMA-119 9.4.4)
 constexpr std::size_t kNomsEgauxMontres = 10;
-constexpr std::size_t kLongueurMessage = 100;  ///< bytes of a path in a message
+constexpr std::uint32_t kFourcheHfsMax = 0x7FFFFFFF;  ///< the lengths in a file record are signed
+constexpr std::size_t kLongueurMessage = 100;         ///< bytes of a path in a message
 
 /// Adds a record to an estimated run of sectors: it goes on to a new sector when it does not fit under 2049
 /// bytes.
@@ -45,23 +48,6 @@ void compte_fiche(std::size_t &octets, std::uint64_t &secteurs, std::size_t long
   } else {
     octets += longueur;
   }
-}
-
-/// A name as the HFS catalog orders it: two names with the same weights are one key.
-std::u16string poids(std::string_view nom) {
-  std::u16string texte;
-  for (const char c : nom) texte.push_back(static_cast<char16_t>(ordre_hfs[static_cast<std::uint8_t>(c)]));
-  return texte;
-}
-
-/// The same for HFS+: folded, the units that the order ignores left out.
-std::u16string pliage(const RubriqueProjet &r) {
-  std::u16string texte;
-  const NomUnicode nom = nom_hfsplus_de(r, {});
-  for (const be16 unite : nom.vue())
-    if (const std::uint16_t plie = pliage_hfsplus(unite); plie != 0)
-      texte.push_back(static_cast<char16_t>(plie));
-  return texte;
 }
 
 struct Attente {
@@ -86,6 +72,7 @@ class Mesure {
   void mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact);
   void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
   void mesure_longueurs(const RubriqueProjet &r);
+  void verifie_fourches(const RubriqueProjet &r);
   void note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
                   const std::string &b);
 
@@ -93,12 +80,13 @@ class Mesure {
   const IndexEnfants &index_;
   const VolumeMac *volume_;
   Dimensions &dim_;
-  std::size_t octets_iso_ = 0, octets_joliet_ = 0;            // estimate
-  std::size_t exact_iso_ = 0, exact_joliet_ = 0;              // as the directories will be
-  std::unordered_map<std::u16string, std::string> noms_iso_;  // of one folder: name -> source
+  std::size_t octets_iso_ = 0, octets_joliet_ = 0;         // estimate
+  std::size_t exact_iso_ = 0, exact_joliet_ = 0;           // as the directories will be
+  std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
   std::size_t egaux_ = 0;
-  std::size_t repertoires_ = 1;  // on the ISO side, with the root
+  std::size_t trop_grandes_ = 0;  // files with a fork that classic HFS cannot hold
+  std::size_t repertoires_ = 1;   // on the ISO side, with the root
   std::unordered_set<std::uint32_t> vus_{kRacine};
   std::vector<Attente> pile_{{kRacine, 0, "/", true}};  // the next folder last
 };
@@ -115,17 +103,25 @@ void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &
 void Mesure::mesure_noms(const RubriqueProjet &r, const std::string &dossier) {
   if (ctx_.a_iso() && r.dans_iso() && (!r.nom_hors_page() || r.nom_iso_saisi())) {
     const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
-    const auto [place, neuf] =
-        noms_iso_.try_emplace(interdits_joliet(plateforme::texte_vers_large(nom)), chemin_source(r));
+    const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
     if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
   }
   // A name that comes from the source is known only when the source is at hand.
-  if (!ctx_.a_volume() || !r.dans_hfs() || r.codage() == Codage::ntfs) return;
+  if (volume_ == nullptr || !r.dans_hfs() || r.codage() == Codage::ntfs) return;
   const bool plus = nature_est_hfsplus(ctx_.nature);
   if (plus && r.nom_hors_page() && !r.nom_hfs_final()) return;
   const std::string nom = lit_champ(r.nom_hfs);
-  const auto [place, neuf] = noms_hfs_.try_emplace(plus ? pliage(r) : poids(nom), chemin_source(r));
+  const auto [place, neuf] = noms_hfs_.try_emplace(volume_->cle_nom(r, {}), chemin_source(r));
   if (!neuf) note_egaux(kVueHfs, dossier, plus ? nom : nom_windows(nom), r, place->second);
+}
+
+// Written all the same, such a fork would have a negative length for whoever reads the volume.
+void Mesure::verifie_fourches(const RubriqueProjet &r) {
+  if (volume_ == nullptr || nature_est_hfsplus(ctx_.nature) || !r.dans_hfs()) return;
+  const std::uint32_t longueur = std::max<std::uint32_t>(r.lg_data, r.lg_rsrc);
+  if (longueur <= kFourcheHfsMax || ++trop_grandes_ > kNomsEgauxMontres) return;
+  operations().afficher_erreur(message(
+      kFourcheTropGrande, {tronque_chemin(chemin_source(r), kLongueurMessage), longueur, kFourcheHfsMax}));
 }
 
 void Mesure::mesure_longueurs(const RubriqueProjet &r) {
@@ -183,6 +179,7 @@ std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
       if (r->numero == kDossierFond && lit_champ(r->nom_source) == kNomDossierFond) ctx_.dossier_fond = true;
       sous_dossiers.push_back(*r);
     } else {
+      verifie_fourches(*r);
       mesure_longueurs(*r);
     }
   }
@@ -224,7 +221,9 @@ bool Mesure::parcourt() {
   }
   if (egaux_ > kNomsEgauxMontres)
     operations().afficher_erreur(message(kNomsEgauxSuite, {egaux_ - kNomsEgauxMontres}));
-  return egaux_ == 0;
+  if (trop_grandes_ > kNomsEgauxMontres)
+    operations().afficher_erreur(message(kFourchesTropGrandesSuite, {trop_grandes_ - kNomsEgauxMontres}));
+  return egaux_ == 0 && trop_grandes_ == 0;
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ struct Dimensions {
 };
 
 /// Sizing pass: directories, path tables and catalog nodes, into the context; exact needs into the result.
-/// False, after a message for each case, when two items of a folder have the same name in a view, when
-/// folders contain one another, or when they lie too deep.
+/// False, after a message for each case, when two items of a folder have the same name in a view, when a fork
+/// is longer than the volume's format holds, when folders contain one another, or when they lie too deep.
 [[nodiscard]] bool dimensionne(ContexteCompilation &contexte, const IndexEnfants &index,
                                const VolumeMac *volume, Dimensions &dimensions);
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "compil/contexte.hpp"
@@ -60,7 +61,8 @@ class Execution {
   struct RepertoiresOuverts {
     std::unique_ptr<Repertoire> iso, joliet;
     NomsIso noms;
-    NomsJolietApple noms_joliet;  ///< used in an ISO+ project alone
+    NomsJoliet noms_joliet;
+    std::unordered_set<std::u16string> noms_mac;  ///< of the folder on the volume, as the catalog compares
   };
   /// A folder whose content comes after its siblings.
   struct DossierEnAttente {
@@ -109,12 +111,16 @@ class Execution {
   /// In the HFS view, and its folder too: what lies in a folder outside the view is not reached there.
   [[nodiscard]] bool va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const;
   bool note_catalogue(Catalogue resultat, const RubriqueProjet &r);
+  /// False, after a message, when another item of the folder has the name that the volume is to have.
+  bool nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large, RepertoiresOuverts &ouverts);
+  /// Bytes of a Joliet name; one that is not the item's own is told.
+  std::string octets_joliet(const NomJoliet &nom, const std::string &chemin);
   void remarque(int id, const std::string &chemin, const std::string &detail = {});
 
   // inclusion.cpp: the data of one file
   bool inclusion_fichier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts);
   bool inclusion_iso(const Source &source, RepertoiresOuverts &ouverts, Fourche &copie);
-  bool inclusion_mac(Source &source, bool iso, const Fourche &copie, Niveau &ici);
+  bool inclusion_mac(Source &source, const Fourche *copie, Niveau &ici, RepertoiresOuverts &ouverts);
   bool copie_fourche(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
                      const Source &source, Fourche &fourche);
   bool reserve_blocs(std::uint64_t longueur);

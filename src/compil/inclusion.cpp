@@ -26,7 +26,6 @@ constexpr int kSourceChangee = 6317;       // path
 constexpr int kSourceTropGrande = 6318;    // path
 constexpr int kLectureInterrompue = 6319;  // path, system error
 constexpr int kBinhexFaux = 6320;          // journal: path
-constexpr int kSingleHorsIso = 6321;       // journal: path
 
 constexpr std::uint64_t kTrancheSecteurs = 0x100;
 
@@ -39,21 +38,12 @@ std::uint64_t tranche(std::uint64_t longueur) {
 /// How a fork pair reaches the volume.
 enum class Route { simple, sfm, appledouble, applesingle, macbinaire };
 
-/// In a hybrid disc with classic HFS, and there alone, an AppleSingle file outside the ISO view is taken for
-/// an AppleDouble one: the data fork gets the first bytes of the container, the resource fork looks for a
-/// companion. RFC 1740 would have both forks come out of the container, as the other kinds do. Kept; the
-/// journal tells of it.
-bool single_pris_pour_double(const ContexteCompilation &contexte, bool iso) {
-  return contexte.nature == Nature::hybride_hfs && !iso;
-}
-
-Route route(const RubriqueProjet &r, const ContexteCompilation &contexte, bool iso) {
+Route route(const RubriqueProjet &r) {
   switch (r.codage()) {
     case Codage::ntfs:
       return Route::sfm;
     case Codage::apple:
-      if (!r.est_applesingle()) return Route::appledouble;
-      return single_pris_pour_double(contexte, iso) ? Route::appledouble : Route::applesingle;
+      return r.est_applesingle() ? Route::applesingle : Route::appledouble;
     case Codage::macbinary:
     case Codage::binhex:
       return Route::macbinaire;
@@ -142,7 +132,8 @@ bool Execution::inclusion_iso(const Source &source, RepertoiresOuverts &ouverts,
   fiche.date = date_repertoire(source.donnees.modification);
   if (source.rubrique.cache_iso() != 0) fiche.drapeaux = kDrapeauCache;
   const std::string nom_iso = ouverts.noms.fichier(source.donnees);
-  const std::string nom_joliet = nom_joliet_de(source.rubrique, source.donnees);
+  const std::string nom_joliet =
+      octets_joliet(ouverts.noms_joliet.place(source.rubrique, source.donnees), source.chemin);
   const auto octets = [](const std::string &nom) {
     return std::span(reinterpret_cast<const std::uint8_t *>(nom.data()), nom.size());
   };
@@ -193,17 +184,18 @@ bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &r
          copie_fourche(macbinaire, position_ressource(r.lg_data), r.lg_rsrc, source, rsrc);
 }
 
-bool Execution::inclusion_mac(Source &source, bool iso, const Fourche &copie, Niveau &ici) {
+bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
+                              RepertoiresOuverts &ouverts) {
   const RubriqueProjet &r = source.rubrique;
   FicheFichier fiche;
   fiche.rubrique = &r;
   fiche.nom_large = source.donnees.nom_large;
   fiche.drapeaux = r.cache_hfs() != 0 ? kFinderInvisible : 0;
-  const Route chemin = route(r, ctx_, iso);
-  const bool partage = iso && chemin != Route::applesingle && chemin != Route::macbinaire;
+  const Route chemin = route(r);
+  const bool partage = copie != nullptr && chemin != Route::applesingle && chemin != Route::macbinaire;
   if (partage) {
-    fiche.data = copie;
-    fiche.data.longueur = std::min<std::uint64_t>(r.lg_data, copie.longueur);
+    fiche.data = *copie;
+    fiche.data.longueur = std::min<std::uint64_t>(r.lg_data, copie->longueur);
   } else if (chemin != Route::applesingle && chemin != Route::macbinaire) {
     const std::uint64_t longueur = source.fichier.ouvert() ? r.lg_data.operator unsigned() : 0;
     if (!copie_fourche(source.fichier, 0, longueur, source, fiche.data)) return false;
@@ -222,8 +214,6 @@ bool Execution::inclusion_mac(Source &source, bool iso, const Fourche &copie, Ni
       break;
     }
     case Route::appledouble:
-      if (r.est_applesingle())
-        operations().journal(GenreJournal::information, message(kSingleHorsIso, {source.chemin}));
       if (r.icone_perso()) fiche.drapeaux |= kFinderIcone;
       // The room of a shared data fork is taken once more, with nothing written to it. Kept: the places of
       // all data behind it follow from this.
@@ -237,7 +227,7 @@ bool Execution::inclusion_mac(Source &source, bool iso, const Fourche &copie, Ni
       fait = copie_macbinaire(source, fiche.data, fiche.rsrc, fiche.drapeaux);
       break;
   }
-  if (!fait) return false;
+  if (!fait || !nom_mac_libre(r, fiche.nom_large, ouverts)) return false;
   if (!note_catalogue(volume_->cree_fichier(ici.cnid, fiche), r)) return false;
   ++ici.valence;
   return true;
@@ -268,7 +258,7 @@ bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, Repertoi
   if (ctx_.nature == Nature::iso_apple) return inclusion_apple(source, ouverts);
   Fourche copie;
   if (iso && !inclusion_iso(source, ouverts, copie)) return false;
-  return !mac || inclusion_mac(source, iso, copie, ici);
+  return !mac || inclusion_mac(source, iso ? &copie : nullptr, ici, ouverts);
 }
 
 }  // namespace varnion

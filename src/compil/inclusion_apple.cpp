@@ -48,7 +48,8 @@ bool Execution::place_paire(const Source &source, const OrigineFourche &rsrc, co
   SuiteApple suite;
   suite.signature = r.signature;
   const NomsIso::Paire noms = ouverts.noms.fichier_apple(r, source.donnees);
-  const std::string joliet = ouverts.noms_joliet.fichier(r, source.donnees, ctx_.projet->hfsplus());
+  const std::string joliet = octets_joliet(
+      ouverts.noms_joliet.place_apple(r, source.donnees, ctx_.projet->hfsplus()), source.chemin);
   std::uint64_t secteur = debut_donnees_ + bloc_courant_;
   const auto fiche = [&](const OrigineFourche &fourche, std::uint8_t drapeaux, const std::string &nom) {
     FicheRepertoire f;

@@ -10,10 +10,10 @@ namespace varnion {
 
 namespace {
 
-constexpr int kNomIsoChange = 6307;     // journal: old name, new name
-constexpr int kNomJolietChange = 6309;  // journal: old name, new name
-constexpr std::size_t kJolietMax = 64;
-constexpr std::size_t kVersion = 2;  ///< ";1"
+constexpr int kNomIsoChange = 6307;        // journal: old name, new name
+constexpr std::size_t kJolietMax = 64;     ///< units of an identifier, version included
+constexpr std::size_t kExtensionMax = 16;  ///< units behind a dot that are taken for an extension
+constexpr std::size_t kVersion = 2;        ///< ";1"
 constexpr std::size_t kNomAppleMax = 12;
 
 std::string court_du_projet(const RubriqueProjet &rubrique) {
@@ -46,6 +46,24 @@ std::u16string nom_joliet_apple(const RubriqueProjet &rubrique, const plateforme
   if (prend_nom_large(rubrique) && !donnees.nom_large.empty()) return donnees.nom_large;
   if (forme == FormeApple::simple) return plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
   return plateforme::texte_vers_large(lit_champ(rubrique.nom_source));
+}
+
+/// The extension of a name with its dot; empty when it has none or only that.
+std::u16string_view extension_joliet(std::u16string_view nom) {
+  const std::size_t point = nom.rfind(u'.');
+  if (point == std::u16string_view::npos || point == 0 || nom.size() - point > kExtensionMax + 1) return {};
+  return nom.substr(point);
+}
+
+/// At most so many units, and no half of a surrogate pair at the end.
+std::u16string tete_joliet(std::u16string_view nom, std::size_t unites) {
+  if (unites < nom.size() && unites > 0 && (nom[unites - 1] & 0xFC00) == 0xD800) --unites;
+  return std::u16string(nom.substr(0, unites));
+}
+
+/// An ISO identifier as a reader shows it.
+std::string sans_version(const std::string &nom) {
+  return nom.ends_with(";1") ? nom.substr(0, nom.size() - kVersion) : nom;
 }
 
 std::string gros_bout(std::u16string_view texte) {
@@ -110,14 +128,14 @@ std::string nom_court_de(const plateforme::DonneesRecherche &donnees) {
 }
 
 std::string NomsIso::reserve(std::string nom, std::size_t point, std::size_t limite) {
-  if (pris_.insert(nom).second) return nom;
+  if (pris_.insert(sans_version(nom)).second) return nom;
   const std::string base = nom.substr(0, point);
   const std::string suite = point == std::string::npos ? std::string() : nom.substr(point);
   for (std::size_t &n = suivants_[nom];;) {
     const std::string marque = "~" + std::to_string(++n);
     if (marque.size() > limite) return nom;
     std::string essai = base.substr(0, limite - marque.size()) + marque + suite;
-    if (!pris_.insert(essai).second) continue;
+    if (!pris_.insert(sans_version(essai)).second) continue;
     operations().journal(GenreJournal::information, message(kNomIsoChange, {nom, essai}));
     return essai;
   }
@@ -166,35 +184,45 @@ std::string NomsIso::dossier(const RubriqueProjet &rubrique, const plateforme::D
   return place(nom.value_or(court.substr(0, 8)));
 }
 
-std::string NomsJolietApple::fichier(const RubriqueProjet &rubrique,
-                                     const plateforme::DonneesRecherche &donnees, bool hfsplus) {
-  const std::u16string nom =
-      nom_joliet_fichier(nom_joliet_apple(rubrique, donnees, hfsplus), nom_court_de(donnees));
-  if (pris_.insert(nom).second) return gros_bout(nom);
-  const std::u16string base = nom.substr(0, nom.size() - kVersion);
+// `nom` is without its version.
+NomJoliet NomsJoliet::reserve(std::u16string nom, std::u16string_view version) {
+  const auto entier = [&](const std::u16string &choisi) {
+    return gros_bout(choisi + std::u16string(version));
+  };
+  if (pris_.insert(nom).second) return {entier(nom), {}};
+  const std::u16string_view extension = extension_joliet(nom);
+  const std::u16string_view base = std::u16string_view(nom).substr(0, nom.size() - extension.size());
   for (std::size_t &n = suivants_[nom];;) {
     const std::u16string marque = plateforme::texte_vers_large("~" + std::to_string(++n));
-    const std::u16string essai =
-        base.substr(0, kJolietMax - kVersion - marque.size()) + marque + nom.substr(base.size());
+    const std::size_t place = kJolietMax - version.size() - marque.size() - extension.size();
+    std::u16string essai = tete_joliet(base, place) + marque + std::u16string(extension);
     if (!pris_.insert(essai).second) continue;
-    operations().journal(
-        GenreJournal::information,
-        message(kNomJolietChange, {plateforme::large_vers_texte(nom), plateforme::large_vers_texte(essai)}));
-    return gros_bout(essai);
+    return {entier(essai), plateforme::large_vers_texte(essai)};
   }
 }
 
-std::string nom_joliet_de(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
+NomJoliet NomsJoliet::fichier(std::u16string nom) {
+  const std::u16string version = nom.substr(nom.size() - kVersion);
+  nom.resize(nom.size() - kVersion);
+  return reserve(std::move(nom), version);
+}
+
+NomJoliet NomsJoliet::place(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
   const std::string court = nom_court_de(donnees);
   const bool large = prend_nom_large(rubrique) && !donnees.nom_large.empty();
   if (rubrique.est_dossier()) {
     const std::u16string nom =
         large ? donnees.nom_large : plateforme::texte_vers_large(nom_long_ou_court(donnees, court));
-    return gros_bout(nom_joliet_dossier(nom, court));
+    return reserve(nom_joliet_dossier(nom, court), {});
   }
   const std::u16string nom =
       large ? donnees.nom_large : plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
-  return gros_bout(nom_joliet_fichier(nom, court));
+  return fichier(nom_joliet_fichier(nom, court));
+}
+
+NomJoliet NomsJoliet::place_apple(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees,
+                                  bool hfsplus) {
+  return fichier(nom_joliet_fichier(nom_joliet_apple(rubrique, donnees, hfsplus), nom_court_de(donnees)));
 }
 
 }  // namespace varnion

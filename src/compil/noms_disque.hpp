@@ -42,7 +42,8 @@ struct LongueursApple {
 
 /// Identifiers of one directory of the ISO tree. The rules of the names do not compare them with one another,
 /// and two sources can meet under one name; then, and only then, the later one takes "~" and a number at its
-/// end, since a reader would reach the first only. The journal says so.
+/// end, since a reader would reach the first only. Versions are not compared: readers leave them out. The
+/// journal says so.
 class NomsIso {
  public:
   /// The record's identifier bytes for a file or a folder.
@@ -67,23 +68,31 @@ class NomsIso {
   std::unordered_map<std::string, std::size_t> suivants_;  ///< last number given to a name met again
 };
 
-/// Identifier bytes (UCS-2 big-endian) in the Joliet tree. A folder shows its name on the disk; a file the
-/// name of the ISO view, or its wide name where the code page cannot show that and nobody typed another.
-[[nodiscard]] std::string nom_joliet_de(const RubriqueProjet &rubrique,
-                                        const plateforme::DonneesRecherche &donnees);
+/// Name of one item in the Joliet tree.
+struct NomJoliet {
+  std::string octets;  ///< identifier (UCS-2 big-endian)
+  std::string change;  ///< working text of the name, where another item had the first choice; else empty
+};
 
-/// Joliet names of the files of one directory of an ISO+ project. The name inside a container is free to
-/// equal that of a neighbour; then, and only then, the later one takes "~" and a number at its end, with a
-/// line in the journal.
-class NomsJolietApple {
+/// Identifiers of one directory of the Joliet tree. Names that differ in the project or on the disk can
+/// become equal on the way: what Joliet forbids becomes "_", what no code page shows "?", long ones are cut,
+/// and the name inside a container is free to equal that of a neighbour. A reader would reach the first only:
+/// then, and only then, the later one takes "~" and a number ahead of its extension. Versions are not
+/// compared.
+class NomsJoliet {
  public:
-  /// Identifier bytes of both records of a file.
-  [[nodiscard]] std::string fichier(const RubriqueProjet &rubrique,
-                                    const plateforme::DonneesRecherche &donnees, bool hfsplus);
+  /// A folder shows its name on the disk; a file the name of the ISO view, or its wide name where the code
+  /// page cannot show that and nobody typed another.
+  [[nodiscard]] NomJoliet place(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees);
+  /// Both records of a file of an ISO+ project.
+  [[nodiscard]] NomJoliet place_apple(const RubriqueProjet &rubrique,
+                                      const plateforme::DonneesRecherche &donnees, bool hfsplus);
 
  private:
-  std::unordered_set<std::u16string> pris_;
-  std::unordered_map<std::u16string, std::size_t> suivants_;
+  NomJoliet fichier(std::u16string nom);
+  NomJoliet reserve(std::u16string nom, std::u16string_view version);
+  std::unordered_set<std::u16string> pris_;                   ///< without versions
+  std::unordered_map<std::u16string, std::size_t> suivants_;  ///< last number given to a name met again
 };
 
 }  // namespace varnion

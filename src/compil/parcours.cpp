@@ -15,6 +15,7 @@ namespace {
 constexpr int kSourceDisparue = 6314;       // path
 constexpr int kCatalogueImpossible = 6315;  // path
 constexpr int kNomDejaLa = 6308;            // path
+constexpr int kNomJolietChange = 7820;      // path, name on the disc
 constexpr std::size_t kLongueurMessage = 100;
 
 std::span<const std::uint8_t> octets_du_nom(const std::string &nom) {
@@ -45,9 +46,24 @@ bool Execution::va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const 
 bool Execution::note_catalogue(Catalogue resultat, const RubriqueProjet &r) {
   if (resultat == Catalogue::fait) return true;
   if (resultat == Catalogue::plein) return echoue(kCompilReprise);
-  const int id = resultat == Catalogue::double_nom ? kNomDejaLa : kCatalogueImpossible;
-  operations().afficher_erreur(message(id, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
+  operations().afficher_erreur(
+      message(kCatalogueImpossible, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
   return echoue(kCompilEchec);
+}
+
+// Names that come from the source are known only now; the others were compared before the image was begun.
+bool Execution::nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large,
+                              RepertoiresOuverts &ouverts) {
+  if (ouverts.noms_mac.insert(volume_->cle_nom(r, nom_large)).second) return true;
+  operations().afficher_erreur(message(kNomDejaLa, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
+  return echoue(kCompilEchec);
+}
+
+// The item is on the disc, whole: it does not count among those left out or changed.
+std::string Execution::octets_joliet(const NomJoliet &nom, const std::string &chemin) {
+  if (!nom.change.empty())
+    suivi_.remarque(message(kNomJolietChange, {tronque_chemin(chemin, kLongueurMessage), nom.change}));
+  return nom.octets;
 }
 
 bool Execution::place_dossier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts,
@@ -70,9 +86,11 @@ bool Execution::place_dossier(const RubriqueProjet &r, Niveau &ici, RepertoiresO
     fiche.drapeaux = kDrapeauDossier;
     if (r.cache_iso() != 0) fiche.drapeaux |= kDrapeauCache;
     d.fiche_iso = ouverts.iso->ajoute(fiche, octets_du_nom(ouverts.noms.dossier(r, donnees)));
-    d.fiche_joliet = ouverts.joliet->ajoute(fiche, octets_du_nom(nom_joliet_de(r, donnees)));
+    d.fiche_joliet = ouverts.joliet->ajoute(
+        fiche, octets_du_nom(octets_joliet(ouverts.noms_joliet.place(r, donnees), chemin_source(r))));
   }
   if (va_sur_volume(r, ici)) {
+    if (!nom_mac_libre(r, d.nom_large, ouverts)) return false;
     if (!note_catalogue(volume_->cree_dossier(ici.cnid, r, d.nom_large, d.cnid), r)) return false;
     ++ici.valence;
   }

@@ -12,7 +12,9 @@
 #include "hfs/volume.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "noms/ordre.hpp"
 #include "noms/regles.hpp"
+#include "noms/tables.hpp"
 #include "noms/texte.hpp"
 #include "noms/unicode.hpp"
 
@@ -29,11 +31,6 @@ std::uint32_t taille_cle(std::size_t longueur) {
   return static_cast<std::uint32_t>((longueur + 7 + 1) & ~std::size_t{1});
 }
 
-/// True when the folder already has an item of that name: names taken from the source are known only now.
-bool existe(std::uint32_t parent, const std::string &nom) {
-  return !cherche_exacte_hfs(nom, kRubriqueToute, parent).empty();
-}
-
 std::uint16_t en16(std::uint64_t valeur) {
   return static_cast<std::uint16_t>(valeur);
 }
@@ -44,6 +41,13 @@ std::string nom_hfs_de(const RubriqueProjet &rubrique, std::u16string_view nom_l
   if (rubrique.codage() == Codage::ntfs && !rubrique.nom_hfs_final() && !nom_large.empty())
     return prive_vers_mac(nom_large).substr(0, kNomHfsMax);
   return lit_champ(rubrique.nom_hfs).substr(0, kNomHfsMax);
+}
+
+std::u16string VolumeHfs::cle_nom(const RubriqueProjet &rubrique, std::u16string_view nom_large) const {
+  std::u16string poids;
+  for (const char c : nom_hfs_de(rubrique, nom_large))
+    poids.push_back(static_cast<char16_t>(ordre_hfs[static_cast<std::uint8_t>(c)]));
+  return poids;
 }
 
 void VolumeHfs::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
@@ -182,7 +186,6 @@ Catalogue VolumeHfs::cree_dossier(std::uint32_t parent, const RubriqueProjet &ru
                                   std::u16string_view nom_large, std::uint32_t &cnid) {
   Mdb &mdb = *volume_courant().mdb;
   const std::string nom = nom_hfs_de(rubrique, nom_large);
-  if (rubrique.codage() == Codage::ntfs && existe(parent, nom)) return Catalogue::double_nom;
   const std::uint32_t maintenant = date_mac();
   cnid = mdb.drNxtCNID;
   DossierHfs fiche{};
@@ -224,7 +227,6 @@ Catalogue VolumeHfs::cree_fichier(std::uint32_t parent, const FicheFichier &fich
   fiche.filRPyLen = fichier.rsrc.blocs * taille_bloc;
   fiche.filRExtRec[0] = {en16(fichier.rsrc.bloc), en16(fichier.rsrc.blocs)};
   const std::string nom = nom_hfs_de(rubrique, fichier.nom_large);
-  if (rubrique.codage() == Codage::ntfs && existe(parent, nom)) return Catalogue::double_nom;
   if (!insere_compte([&] { return insere_hfs(cle_hfs(parent, nom), octets_de(fiche), parent); }))
     return Catalogue::plein;
   mdb.drNxtCNID = mdb.drNxtCNID + 1;

@@ -7,6 +7,8 @@ namespace varnion {
 /// Classic HFS (Inside Macintosh: Files, chapter 2).
 class VolumeHfs final : public VolumeMac {
  public:
+  [[nodiscard]] std::u16string cle_nom(const RubriqueProjet &rubrique,
+                                       std::u16string_view nom_large) const override;
   void compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   void compte_fil(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   [[nodiscard]] PlanVolume plan(const ContexteCompilation &contexte, std::uint64_t secteurs,

@@ -15,6 +15,7 @@
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "noms/ordre.hpp"
 #include "projet/nom_hfsplus.hpp"
 #include "res/chaines.hpp"
 
@@ -58,6 +59,16 @@ std::uint32_t date_utc_mac(std::uint32_t date_projet) {
 }
 
 }  // namespace
+
+// Folded, and without the units that the order ignores.
+std::u16string VolumeHfsPlus::cle_nom(const RubriqueProjet &rubrique, std::u16string_view nom_large) const {
+  std::u16string cle;
+  const NomUnicode nom = nom_hfsplus_de(rubrique, nom_large);
+  for (const be16 unite : nom.vue())
+    if (const std::uint16_t plie = pliage_hfsplus(unite); plie != 0)
+      cle.push_back(static_cast<char16_t>(plie));
+  return cle;
+}
 
 void VolumeHfsPlus::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
   const auto longueur = static_cast<std::uint32_t>(2 * lit_champ(rubrique.nom_hfs).size());
@@ -218,7 +229,6 @@ Catalogue VolumeHfsPlus::cree_dossier(std::uint32_t parent, const RubriqueProjet
   const bool fond = rubrique.numero == kDossierFond && lit_champ(rubrique.nom_source) == kNomDossierFond;
   cnid = fond ? kDossierFond : vhb.nextCatalogID.operator unsigned();
   const NomUnicode nom = nom_hfsplus_de(rubrique, nom_large);
-  if (prend_nom_large(rubrique, nom_large) && existe(parent, nom)) return Catalogue::double_nom;
   const std::uint32_t maintenant = date_mac();
   DossierPlus fiche{};
   fiche.recordType = kRubriqueDossier;
@@ -239,7 +249,6 @@ Catalogue VolumeHfsPlus::cree_fichier(std::uint32_t parent, const FicheFichier &
   EnteteVolumePlus &vhb = *volume_courant().vhb;
   const std::uint32_t cnid = vhb.nextCatalogID;
   const NomUnicode nom = nom_hfsplus_de(rubrique, fichier.nom_large);
-  if (prend_nom_large(rubrique, fichier.nom_large) && existe(parent, nom)) return Catalogue::double_nom;
   FichierPlus fiche{};
   fiche.recordType = kRubriqueFichier;
   fiche.flags = kFilExiste;
@@ -256,10 +265,6 @@ Catalogue VolumeHfsPlus::cree_fichier(std::uint32_t parent, const FicheFichier &
   vhb.nextCatalogID = cnid + 1;
   vhb.fileCount = vhb.fileCount + 1;
   return Catalogue::fait;
-}
-
-bool VolumeHfsPlus::existe(std::uint32_t parent, const NomUnicode &nom) {
-  return !cherche_exacte_hfsplus_sans_joker(nom, kRubriqueToute, parent).empty();
 }
 
 bool VolumeHfsPlus::fixe_valence_de(std::uint32_t parent, const NomUnicode &nom, std::uint32_t valence) {

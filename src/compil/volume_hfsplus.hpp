@@ -9,6 +9,8 @@ namespace varnion {
 /// 4096.
 class VolumeHfsPlus final : public VolumeMac {
  public:
+  [[nodiscard]] std::u16string cle_nom(const RubriqueProjet &rubrique,
+                                       std::u16string_view nom_large) const override;
   void compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   void compte_fil(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   [[nodiscard]] PlanVolume plan(const ContexteCompilation &contexte, std::uint64_t secteurs,
@@ -31,7 +33,6 @@ class VolumeHfsPlus final : public VolumeMac {
   /// First catalog id of the disc's items.
   [[nodiscard]] std::uint32_t premier_cnid(const ContexteCompilation &contexte,
                                            const EnteteProjet &entete) const;
-  [[nodiscard]] static bool existe(std::uint32_t parent, const NomUnicode &nom);
   [[nodiscard]] bool fixe_valence_de(std::uint32_t parent, const NomUnicode &nom, std::uint32_t valence);
   [[nodiscard]] Catalogue insere_avec_fil(std::uint32_t parent, const NomUnicode &nom, std::uint32_t cnid,
                                           std::span<const std::uint8_t> fiche, int type_fil);

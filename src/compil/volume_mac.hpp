@@ -28,7 +28,7 @@ struct FicheFichier {
 };
 
 /// Outcome of a call that puts something into the catalog.
-enum class Catalogue { fait, plein, impossible, double_nom };
+enum class Catalogue { fait, plein, impossible };
 
 /// The Macintosh volume of an image: its sizes, its first structures, the catalog while it grows, the end.
 /// The metadata (header to catalog) is held in a memory window of the engine's driver until `cloture`.
@@ -37,6 +37,11 @@ class VolumeMac {
   virtual ~VolumeMac() = default;
   /// The writer for a kind of compile; nullptr for the kinds without a volume.
   [[nodiscard]] static std::unique_ptr<VolumeMac> cree(Nature nature);
+
+  /// What the catalog compares of an item's name as it will be written: two items of a folder with one key
+  /// cannot both be reached. `nom_large`: name of the source, empty while it is not at hand.
+  [[nodiscard]] virtual std::u16string cle_nom(const RubriqueProjet &rubrique,
+                                               std::u16string_view nom_large) const = 0;
 
   /// Sizing: one item of a folder's run that is in the HFS view.
   virtual void compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const = 0;

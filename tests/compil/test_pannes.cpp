@@ -219,12 +219,11 @@ TEST_F(Pannes, une_vue_vide_donne_une_image_pure) {
   }
 }
 
-// In a hybrid disc with classic HFS, an AppleSingle file outside the ISO view keeps its container bytes.
+// An AppleSingle file that no ISO tree shows gives both its forks to the volume, in either format.
 TEST_F(Pannes, applesingle_hors_de_la_vue_iso) {
   outils::FichierMac f;
   f.data = octets_quelconques(3000, 5);
   f.rsrc = octets_quelconques(500, 6);
-  const std::string octets = outils::applesingle(f);
   for (const bool plus : {false, true}) {
     ArbreSource source(bac + "src");
     source.fichier("pc.txt", "pc");
@@ -237,14 +236,40 @@ TEST_F(Pannes, applesingle_hors_de_la_vue_iso) {
       change.vue_iso(kHorsVue);
       ASSERT_TRUE(tout.reecrit(projet, change));
     }
-    ASSERT_EQ(compile(projet, bac + "o.iso").resultat, kCompilReussie) << messages();
+    const BilanCompilation bilan = compile(projet, bac + "o.iso");
+    ASSERT_EQ(bilan.resultat, kCompilReussie) << messages();
+    EXPECT_EQ(bilan.remarques, 0U) << messages();
     const outils::ImageLue image = image_saine(bac + "o.iso", {true, true, plus});
     EXPECT_EQ(image.joliet.entrees.size(), 2U);
     const outils::ObjetMac *o = image.volume.trouve("simple");
     ASSERT_NE(o, nullptr);
-    const std::string data = image.volume.contenu(image.vue, o->data);
-    EXPECT_TRUE(data == (plus ? f.data : octets.substr(0, f.data.size()))) << plus;
-    EXPECT_EQ(image.volume.contenu(image.vue, o->rsrc) == f.rsrc, plus);
+    EXPECT_TRUE(image.volume.contenu(image.vue, o->data) == f.data) << plus;
+    EXPECT_TRUE(image.volume.contenu(image.vue, o->rsrc) == f.rsrc) << plus;
+    fs::remove_all(bac + "src");
+  }
+}
+
+// A name that comes from the source is compared with the names behind it in the project as well.
+TEST_F(Pannes, un_nom_de_la_source_deja_donne_a_un_autre) {
+  for (const bool plus : {false, true}) {
+    ArbreSource source(bac + "src");
+    outils::FichierMac f;
+    f.data = "streams";
+    f.rsrc = "resource";
+    source.conteneur("aaa", outils::Forme::flux, f);
+    source.fichier("zzz", "plain");
+    FichierProjet projet = projet_de(bac + "src", plus);
+    LecteurRubriques tout(projet);
+    while (const RubriqueProjet *r = tout.suivant()) {
+      if (lit_champ(r->nom_source) != "zzz") continue;
+      RubriqueProjet change = *r;
+      ecrit_champ_coupe(change.nom_hfs, "AAA");
+      ASSERT_TRUE(tout.reecrit(projet, change));
+    }
+    ops.erreurs.clear();
+    EXPECT_NE(compile(projet, bac + "o.iso").resultat, kCompilReussie) << plus;
+    EXPECT_NE(messages().find("src/zzz"), std::string::npos) << messages();
+    rien_ne_reste("o.iso");
     fs::remove_all(bac + "src");
   }
 }

@@ -219,6 +219,8 @@ TEST_F(Dimension, chaque_nom_egal_est_nomme_dans_sa_vue) {
        Nature::hybride_hfs,
        true},
       {"file and folder", {item(1, -1, "x"), item(1, 17, "x")}, Nature::hfs, false},
+      {"equal once Joliet has mapped them", {item(1, -1, "a_b"), item(1, -2, "a*b")}, Nature::iso, true},
+      {"equal once HFS+ has mapped them", {item(1, -1, "a_b"), item(1, -2, "a:b")}, Nature::hfsplus, false},
       {"other folders", {item(1, 17, "d"), item(1, -1, "x"), item(17, -2, "x")}, Nature::hybride_hfs, true},
   };
   for (const Cas &c : cas) {
@@ -235,6 +237,35 @@ TEST_F(Dimension, chaque_nom_egal_est_nomme_dans_sa_vue) {
     if (c.bon || script.erreurs.empty()) continue;
     EXPECT_NE(script.erreurs[0].find(chemin_source(c.items[0])), std::string::npos) << script.erreurs[0];
     EXPECT_NE(script.erreurs[0].find(chemin_source(c.items[1])), std::string::npos) << script.erreurs[0];
+  }
+}
+
+// The longest fork of each format; what is longer is named before anything is written.
+TEST_F(Dimension, une_fourche_trop_longue_pour_hfs_est_nommee) {
+  for (const Nature nature : {Nature::hybride_hfs, Nature::hfs, Nature::hybride_hfsplus, Nature::hfsplus}) {
+    for (const bool ressource : {false, true}) {
+      for (const std::uint32_t longueur : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        for (const bool dans_hfs : {true, false}) {
+          RubriqueProjet r = item(1, -1, "movie");
+          if (!dans_hfs) r.vue_hfs(kHorsVue);
+          r.codage(Codage::ntfs);
+          (ressource ? r.lg_rsrc : r.lg_data) = longueur;
+          FichierProjet projet = avec({r, item(1, -2, "other")});
+          ContexteCompilation ctx;
+          ctx.projet = &projet;
+          ctx.nature = nature;
+          const auto volume = VolumeMac::cree(nature);
+          Dimensions dimensions;
+          script.erreurs.clear();
+          const bool bon = longueur == 0x7FFFFFFF || nature_est_hfsplus(nature) || !dans_hfs;
+          EXPECT_EQ(dimensionne(ctx, IndexEnfants(projet), volume.get(), dimensions), bon) << longueur;
+          ASSERT_EQ(script.erreurs.size(), bon ? 0U : 1U);
+          if (bon) continue;
+          EXPECT_NE(script.erreurs[0].find("/src/movie"), std::string::npos) << script.erreurs[0];
+          EXPECT_NE(script.erreurs[0].find("HFS+"), std::string::npos) << script.erreurs[0];
+        }
+      }
+    }
   }
 }
 

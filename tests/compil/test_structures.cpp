@@ -320,7 +320,11 @@ TEST_F(NomsDisque, un_nom_deja_pris_recoit_un_numero) {
     EXPECT_LE(nom.find('.'), 8U) << nom;
     EXPECT_TRUE(nom.ends_with(".I;1"));
   }
-  // A folder and a file share one directory.
+  // A folder and a file share one directory, and a reader shows the file without its version.
+  EXPECT_EQ(noms.fichier(donnees("sound")), "SOUND;1");
+  RubriqueProjet homonyme = item(1, 6, "SOUND");
+  ecrit_champ_coupe(homonyme.chemin, kCheminVirtuel);
+  EXPECT_EQ(noms.dossier(homonyme, donnees("SOUND")), "SOUND~1");
   RubriqueProjet virtuel = item(1, 5, "README");
   ecrit_champ_coupe(virtuel.chemin, kCheminVirtuel);
   EXPECT_EQ(noms.dossier(virtuel, donnees("README")), "README");
@@ -336,7 +340,7 @@ TEST_F(NomsDisque, paires_de_fiches) {
     const char *iso_rsrc, *iso_data, *joliet;
   };
   NomsIso noms;
-  NomsJolietApple noms_joliet;
+  NomsJoliet noms_joliet;
   for (const Cas &c : {
            Cas{"plain", "a plain file.txt", "APLAIN~1.TXT", Codage::aucun, 0, "", "A PLAIN FILE;1", "iso;1"},
            Cas{"8.3", "double.txt", "DOUBLE.TXT", Codage::apple, 1, "DOUBLE.TXT;1", "DOUBLE.TXT;1",
@@ -364,7 +368,7 @@ TEST_F(NomsDisque, paires_de_fiches) {
     const NomsIso::Paire paire = noms.fichier_apple(r, d);
     EXPECT_EQ(paire.ressource, c.iso_rsrc);
     EXPECT_EQ(paire.data, c.iso_data);
-    const std::string joliet = noms_joliet.fichier(r, d, false);
+    const std::string joliet = noms_joliet.place_apple(r, d, false).octets;
     const std::vector<std::uint8_t> octets(joliet.begin(), joliet.end());
     EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.joliet);
     // What was foreseen holds but for the numbers of names met again.
@@ -401,10 +405,59 @@ TEST_F(NomsDisque, noms_joliet_et_longueurs_prevues) {
   ecrit_champ_coupe(renomme.nom_iso, "Autre nom.txt");
   cas.push_back({"renamed", renomme, donnees("source.txt"), "Autre nom.txt;1"});
   for (const Cas &c : cas) {
-    const std::string nom = nom_joliet_de(c.rubrique, c.source);
+    const std::string nom = NomsJoliet().place(c.rubrique, c.source).octets;
     const std::vector<std::uint8_t> octets(nom.begin(), nom.end());
     EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.attendu) << c.quoi;
     EXPECT_LE(nom.size(), longueurs_noms(c.rubrique).joliet) << c.quoi;
+  }
+}
+
+// Names are compared as they are written. The later one is numbered ahead of its extension, in the room that
+// an identifier has.
+TEST_F(NomsDisque, noms_joliet_egaux_une_fois_ecrits) {
+  const auto large = [](std::int32_t numero, const std::u16string &nom) {
+    RubriqueProjet r = item(1, numero, "X~1");
+    r.nom_hors_page(true);
+    auto d = donnees("?", "X~1");
+    d.nom_large = nom;
+    return std::pair(r, d);
+  };
+  const auto texte = [](std::int32_t numero, const std::string &nom) {
+    return std::pair(item(1, numero, nom), donnees(nom));
+  };
+  const std::u16string long61 = std::u16string(57, u'l') + u".txt";
+  const std::u16string couple = std::u16string(58, u'l') + u"\U0001F600";  // a pair at units 59 and 60
+  struct Cas {
+    std::pair<RubriqueProjet, plateforme::DonneesRecherche> item;
+    std::string attendu;
+    bool change;
+  };
+  NomsJoliet noms;
+  for (const Cas &c : {
+           Cas{texte(-1, "a_b.txt"), "a_b.txt;1", false},
+           Cas{large(-2, u"a\\b.txt"), "a_b~1.txt;1", true},
+           Cas{texte(-3, "a*b.txt"), "a_b~2.txt;1", true},
+           Cas{texte(-4, "a_b~1.txt"), "a_b~1~1.txt;1", true},
+           Cas{texte(-5, "A_b.txt"), "A_b.txt;1", false},
+           Cas{large(6, u"a\\b.txt"), "a_b~3.txt", true},  // a folder has no version and counts all the same
+           Cas{large(-7, u"??"), "__;1", false},
+           Cas{large(-8, u"??"), "__~1;1", true},
+           Cas{texte(-9, ".profile"), ".profile;1", false},
+           Cas{large(-10, u".profile"), ".profile~1;1", true},
+           Cas{large(-11, long61), plateforme::texte_vers_utf8(std::string(57, 'l')) + ".txt;1", false},
+           Cas{large(-12, long61), std::string(56, 'l') + "~1.txt;1", true},
+           Cas{large(-13, couple), std::string(58, 'l') + "\U0001F600;1", false},
+           Cas{large(-14, couple + u"zz"), std::string(58, 'l') + "\U0001F600zz;1", false},
+           Cas{large(-15, couple + u"zz"), std::string(58, 'l') + "\U0001F600~1;1", true},
+           Cas{large(-16, couple + u"z"), std::string(58, 'l') + "\U0001F600z;1", false},
+           Cas{large(17, std::u16string(64, u'd')), std::string(64, 'd'), false},
+           Cas{large(18, std::u16string(64, u'd')), std::string(62, 'd') + "~1", true},
+       }) {
+    const NomJoliet nom = noms.place(c.item.first, c.item.second);
+    const std::vector<std::uint8_t> octets(nom.octets.begin(), nom.octets.end());
+    EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.attendu);
+    EXPECT_EQ(!nom.change.empty(), c.change) << c.attendu;
+    EXPECT_LE(nom.octets.size(), 128U) << c.attendu;
   }
 }
 
