@@ -18,8 +18,6 @@ namespace {
 
 constexpr int kFermer = 1000;
 constexpr int kToujours = 1042;
-constexpr int kOui = 1043;
-constexpr int kNon = 1044;
 constexpr int kLargeurTexte = 480;
 constexpr int kCoteIcone = 32;
 
@@ -69,17 +67,34 @@ FormeMessage::FormeMessage(QWidget *parent, const QString &nom, const QString &t
   }
   auto *boutons = new QDialogButtonBox;
   if (question) {
-    boutons->addButton(chaine_qt(kOui), QDialogButtonBox::YesRole)->setObjectName("MessOui");
-    boutons->addButton(chaine_qt(kNon), QDialogButtonBox::RejectRole)->setObjectName("MessNon");
-    connect(boutons->findChild<QPushButton *>("MessOui"), &QPushButton::clicked, this, &QDialog::accept);
-    connect(boutons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    pose_question(*boutons, choix);
   } else {
     boutons->addButton(chaine_qt(kFermer), QDialogButtonBox::AcceptRole)->setObjectName("MessFermer");
     connect(boutons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   }
   boutons->addButton(bouton_aide(this, sujet::kMessages), QDialogButtonBox::HelpRole);
   forme->addWidget(boutons);
+  // Only what stands in the form can be its default.
+  if (auto *defaut = boutons->findChild<QPushButton *>(choix.prudent ? "MessNon" : "MessOui")) {
+    defaut->setDefault(true);
+    defaut->setFocus();
+  }
   if (choix.duree > 0) QTimer::singleShot(choix.duree, this, &QDialog::accept);
+}
+
+void FormeMessage::pose_question(QDialogButtonBox &boutons, const Choix &choix) {
+  QPushButton *oui = boutons.addButton(chaine_qt(choix.oui), QDialogButtonBox::YesRole);
+  oui->setObjectName("MessOui");
+  connect(oui, &QPushButton::clicked, this, &QDialog::accept);
+  if (choix.tiers != 0) {
+    QPushButton *tiers = boutons.addButton(chaine_qt(choix.tiers), QDialogButtonBox::DestructiveRole);
+    tiers->setObjectName("MessTiers");
+    tiers->setAutoDefault(false);
+    connect(tiers, &QPushButton::clicked, this, [this] { done(kTiers); });
+  }
+  if (choix.non == 0) return;
+  boutons.addButton(chaine_qt(choix.non), QDialogButtonBox::RejectRole)->setObjectName("MessNon");
+  connect(&boutons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
 bool FormeMessage::toujours() const {

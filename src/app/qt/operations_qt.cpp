@@ -17,6 +17,10 @@ namespace varnion {
 
 namespace {
 
+constexpr int kAnnuler = 1002;
+constexpr int kEnregistrer = 7700;
+constexpr int kNePasEnregistrer = 7701;
+constexpr int kJeter = 7714;
 constexpr int kDureeAvis = 3000;  // milliseconds
 constexpr int kSeconde = 1000;    // milliseconds
 constexpr int kSouffle = 100;     // milliseconds between two looks at the window
@@ -80,21 +84,17 @@ void OperationsQt::sur_fil_principal(const std::function<void()> &travail) {
 
 // --- messages
 
-int OperationsQt::montre(const char *nom, std::string_view texte, FormeMessage::Genre genre, bool *toujours,
-                         int duree) {
+int OperationsQt::montre(const char *nom, std::string_view texte, const FormeMessage::Choix &choix,
+                         bool *toujours) {
   int reponse = 0;
   sur_fil_principal([&] {
     const CurseurLibre libre(occupe());
-    FormeMessage::Choix choix;
-    choix.genre = genre;
-    choix.toujours = toujours != nullptr;
-    choix.duree = duree;
     QWidget *parent = QApplication::activeModalWidget();
     // A form whose work runs is disabled, and what belongs to it would be too.
     while (parent != nullptr && !parent->isEnabled()) parent = parent->parentWidget();
     if (parent == nullptr) parent = fenetre_;
     FormeMessage forme(parent, nom, vers_qt(texte).trimmed(), choix);
-    reponse = forme.exec() == QDialog::Accepted ? 1 : 0;
+    reponse = forme.exec();
     if (toujours != nullptr) *toujours = forme.toujours();
   });
   return reponse;
@@ -102,22 +102,45 @@ int OperationsQt::montre(const char *nom, std::string_view texte, FormeMessage::
 
 void OperationsQt::afficher_erreur(std::string_view texte) {
   ecrit_journal(GenreJournal::erreur, texte);
-  static_cast<void>(montre("TMessOK", texte, FormeMessage::Genre::erreur));
+  static_cast<void>(montre("TMessOK", texte, {.genre = FormeMessage::Genre::erreur}));
 }
 
 void OperationsQt::afficher_avis(std::string_view texte) {
-  static_cast<void>(montre("TMessOK", texte, FormeMessage::Genre::information, nullptr, kDureeAvis));
+  static_cast<void>(montre("TMessOK", texte, {.duree = kDureeAvis}));
 }
 
 // A stop that is pending is what the question is about: the answer settles it.
 int OperationsQt::demander_oui_non(std::string_view texte) {
   sur_fil_principal([this] { arret_ = false; });
-  return montre("TMessON", texte, FormeMessage::Genre::question);
+  return montre("TMessON", texte, {.genre = FormeMessage::Genre::question, .prudent = prudentes_ > 0});
+}
+
+bool OperationsQt::demander_prudent(std::string_view texte) {
+  const QuestionsPrudentes prudentes(*this);
+  return demander_oui_non(texte) != 0;
+}
+
+SortTravail OperationsQt::demander_sort(std::string_view texte) {
+  const int reponse = montre("TMessEnr", texte,
+                             {.genre = FormeMessage::Genre::question,
+                              .oui = kEnregistrer,
+                              .tiers = kNePasEnregistrer,
+                              .non = kAnnuler});
+  if (reponse == FormeMessage::kTiers) return SortTravail::abandonne;
+  return reponse == QDialog::Accepted ? SortTravail::enregistre : SortTravail::reste;
+}
+
+bool OperationsQt::demander_reprise(std::string_view texte, int continuer) {
+  return montre("TMessRep", texte,
+                {.genre = FormeMessage::Genre::question, .oui = continuer, .tiers = kJeter, .non = 0}) !=
+         FormeMessage::kTiers;
 }
 
 int OperationsQt::demander_tous(std::string_view texte) {
   bool toujours = false;
-  const int oui = montre("TMessONT", texte, FormeMessage::Genre::question, &toujours);
+  const int oui = montre(
+      "TMessONT", texte,
+      {.genre = FormeMessage::Genre::question, .toujours = true, .prudent = prudentes_ > 0}, &toujours);
   if (!toujours) return oui;
   return oui != 0 ? 2 : -1;
 }
@@ -134,7 +157,7 @@ bool OperationsQt::demander_nom(std::string_view legende, std::string &nom, std:
 
 bool OperationsQt::annoncer_retenir(std::string_view texte) {
   bool toujours = false;
-  static_cast<void>(montre("TMessAnn", texte, FormeMessage::Genre::information, &toujours));
+  static_cast<void>(montre("TMessAnn", texte, {.toujours = true}, &toujours));
   return toujours;
 }
 

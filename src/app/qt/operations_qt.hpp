@@ -15,6 +15,9 @@
 
 namespace varnion {
 
+/// What becomes of work that would go with its document.
+enum class SortTravail { reste, enregistre, abandonne };
+
 /// The user at the window. Calls from a worker are carried to the main thread and wait for its answer.
 class OperationsQt final : public QObject, public Operations {
   Q_OBJECT
@@ -49,6 +52,13 @@ class OperationsQt final : public QObject, public Operations {
   void curseur_attente_debut() override;
   void curseur_attente_fin() override;
   void journal(GenreJournal genre, std::string_view texte) override;
+  /// A yes or no question whose Yes destroys something: Enter gives No.
+  [[nodiscard]] bool demander_prudent(std::string_view texte);
+  /// A question on work that goes when its window closes: "Save", "Discard", "Cancel".
+  [[nodiscard]] SortTravail demander_sort(std::string_view texte);
+  /// A question on work that was found: one button goes on with it (string `continuer`), as Esc does, the
+  /// other is "Discard". True to go on.
+  [[nodiscard]] bool demander_reprise(std::string_view texte, int continuer);
   /// Looks for Esc, some ten times a second.
   bool arret_demande() override;
 
@@ -64,8 +74,11 @@ class OperationsQt final : public QObject, public Operations {
   bool eventFilter(QObject *cible, QEvent *evenement) override;
 
  private:
-  [[nodiscard]] int montre(const char *nom, std::string_view texte, FormeMessage::Genre genre,
-                           bool *toujours = nullptr, int duree = 0);
+  friend class QuestionsPrudentes;
+
+  /// What `FormeMessage::exec` gives.
+  [[nodiscard]] int montre(const char *nom, std::string_view texte, const FormeMessage::Choix &choix,
+                           bool *toujours = nullptr);
   void respire();
   void montre_etat();
   void montre_avance();
@@ -83,7 +96,23 @@ class OperationsQt final : public QObject, public Operations {
   QElapsedTimer souffle_;
   QElapsedTimer depuis_;
   QTimer seconde_;
-  int image_ = 0;  ///< of the busy cursor
+  int image_ = 0;                   ///< of the busy cursor
+  std::atomic<int> prudentes_ = 0;  ///< `QuestionsPrudentes` that live
+};
+
+/// While it lives, Enter gives No to every yes or no question: for work whose questions are all asked before
+/// something of the user's goes.
+class QuestionsPrudentes {
+ public:
+  explicit QuestionsPrudentes(OperationsQt &operations) : operations_(operations) {
+    ++operations_.prudentes_;
+  }
+  ~QuestionsPrudentes() { --operations_.prudentes_; }
+  QuestionsPrudentes(const QuestionsPrudentes &) = delete;
+  QuestionsPrudentes &operator=(const QuestionsPrudentes &) = delete;
+
+ private:
+  OperationsQt &operations_;
 };
 
 /// While it lives, `arret_demande` on this thread answers with a flag of its own: Esc is for the command in
