@@ -474,18 +474,24 @@ TEST_F(ProjetFenetre, WhatACrashLeftIsOffered) {
     auto projet = FichierProjet::cree(de_qt(defaut), ModeProjet::hybride);
     ASSERT_TRUE(projet && ajout_dossier_virtuel(*projet, "perdu") != 0 && projet->ferme());
   };
+  // Enter and Esc both go on with it.
   for (const bool reprend : {true, false}) {
     laisse();
     accepte_ = reprend;
     messages_.clear();
     ouvre_fenetre();
     ASSERT_EQ(messages_.size(), 1) << messages_.join('|').toStdString();
-    EXPECT_TRUE(messages_[0].startsWith("TMessON:") && messages_[0].contains("holds 1 items"));
-    EXPECT_EQ(noms(), reprend ? QStringList("perdu") : QStringList());
-    EXPECT_TRUE(fenetre_->projet()->sans_nom());
+    EXPECT_TRUE(messages_[0].startsWith("TMessRep:") && messages_[0].contains("holds 1 items"));
+    EXPECT_EQ(noms(), QStringList("perdu"));
+    EXPECT_FALSE(action("Enregistrer1")->isEnabled());
     fenetre_.reset();
+    EXPECT_EQ(QFileInfo(defaut).size(), 2 * 756);
   }
   accepte_ = true;
+  reponses_["TMessRep"] = [](QDialog &forme) { pousse(forme, "MessTiers"); };
+  ouvre_fenetre();
+  EXPECT_EQ(noms(), QStringList());
+  EXPECT_EQ(QFileInfo(defaut).size(), 756);
 }
 
 TEST_F(ProjetFenetre, AProjectFileDeletedMeanwhileIsWrittenAnew) {

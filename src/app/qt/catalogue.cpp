@@ -52,7 +52,7 @@ constexpr Commande kCommandes[] = {
     {"Nouvelle1", "Partitions1", 2016, 2216, "", V, C::toujours, O::nouvelle_image},
     {"Ouvrir2", "Partitions1", 2017, 2217, "", V, C::toujours, O::ouvrir, 0, "ouvrir"},
     {"Enr2", "Partitions1", 2018, 2218, "Ctrl+S", V, C::document_ecriture, O::enregistrer_volume},
-    {"EnrAs2", "Partitions1", 2019, 2219, "", V, C::document_ecriture, O::enregistrer_volume_sous},
+    {"EnrAs2", "Partitions1", 2019, 2219, "", V, C::document_copiable, O::enregistrer_volume_sous},
     {"Fermer2", "Partitions1", 2024, 2224, "", V, C::document, O::fermer},
     {"PropVol1", "Partitions1", 2023, 2223, "", V, C::document, O::proprietes_document},
     {"AffImage", "Partitions1", 7222, 7223, "", V, C::document, O::afficher_image},
@@ -246,6 +246,8 @@ bool permise(Condition condition, const EtatCommandes &etat) {
     case C::document_ecriture:
     case C::creation_menu:
       return ecriture;
+    case C::document_copiable:
+      return ecriture || (etat.document && etat.copie);
     case C::hybridation:
       return etat.document && etat.hybridation;
     case C::selection:
@@ -270,6 +272,16 @@ bool permise(Condition condition, const EtatCommandes &etat) {
       return etat.recents;
   }
   return false;
+}
+
+bool exige_ecriture(Condition condition) {
+  EtatCommandes etat;
+  etat.document = etat.nomme = etat.hybridation = etat.recents = true;
+  etat.selection_arbre = etat.selection_liste = etat.presse_papiers = true;
+  etat.dossier_racine = false;
+  if (!permise(condition, etat)) return false;
+  etat.lecture_seule = etat.copie = true;
+  return !permise(condition, etat);
 }
 
 }  // namespace varnion

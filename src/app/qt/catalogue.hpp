@@ -22,7 +22,8 @@ enum class Condition : std::uint8_t {
   document,            ///< the mode's document is open
   document_nomme,      ///< and has a name of its own
   document_ecriture,   ///< and may be changed
-  creation_menu,       ///< the same; without a volume the item of the menu stays as it was last
+  document_copiable,   ///< the same, or it is a temporary copy
+  creation_menu,       ///< that it may be changed; without a volume the item of the menu stays as it was last
   hybridation,         ///< and its kind of image was found to allow it
   selection,           ///< a document, and something is selected in the tree or the list
   selection_ecriture,  ///< a document that may be changed, and a selection
@@ -137,6 +138,7 @@ struct EtatCommandes {
   bool document = false;
   bool nomme = false;
   bool lecture_seule = false;
+  bool copie = false;  ///< the document is a temporary copy of a compressed image
   bool hybridation = false;
   bool selection_arbre = false;
   bool selection_liste = false;
@@ -146,5 +148,7 @@ struct EtatCommandes {
   bool recents = false;
 };
 [[nodiscard]] bool permise(Condition condition, const EtatCommandes &etat);
+/// True for a condition that a temporary copy, which is only read, never meets.
+[[nodiscard]] bool exige_ecriture(Condition condition);
 
 }  // namespace varnion

@@ -5,6 +5,8 @@
 
 #include "app/noyau/actions_edition.hpp"
 #include "app/noyau/actions_projet.hpp"
+#include "app/noyau/routage.hpp"
+#include "app/qt/image_de_cote.hpp"
 #include "app/qt/modification_volume.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -129,6 +131,25 @@ bool libre(const std::string &chemin) {
   return false;
 }
 
+// The engine has one volume at a time: what is open stands aside while the new one is laid out.
+bool ecrit_image(TVarnion &fenetre, Fichier &fichier, const ReponseImage &reponse, int &erreur) {
+  const ImageDeCote ancienne;
+  ParametresImage parametres;
+  parametres.fichier = &fichier;
+  parametres.nom = reponse.label;
+  parametres.taille_mo = reponse.taille_mo;
+  parametres.tout_effacer = reponse.tout_effacer;
+  parametres.hfsplus = reponse.hfsplus;
+  bool faite = false;
+  fenetre.operations_fenetre().en_fond([&] {
+    errno = 0;
+    faite = creation_image(parametres) && fichier.fermer();
+    erreur = errno;
+  });
+  operations().afficher_etat({}, {});
+  return faite;
+}
+
 bool ecrit_en_attente() {
   support().echec_ecriture = 0;
   if (!ecriture_structures() || support().echec_ecriture != 0) return false;
@@ -144,37 +165,27 @@ void dit_non_ecrit() {
 
 }  // namespace
 
+// Everything is made beside the file of that name, which stays until the image is whole.
 void cree_image(TVarnion &fenetre) {
-  fenetre.ferme_document_courant();
   const auto chemin = demande_chemin(fenetre, kTitreNouvelle);
-  if (!chemin || !peut_ecraser(*chemin)) return;
-  if (plateforme::existe(*chemin) && (!libre(*chemin) || !plateforme::supprime(*chemin))) {
-    if (plateforme::existe(*chemin)) dit_non_creee(*chemin, errno);
-    return;
-  }
-  Fichier fichier = plateforme::ouvre(*chemin, Ouverture::creation_neuve);
+  if (!chemin || fenetre.est_ouvert_ici(*chemin) || !peut_ecraser(*chemin) || !libre(*chemin)) return;
+  std::string provisoire;
+  Fichier fichier = ouvre_provisoire(*chemin, provisoire);
   if (!fichier) return erreur_fichier(*chemin, errno);
   TNouvelleImage forme(&fenetre, *chemin);
   bool faite = false;
-  int erreur = 0;
   if (forme.exec() == QDialog::Accepted) {
-    ParametresImage parametres;
-    parametres.fichier = &fichier;
-    parametres.nom = forme.reponse().label;
-    parametres.taille_mo = forme.reponse().taille_mo;
-    parametres.tout_effacer = forme.reponse().tout_effacer;
-    parametres.hfsplus = forme.reponse().hfsplus;
-    fenetre.operations_fenetre().en_fond([&] {
-      errno = 0;
-      faite = creation_image(parametres) && fichier.fermer();
+    int erreur = 0;
+    faite = ecrit_image(fenetre, fichier, forme.reponse(), erreur);
+    if (faite && !plateforme::renomme(provisoire, *chemin)) {
       erreur = errno;
-    });
-    operations().afficher_etat({}, {});
+      faite = false;
+    }
     if (!faite && erreur != 0) dit_non_creee(*chemin, erreur);
   }
   fichier = {};
   if (!faite) {
-    static_cast<void>(plateforme::supprime(*chemin));
+    static_cast<void>(plateforme::supprime(provisoire));
     return;
   }
   if (fenetre.ouvre_chemin(*chemin)) retient_dossier(*chemin);
@@ -200,10 +211,7 @@ void enregistre_volume_sous(TVarnion &fenetre) {
   if (!support().lecture_seule && !ecrit_en_attente()) return dit_non_ecrit();
   const std::uint32_t dossier = fenetre.dossier_montre();
   if (!copie_vers(fenetre, *chemin)) return;
-  if (!fenetre.ouvre_chemin(*chemin)) {
-    static_cast<void>(fenetre.ouvre_chemin(ancien));
-    return;
-  }
+  if (!fenetre.remplace_document(kModePartition, *chemin)) return;
   fenetre.va_au_dossier(dossier);
   retient_dossier(*chemin);
 }

@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QFileDialog>
@@ -15,6 +16,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
+#include <QSessionManager>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QStyledItemDelegate>
@@ -47,6 +49,7 @@ constexpr int kMotifsProjets = 1354;  // the ending of older projects is among t
 constexpr int kArretCompilation = 2098;
 constexpr int kOuvrirDossier = 2056;
 constexpr int kIndiceOuvrirDossier = 2256;
+constexpr int kCopieSeulementLue = 7713;
 constexpr int kCoteOutils = 20;  // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
@@ -94,6 +97,11 @@ TVarnion::TVarnion(OperationsQt &operations, QWidget *parent) : QMainWindow(pare
   construit_menus();
   branche_panneaux();
   branche_depots();
+  connect(qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager &session) {
+    const bool questions = session.allowsInteraction();
+    if (!fin_de_session(questions)) session.cancel();
+    if (questions) session.release();
+  });
   restaure();
   pose_icones();
 }
@@ -349,7 +357,10 @@ void TVarnion::closeEvent(QCloseEvent *evenement) {
     evenement->ignore();
     return ferme_pendant_compilation(*this);
   }
-  ferme_document();
+  if (!ferme_document()) {
+    evenement->ignore();
+    return;
+  }
   retient();
   ecrire_options(mode_);
   evenement->accept();
@@ -374,16 +385,26 @@ void TVarnion::retraduit() {
     QAction *action = actions_.value(commande.nom);
     if (action == nullptr) continue;
     if (commande.indice == 0) continue;
-    const QString indice = chaine_qt(commande.indice);
-    const bool etat = indice.startsWith('.');
-    action->setStatusTip(etat ? indice.mid(1) : QString());
-    action->setToolTip(etat ? QString() : indice);
+    pose_indice(commande, *action);
   }
   rafraichit_textes();
   modele_liste_.retraduit();
   rafraichit_recents();
   rafraichit_etat();
   rafraichit_jauge();
+}
+
+// A command that a temporary copy keeps off says why.
+void TVarnion::pose_indice(const Commande &commande, QAction &action) const {
+  if (copie_dite_ && exige_ecriture(commande.condition)) {
+    action.setStatusTip(chaine_qt(kCopieSeulementLue));
+    action.setToolTip(chaine_qt(kCopieSeulementLue));
+    return;
+  }
+  const QString indice = chaine_qt(commande.indice);
+  const bool ligne = indice.startsWith('.');
+  action.setStatusTip(ligne ? indice.mid(1) : QString());
+  action.setToolTip(ligne ? QString() : indice);
 }
 
 void TVarnion::rafraichit_textes() {

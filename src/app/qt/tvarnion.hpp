@@ -15,6 +15,7 @@
 #include "app/qt/modele_arbre.hpp"
 #include "app/qt/modele_liste.hpp"
 #include "hfs/catalogue.hpp"
+#include "hfs/ouverture.hpp"
 
 class QAction;
 class QActionGroup;
@@ -94,10 +95,17 @@ class TVarnion final : public QMainWindow {
   void va_au_dossier(std::uint32_t id);
   /// Selects rows of the list, the first one in sight.
   void selectionne_elements(const std::vector<std::uint32_t> &ids);
-  /// Opens a document of the current mode, once the one before is closed; false after a message.
+  /// Opens a document of the current mode, once the one that is open may close. False when it does not open,
+  /// after a message, or when the user keeps the other: that one stays as it is.
   bool ouvre_chemin(const std::string &chemin);
-  void ferme_document_courant() { ferme_document(); }
+  /// The same in a mode, without the question about the document that it replaces.
+  bool remplace_document(int mode, const std::string &chemin);
+  /// True, after a message, for the file of the open document: it is none to write over.
+  [[nodiscard]] bool est_ouvert_ici(const std::string &chemin) const;
   bool enregistrer_sous();
+  /// The desktop session ends: asks what is asked when the window closes, where `questions` may be put. False
+  /// when the user wants to stay.
+  bool fin_de_session(bool questions);
   void note_recent(const std::string &chemin);
   /// A compile begins or ends: what it forbids is off meanwhile, its command reads "Abort Compilation".
   void compilation(bool en_cours);
@@ -128,6 +136,7 @@ class TVarnion final : public QMainWindow {
   void retient();
   void retraduit();
   void rafraichit_textes();
+  void pose_indice(const Commande &commande, QAction &action) const;
   void pose_icones();
   void nomme_affichage();
   void montre_popup(LieuCommandes lieu, QWidget *panneau, const QPoint &point);
@@ -147,15 +156,21 @@ class TVarnion final : public QMainWindow {
   // --- documents (tvarnion_documents.cpp)
   void nouveau();
   void ouvrir();
-  bool ouvre_volume(const std::string &chemin);
-  bool ouvre_projet(const std::string &chemin);
+  [[nodiscard]] bool remplace_volume(const std::string &chemin);
+  [[nodiscard]] OptionsOuverture questions_ouverture(const std::string &chemin);
+  [[nodiscard]] std::optional<FichierProjet> lit_projet(const std::string &chemin, ModeProjet mode);
   void enregistrer();
-  /// Closes the document of the current mode. An unnamed project that holds something is offered for saving
-  /// and goes when the user gives that up; without `demande_nom` it stays where it is.
-  void ferme_document(bool demande_nom = true);
-  void ferme_projet(bool demande_nom);
+  /// Asks about what would be lost if the document closed: an unnamed project that holds items, an image
+  /// whose file has gone. True when it may close: there was nothing to lose, it was saved, or the user
+  /// discards it. `autre`: path of the document that is to take its place.
+  [[nodiscard]] bool accorde_fermeture(const std::string &autre = {});
+  /// Closes the document of the current mode; false when the user keeps it.
+  bool ferme_document();
+  /// The same without a question. The file of an unnamed project goes, unless `garde`.
+  void ferme_projet(bool garde = false);
+  void ferme_volume();
   void cree_projet_defaut();
-  [[nodiscard]] bool reprend_projet(const std::string &chemin);
+  [[nodiscard]] bool reprise_voulue(const std::string &chemin);
   void retablit_fichier();
   void ouvre_recent(int rang);
 
@@ -182,8 +197,10 @@ class TVarnion final : public QMainWindow {
   bool depuis_liste_ = false;  ///< pane that a file command acts on
   bool hybridation_ = false;
   bool compilation_ = false;
+  bool copie_dite_ = false;    ///< the hints tell that the document is a temporary copy
   std::uint32_t dossier_ = 0;  ///< folder shown, 0 none
   std::unique_ptr<FichierProjet> projet_;
+  bool brouillon_ = false;  ///< the project is the one without a name that the program made
   std::unique_ptr<Document> document_;
 
   QHash<QString, QAction *> actions_;
@@ -206,5 +223,7 @@ class TVarnion final : public QMainWindow {
 void retient_dossier(const std::string &chemin);
 /// A question before a file that is there is written over; true where there is none.
 [[nodiscard]] bool peut_ecraser(const std::string &chemin);
+/// True when the open image is all that is left of its file, or of the one that it was expanded from.
+[[nodiscard]] bool image_perdue();
 
 }  // namespace varnion

@@ -35,6 +35,8 @@ constexpr int kDossierVide = 1017;
 constexpr int kModePart = 1113;
 constexpr int kModeIso = 1277;
 constexpr int kEndommage = 7015;
+constexpr int kCopieTemporaire = 7708;
+constexpr int kCopieSeulementLue = 7713;
 
 struct CouleursMode {
   QColor fond, barre;
@@ -206,9 +208,13 @@ void TVarnion::rafraichit_etat() {
   const bool vide = dossier_ != 0 && lignes == 0;
   panneaux_[2]->setText(lignes > 0 ? vers_qt(message(kDossiers, {dossiers})) : QString());
   panneaux_[3]->setText(lignes > 0 ? vers_qt(message(kFichiers, {lignes - dossiers})) : QString());
-  panneaux_[4]->setText(modele_liste_.endommage() ? chaine_qt(kEndommage)
-                        : vide                    ? chaine_qt(kDossierVide)
-                                                  : QString());
+  const bool copie = mode_ == kModePartition && partition_courante().image_temporaire;
+  QStringList dits;
+  if (copie) dits << chaine_qt(kCopieTemporaire);
+  if (modele_liste_.endommage() || vide)
+    dits << chaine_qt(modele_liste_.endommage() ? kEndommage : kDossierVide);
+  panneaux_[4]->setText(dits.join(QString(QChar(0x2002)) + QChar(0x2013) + QChar(0x2002)));
+  panneaux_[4]->setToolTip(copie ? chaine_qt(kCopieSeulementLue) : QString());
 }
 
 void TVarnion::rafraichit_jauge() {

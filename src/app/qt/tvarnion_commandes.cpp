@@ -31,6 +31,7 @@
 #include "app/qt/tvarnion.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "hfs/catalogue.hpp"
+#include "hfs/ouverture.hpp"
 #include "IO/etat.hpp"
 #include "IO/requete.hpp"
 #include "res/chaines.hpp"
@@ -44,6 +45,7 @@ constexpr int kAPropos = 2101;
 constexpr int kSansGestionnaire = 7014;
 constexpr int kVersion = 7016;
 constexpr int kDevise = 7017;
+constexpr int kSeulementLu = 7712;  // name of a document
 
 // The question before a copy mode; 0 for none.
 int question_copie(int mode) {
@@ -103,8 +105,8 @@ void TVarnion::execute(const Commande &commande) {
       static_cast<void>(enregistrer_sous());
       return;
     case Operation::fermer:
-      // An ISO+ project is closed by its command without a word about its name.
-      return ferme_document(mode_ != kModeIsop);
+      static_cast<void>(ferme_document());
+      return;
     case Operation::recent:
       return ouvre_recent(commande.valeur);
     case Operation::quitter:
@@ -119,14 +121,11 @@ void TVarnion::execute(const Commande &commande) {
     case Operation::explorateur:
       return ouvre_gestionnaire();
     case Operation::choisir_mode:
-      if (commande.valeur != mode_) {
-        ferme_document();
-        changer_mode(commande.valeur);
-      }
+      if (commande.valeur != mode_ && ferme_document()) changer_mode(commande.valeur);
       return rafraichit_coches();
     case Operation::mode_suivant:
-      ferme_document();
-      return changer_mode((mode_ + 1) % 3);
+      if (ferme_document()) changer_mode((mode_ + 1) % 3);
+      return;
     case Operation::choisir_vue:
       if (commande.valeur != vue_) change_vue(commande.valeur);
       return rafraichit_coches();
@@ -247,8 +246,9 @@ void TVarnion::execute_outil(const Commande &commande) {
 EtatCommandes TVarnion::etat_commandes() const {
   EtatCommandes etat;
   etat.document = document_ouvert();
-  etat.nomme = projet_ && !projet_->sans_nom();
+  etat.nomme = projet_ && !brouillon_;
   etat.lecture_seule = mode_ == kModePartition && support().lecture_seule;
+  etat.copie = mode_ == kModePartition && partition_courante().image_temporaire;
   etat.hybridation = hybridation_;
   const QModelIndex noeud = arbre_->currentIndex();
   etat.selection_arbre = noeud.isValid();
@@ -275,6 +275,12 @@ void TVarnion::rafraichit_commandes() {
     const bool garde = commande.condition == Condition::creation_menu && mode_ == kModePartition;
     if (garde && !etat.document && libre) continue;
     action->setEnabled(montree && libre && permise(commande.condition, etat));
+  }
+  if (etat.copie != copie_dite_) {
+    copie_dite_ = etat.copie;
+    for (const Commande &commande : commandes())
+      if (QAction *action = actions_.value(commande.nom); action != nullptr && commande.indice != 0)
+        pose_indice(commande, *action);
   }
   for (const char *menu : {"Fichiers", "Special1", "Options1"})
     menus_[menu]->menuAction()->setEnabled(!compilation_);
@@ -309,7 +315,9 @@ void TVarnion::rafraichit_titre() {
   const std::string chemin = chemin_document();
   const std::size_t barre = chemin.find_last_of("/\\");
   const QString nom = vers_qt(barre == std::string::npos ? chemin : chemin.substr(barre + 1));
-  setWindowTitle(nom.isEmpty() ? QString("Varnion") : nom + " [Varnion]");
+  if (nom.isEmpty()) return setWindowTitle("Varnion");
+  const bool copie = mode_ == kModePartition && partition_courante().image_temporaire;
+  setWindowTitle((copie ? vers_qt(message(kSeulementLu, {de_qt(nom)})) : nom) + " [Varnion]");
 }
 
 void TVarnion::rafraichit_recents() {

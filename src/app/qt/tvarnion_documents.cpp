@@ -11,10 +11,12 @@
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/reglages.hpp"
 #include "app/noyau/routage.hpp"
+#include "app/qt/image_de_cote.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/tchoixpartition.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tjournal.hpp"
+#include "app/qt/travaux.hpp"
 #include "app/qt/tregistre.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "hfs/ouverture.hpp"
@@ -31,8 +33,14 @@ namespace {
 constexpr int kEcraser = 1061;
 constexpr int kOuverture = 1471;
 constexpr int kSauverDecompressee = 1504;
-constexpr int kReprendre = 7140;
 constexpr int kReecrit = 7141;
+constexpr int kDejaPrise = 6065;  // image
+constexpr int kSansNom = 7702;    // items
+constexpr int kReprendre = 7703;  // items
+constexpr int kContinuer = 7704;
+constexpr int kFermerQuandMeme = 7024;
+constexpr int kOuvertIci = 7705;    // path
+constexpr int kImagePerdue = 7706;  // path
 constexpr std::size_t kCheminMessage = 50;
 constexpr int kAttenteDocument = 300;  // milliseconds until a document from outside is tried again
 
@@ -66,6 +74,13 @@ void retient_dossier(const std::string &chemin) {
 bool peut_ecraser(const std::string &chemin) {
   if (!plateforme::existe(chemin)) return true;
   return operations().demander_oui_non(message(kEcraser, {tronque_chemin(chemin, kCheminMessage)})) != 0;
+}
+
+bool image_perdue() {
+  const PartitionCourante &partition = partition_courante();
+  if (!support().image.ouvert()) return false;
+  return partition.image_temporaire ? !plateforme::existe(partition.chemin)
+                                    : fichier_orphelin(support().image);
 }
 
 ModeProjet TVarnion::mode_projet() const {
@@ -113,9 +128,7 @@ bool TVarnion::router_parametre(const std::string &chemin) {
     annonce_inconnu(chemin);
     return false;
   }
-  ferme_document();
-  if (*mode != mode_) changer_mode(*mode);
-  return ouvre_chemin(chemin);
+  return accorde_fermeture(chemin) && remplace_document(*mode, chemin);
 }
 
 void TVarnion::cree_projet_defaut() {
@@ -125,23 +138,24 @@ void TVarnion::cree_projet_defaut() {
   const QString nom = mode_ == kModeIsop ? "/vnso.vnso" : "/vnpr.vnpr";
   const auto chemin = chemin_argument((dossier + nom).toStdString());
   if (!chemin) return;
-  if (reprend_projet(*chemin)) return montre_document();
-  auto neuf = FichierProjet::cree(*chemin, mode_projet());
-  if (!neuf) return;
-  projet_ = std::make_unique<FichierProjet>(std::move(*neuf));
+  // What cannot be opened is left as it is: it may be opened another day.
+  auto projet = reprise_voulue(*chemin) ? lit_projet(*chemin, mode_projet())
+                                        : FichierProjet::cree(*chemin, mode_projet());
+  if (!projet) return;
+  projet_ = std::make_unique<FichierProjet>(std::move(*projet));
+  brouillon_ = true;
   montre_document();
 }
 
 // An unnamed project that holds items when the program starts was left by a run that did not end as it
 // should. True when the user goes on with it.
-bool TVarnion::reprend_projet(const std::string &chemin) {
+bool TVarnion::reprise_voulue(const std::string &chemin) {
   Fichier reste = plateforme::ouvre(chemin, Ouverture::lecture);
   const std::int64_t taille = reste ? fichier_taille(reste) : 0;
   const auto items = static_cast<std::uint64_t>(std::max<std::int64_t>(taille, 0)) / kTailleRubrique;
   if (items < 2 || test_magie(reste) != 1) return false;
   reste.fermer();
-  if (operations().demander_oui_non(message(kReprendre, {items - 1})) == 0) return false;
-  return ouvre_projet(chemin);
+  return operations_.demander_reprise(message(kReprendre, {items - 1}), kContinuer);
 }
 
 // What was open stays whole: a project whose file was deleted beside the program is written to its place
@@ -156,14 +170,14 @@ void TVarnion::retablit_fichier() {
 // --- commands
 
 void TVarnion::nouveau() {
-  ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
   const QString choisi = demandes.enregistrer(ids.creer, ids.filtre, depart_documents(), ids.extension);
   if (choisi.isEmpty()) return;
   const auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin || !peut_ecraser(*chemin)) return;
+  if (!chemin || !accorde_fermeture() || est_ouvert_ici(*chemin) || !peut_ecraser(*chemin)) return;
   auto neuf = FichierProjet::cree(*chemin, mode_projet());
   if (!neuf) return;
+  ferme_projet();
   projet_ = std::make_unique<FichierProjet>(std::move(*neuf));
   note_recent(*chemin);
   retient_dossier(*chemin);
@@ -171,7 +185,6 @@ void TVarnion::nouveau() {
 }
 
 void TVarnion::ouvrir() {
-  ferme_document();
   const DialoguesMode &ids = dialogues(mode_);
   const QString choisi = demandes.ouvrir(ids.ouvrir, ids.filtre, depart_documents());
   if (choisi.isEmpty()) return;
@@ -179,22 +192,47 @@ void TVarnion::ouvrir() {
   if (chemin && ouvre_chemin(*chemin)) retient_dossier(*chemin);
 }
 
-bool TVarnion::ouvre_chemin(const std::string &chemin) {
-  const bool ouvert = mode_ == kModePartition ? ouvre_volume(chemin) : ouvre_projet(chemin);
-  if (ouvert) {
-    note_recent(chemin_document());
-    montre_document();
-  } else {
-    vide_panneaux();
-  }
-  operations().afficher_etat({}, {});
-  return ouvert;
+bool TVarnion::est_ouvert_ici(const std::string &chemin) const {
+  if (!document_ouvert() || !plateforme::meme_fichier(chemin, chemin_document())) return false;
+  operations().afficher_erreur(message(kOuvertIci, {tronque_chemin(chemin, kCheminMessage)}));
+  return true;
 }
 
-bool TVarnion::ouvre_volume(const std::string &chemin) {
+bool TVarnion::ouvre_chemin(const std::string &chemin) {
+  return accorde_fermeture(chemin) && remplace_document(mode_, chemin);
+}
+
+// The document before closes when the new one stands: until then the panes go on showing it.
+bool TVarnion::remplace_document(int mode, const std::string &chemin) {
+  std::unique_ptr<FichierProjet> projet;
+  bool ouvert = false;
+  if (mode == kModePartition) {
+    ouvert = remplace_volume(chemin);
+  } else if (auto lu = lit_projet(chemin, mode == kModeIsop ? ModeProjet::isop : ModeProjet::hybride)) {
+    projet = std::make_unique<FichierProjet>(std::move(*lu));
+    ouvert = true;
+  }
+  operations().afficher_etat({}, {});
+  if (!ouvert) return false;
+  if (mode_ != kModePartition)
+    ferme_projet(projet_ && plateforme::meme_fichier(chemin, projet_->chemin()));
+  else if (mode != kModePartition)
+    ferme_volume();
+  if (mode != mode_) changer_mode(mode);
+  projet_ = std::move(projet);
+  if (projet_) projet_->dossier_courant(kRacine);
+  note_recent(chemin_document());
+  montre_document();
+  return true;
+}
+
+// What is asked while an image is opened.
+OptionsOuverture TVarnion::questions_ouverture(const std::string &chemin) {
   OptionsOuverture options;
   options.questions = true;
-  options.chemin_sauvegarde = [this]() -> std::optional<std::string> {
+  // The image that stands aside is none to write over, nor is the one that is read.
+  const std::string ouvert = chemin_document();
+  options.chemin_sauvegarde = [this, chemin, ouvert]() -> std::optional<std::string> {
     const DialoguesMode &ids = dialogues(kModePartition);
     QString choisi;
     operations_.sur_fil_principal([&] {
@@ -203,11 +241,20 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
       QApplication::restoreOverrideCursor();
     });
     if (choisi.isEmpty()) return std::nullopt;
-    return chemin_argument(choisi.toStdString());
+    auto cible = chemin_argument(choisi.toStdString());
+    if (!cible) return std::nullopt;
+    if (!plateforme::meme_fichier(*cible, chemin) && !plateforme::meme_fichier(*cible, ouvert)) return cible;
+    operations().afficher_erreur(message(kOuvertIci, {tronque_chemin(*cible, kCheminMessage)}));
+    return std::nullopt;
   };
   options.choix_partition = [this](const ListePartitions &volumes) {
     return choisit_partition(this, volumes);
   };
+  return options;
+}
+
+bool TVarnion::remplace_volume(const std::string &chemin) {
+  OptionsOuverture options = questions_ouverture(chemin);
   bool commence = false;
   std::uint64_t dernier = 0;
   options.progression = [&](std::uint64_t fait, std::uint64_t total) {
@@ -217,21 +264,30 @@ bool TVarnion::ouvre_volume(const std::string &chemin) {
     dernier = fait;
     return !operations().arret_demande();
   };
+  // The image that is open already bears the lock of its file.
+  const bool meme = support().image.ouvert() && plateforme::meme_fichier(chemin, partition_courante().chemin);
+  options.verrou = !meme;
+  ImageDeCote ancienne;
   EtatOuverture etat = EtatOuverture::sans_volume;
   operations_.en_fond([&] { etat = ouvrir_partition(chemin, options); });
   if (commence) operations().progression_fin();
-  hybridation_ = etat == EtatOuverture::montee && partition_courante().genre != kImageGpt;
-  return etat == EtatOuverture::montee;
+  if (etat != EtatOuverture::montee) return false;
+  ancienne.lache();
+  hybridation_ = partition_courante().genre != kImageGpt;
+  // A change of the copy would go with it, and never reach the image.
+  if (partition_courante().image_temporaire) support().lecture_seule = true;
+  if (meme && !fichier_verrouille(support().image)) {
+    support().lecture_seule = true;
+    operations().afficher_erreur(message(kDejaPrise, {tronque_chemin(chemin, kCheminMessage)}));
+  }
+  return true;
 }
 
-bool TVarnion::ouvre_projet(const std::string &chemin) {
+std::optional<FichierProjet> TVarnion::lit_projet(const std::string &chemin, ModeProjet mode) {
   operations().afficher_etat(message(kOuverture, {tronque_chemin(chemin, kCheminMessage)}), {});
-  std::optional<FichierProjet> ouvert;
-  operations_.en_fond([&] { ouvert = FichierProjet::ouvre(chemin, mode_projet()); });
-  if (!ouvert) return false;
-  projet_ = std::make_unique<FichierProjet>(std::move(*ouvert));
-  projet_->dossier_courant(kRacine);
-  return true;
+  std::optional<FichierProjet> lu;
+  operations_.en_fond([&] { lu = FichierProjet::ouvre(chemin, mode); });
+  return lu;
 }
 
 void TVarnion::reprend_projet() {
@@ -246,7 +302,7 @@ void TVarnion::reprend_projet() {
 }
 
 void TVarnion::enregistrer() {
-  if (!projet_ || projet_->sans_nom()) return;
+  if (!projet_ || brouillon_) return;
   const Attente attente;
   retablit_fichier();
   if (projet_->sauvegarde_entete() && !projet_->vide()) echec_ecriture_projet(projet_->chemin());
@@ -267,6 +323,7 @@ bool TVarnion::enregistrer_sous() {
     if (!plateforme::meme_fichier(*chemin, projet_->chemin()) && !peut_ecraser(*chemin)) chemin.reset();
   }
   if (!projet_->enregistre_sous(*chemin, false)) return false;
+  brouillon_ = false;
   note_recent(*chemin);
   retient_dossier(*chemin);
   rafraichit_titre();
@@ -274,8 +331,29 @@ bool TVarnion::enregistrer_sous() {
   return true;
 }
 
-void TVarnion::ferme_document(bool demande_nom) {
-  if (mode_ != kModePartition) return ferme_projet(demande_nom);
+bool TVarnion::accorde_fermeture(const std::string &autre) {
+  if (mode_ == kModePartition) {
+    if (!image_perdue()) return true;
+    const std::string image = tronque_chemin(partition_courante().chemin, kCheminMessage);
+    const SortTravail sort = operations_.demander_sort(message(kImagePerdue, {image}));
+    if (sort == SortTravail::enregistre) enregistre_volume_sous(*this);
+    return sort == SortTravail::abandonne || !image_perdue();
+  }
+  const std::uint64_t items = brouillon_ ? projet_->nb_rubriques() : 0;
+  // Its own file opens anew.
+  if (items == 0 || plateforme::meme_fichier(autre, projet_->chemin())) return true;
+  const SortTravail sort = operations_.demander_sort(message(kSansNom, {items}));
+  if (sort == SortTravail::enregistre) return enregistrer_sous();
+  return sort == SortTravail::abandonne;
+}
+
+bool TVarnion::ferme_document() {
+  if (!accorde_fermeture()) return false;
+  mode_ == kModePartition ? ferme_volume() : ferme_projet();
+  return true;
+}
+
+void TVarnion::ferme_volume() {
   vide_panneaux();
   fermer_partition();
   hybridation_ = false;
@@ -283,22 +361,36 @@ void TVarnion::ferme_document(bool demande_nom) {
   rafraichit_commandes();
 }
 
-void TVarnion::ferme_projet(bool demande_nom) {
+void TVarnion::ferme_projet(bool garde) {
   if (!projet_) return;
-  const bool plein = projet_->taille_octets() > kTailleRubrique;
-  if (projet_->sans_nom() && plein && demande_nom)
-    enregistrer_sous();
-  else if (plein)
-    retablit_fichier();
+  if (!brouillon_ && projet_->nb_rubriques() != 0) retablit_fichier();
   const std::string chemin = projet_->chemin();
-  const bool efface = projet_->sans_nom() && (demande_nom || !plein);
+  const bool efface = brouillon_ && !garde;
   vide_panneaux();
   if (!projet_->ferme()) echec_ecriture_projet(chemin);
   projet_.reset();
+  brouillon_ = false;
   if (efface) static_cast<void>(plateforme::supprime(chemin));
   rafraichit_titre();
   rafraichit_jauge();
   rafraichit_commandes();
+}
+
+// Where nothing may be asked an unnamed project stays on the disk: the next start offers it. What runs is
+// stopped by the end of the process, in an order that leaves nothing half done.
+bool TVarnion::fin_de_session(bool questions) {
+  if (questions && !operations_.occupe()) {
+    if (compilation_) {
+      if (operations().demander_oui_non(charger_chaine(kFermerQuandMeme)) == 0) return false;
+      termine_compilation(*this);
+    }
+    const bool jete = brouillon_ && projet_->nb_rubriques() != 0;
+    if (!accorde_fermeture()) return false;
+    if (jete && brouillon_) ferme_projet();
+  }
+  retient();
+  ecrire_options(mode_);
+  return true;
 }
 
 // --- recent documents
@@ -318,7 +410,6 @@ void TVarnion::ouvre_recent(int rang) {
   const auto &recents = reglages().recents[static_cast<std::size_t>(mode_)];
   if (rang < 0 || static_cast<std::size_t>(rang) >= recents.size()) return;
   const std::string chemin = recents[static_cast<std::size_t>(rang)];
-  ferme_document();
   static_cast<void>(ouvre_chemin(chemin));
 }
 
