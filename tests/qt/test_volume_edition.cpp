@@ -20,6 +20,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
 #include <QStatusBar>
@@ -180,11 +181,15 @@ TEST_F(Edition, MakesImagesOfBothFormats) {
     EXPECT_EQ(vers_qt(reglages().recents[1].front()), chemin);
     EXPECT_EQ(vers_qt(reglages().dossier_projet), bac_.path());
   }
-  // The one that is there goes for an answer alone; a Cancel leaves nothing.
+  // The one that is there goes for an answer alone, and once the new one stands; a Cancel leaves all as it
+  // was.
+  const QString ouverte = vers_qt(fenetre_->chemin_document());
   const QString chemin = bac_.filePath("neuf.hfs");
+  fenetre_->demandes.enregistrer = [chemin](int, int, const QString &, int) { return chemin; };
+  const QByteArray avant = octets(chemin);
   attend_message("TMessON", 1061, "MessNon");
   execute("Nouvelle1");
-  EXPECT_FALSE(fenetre_->document_ouvert());
+  EXPECT_EQ(vers_qt(fenetre_->chemin_document()), ouverte);
   fenetre_->demandes.enregistrer = [chemin](int titre, int filtre, const QString &, int extension) {
     EXPECT_EQ(titre, 1356);
     EXPECT_EQ(filtre, 1355);
@@ -209,8 +214,9 @@ TEST_F(Edition, MakesImagesOfBothFormats) {
   attend_message("TMessOK", 6021, "MessFermer");
   attend("TNouvelleImage", [](QDialog &forme) { clique(forme, "Annuler"); });
   execute("Nouvelle1");
-  EXPECT_FALSE(QFile::exists(chemin));
-  EXPECT_FALSE(fenetre_->document_ouvert());
+  EXPECT_EQ(octets(chemin), avant);
+  EXPECT_EQ(vers_qt(fenetre_->chemin_document()), ouverte);
+  EXPECT_TRUE(QDir(bac_.path()).entryList({"*.part*"}).isEmpty());
 }
 
 TEST_F(Edition, TakesATreeInAndGivesItBack) {
@@ -305,6 +311,12 @@ TEST_F(Edition, StopsADropAtEsc) {
   depose_volume(*fenetre_, sources.mid(entres), 2);
   EXPECT_EQ(noms().size(), kNombre);
   execute("SAll");
+  attend("TMessON", [](QDialog &forme) {
+    EXPECT_EQ(forme.findChild<QLabel *>("texte")->text(),
+              "Do you really want to delete the 1500 selected items?\nIn all, 1500 files and 0 folders are "
+              "deleted.");
+    clique(forme, "MessOui");
+  });
   execute("Supp1");
   EXPECT_EQ(noms().size(), 0);
 }
@@ -439,30 +451,51 @@ TEST_F(Edition, RenamesInPlaceAndByDialog) {
   }
 }
 
-TEST_F(Edition, DeletesAfterTheQuestion) {
+TEST_F(Edition, DeletesAfterOneQuestionWithCounts) {
   const QString source = arbre_pc();
+  // The text, and No as the button that Enter gives.
+  const auto attend_question = [this](const QString &texte, const char *bouton) {
+    attend("TMessON", [=](QDialog &forme) {
+      EXPECT_EQ(forme.findChild<QLabel *>("texte")->text(), texte);
+      EXPECT_TRUE(forme.findChild<QPushButton *>("MessNon")->isDefault());
+      EXPECT_TRUE(forme.findChild<QPushButton *>("MessNon")->hasFocus());
+      clique(forme, bouton);
+    });
+  };
+  const QString question = "Do you really want to delete ";
+  const QString dossier = question + "the folder\nDossier\nwith all that is in it: 2 files and 1 folders?";
   for (const bool plus : {false, true}) {
-    cree(plus ? "p.hfs" : "h.hfs", plus);
+    const QString image = cree(plus ? "p.hfs" : "h.hfs", plus);
     depose_volume(*fenetre_, {source + "/Dossier", source + "/seul.bin"}, 2);
+    const QByteArray avant = octets(image);
+    choisit({"seul.bin"});
+    attend_question(question.trimmed() + "\nseul.bin?", "MessNon");
+    fenetre_->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(fenetre_.get()));
+    QTest::keyClick(panneau("LV"), Qt::Key_Delete);
     choisit({"Dossier", "seul.bin"});
-    attend_message("TMessONT", 1163, "MessNon");
-    execute("Supp1");
+    attend_question(question + "the 2 selected items?\nIn all, 3 files and 2 folders are deleted.",
+                    "MessNon");
+    execute("DelPart");
+    EXPECT_EQ(noms(), QStringList({"Dossier", "seul.bin"}));
+    EXPECT_EQ(octets(image), avant);
+    choisit({"seul.bin"});
+    attend_question(question.trimmed() + "\nseul.bin?", "MessOui");
+    execute("SuppPart");
     EXPECT_EQ(noms(), QStringList({"Dossier"}));
     // From the tree, its parent is shown then.
     fenetre_->va_au_dossier(fenetre_->modele_liste().ligne(0).id);
-    attend("TMessONT", [](QDialog &forme) {
-      forme.findChild<QCheckBox *>("Toujours")->setChecked(true);
-      clique(forme, "MessOui");
-    });
+    attend_question(dossier, "MessOui");
     execute("TSuppPart");
     EXPECT_EQ(noms(), QStringList());
     EXPECT_EQ(fenetre_->dossier_montre(), 2U);
     EXPECT_EQ(panneau("TV")->model()->rowCount(panneau("TV")->model()->index(0, 0)), 0);
-    // Without a question where the setting says so.
-    depose_volume(*fenetre_, {source + "/Dossier"}, 2);
-    etat<OptionsProgramme>().options |= kOptionDossierPlein;
+    // Without a question where the preferences say so.
+    depose_volume(*fenetre_, {source + "/Dossier", source + "/seul.bin"}, 2);
+    etat<OptionsProgramme>().options |= 0x400;
+    execute("SAll");
     execute("Supp1");
-    etat<OptionsProgramme>().options &= ~kOptionDossierPlein;
+    etat<OptionsProgramme>().options &= ~0x400U;
     EXPECT_EQ(noms(), QStringList());
     if (plus) continue;
     execute("Fermer2");
@@ -679,13 +712,14 @@ TEST_F(Edition, ChoosesAmongVolumes) {
   EXPECT_TRUE(ouvre([](QDialog &forme) { clique(forme, "OK"); }));
   EXPECT_EQ(panneau("TV")->model()->index(0, 0).data().toString(), "P");
   EXPECT_EQ(noms(), QStringList());
-  // An empty selection stays; giving up opens nothing.
+  // An empty selection stays; giving up leaves the one that is open.
   attend("TChoixPartition", [](QDialog &forme) {
     forme.findChild<QListWidget *>("Volumes")->clearSelection();
     clique(forme, "OK");
   });
   EXPECT_FALSE(ouvre([](QDialog &forme) { clique(forme, "Annuler"); }));
-  EXPECT_FALSE(fenetre_->document_ouvert());
+  EXPECT_EQ(panneau("TV")->model()->index(0, 0).data().toString(), "P");
+  EXPECT_EQ(partition_courante().nom_volume, "P");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include <QApplication>
@@ -10,6 +9,7 @@
 #include <QThread>
 
 #include "app/noyau/actions_copie.hpp"
+#include "app/qt/modification_volume.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/tdestsel.hpp"
 #include "app/qt/texte_qt.hpp"
@@ -41,25 +41,6 @@ void a_la_fenetre(TVarnion &fenetre, F dialogue) {
   };
   if (QThread::currentThread() == fenetre.thread()) return montre();
   QMetaObject::invokeMethod(&fenetre, montre, Qt::BlockingQueuedConnection);
-}
-
-// Files in and below the elements; what the user stops gives no number.
-std::uint64_t compte_fichiers(const std::vector<ElementMac> &elements) {
-  std::uint64_t fichiers = 0;
-  std::vector<std::uint32_t> a_voir;
-  std::unordered_set<std::uint32_t> vus;  // a damaged tree may lead into itself
-  const auto compte = [&](const ElementMac &element) {
-    if (element.fichier()) ++fichiers;
-    if (element.dossier && vus.insert(element.id).second) a_voir.push_back(element.id);
-    return !operations().arret_demande();
-  };
-  for (const ElementMac &element : elements) compte(element);
-  while (!a_voir.empty() && !operations().arret_demande()) {
-    const std::uint32_t dossier = a_voir.back();
-    a_voir.pop_back();
-    static_cast<void>(liste_dossier(dossier, compte));
-  }
-  return operations().arret_demande() ? 0 : fichiers;
 }
 
 OptionsCopiePc options_copie(TVarnion &fenetre) {
@@ -97,8 +78,8 @@ void copie_vers_le_pc(TVarnion &fenetre) {
   CopieVersPc copie(options_copie(fenetre));
   fenetre.operations_fenetre().en_fond([&] {
     operations().afficher_etat(charger_chaine(kDecompte), {});
-    const std::uint64_t fichiers = compte_fichiers(elements);
-    operations().progression_debut(fichiers);
+    const auto comptes = compte_elements(elements);
+    operations().progression_debut(comptes ? comptes->fichiers : 0);
     for (const ElementMac &element : elements)
       if (!copie.copie_vers_pc(element, cible->dossier) && copie.bilan().arret) break;
     operations().progression_fin();

@@ -12,6 +12,7 @@
 #include "app/qt/tvarnion.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
+#include "IO/etat.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -26,6 +27,10 @@ constexpr int kTitreRenommer = 1497;
 constexpr int kAncienNom = 1498;
 constexpr int kNouveauNom = 1499;
 constexpr int kNomPris = 6022;
+constexpr int kSupprimer = 7709;                      // name
+constexpr int kSupprimerDossier = 7710;               // name, files and folders in it
+constexpr int kSupprimerPlusieurs = 7711;             // items, files and folders in all
+constexpr std::uint32_t kOptionSansQuestion = 0x400;  // word `Options`: "Delete without asking confirmation"
 
 bool meme_nom(const NomItem &a, const NomItem &b) {
   if (!volume_courant().est_hfsplus) return a.mac == b.mac;
@@ -87,14 +92,33 @@ std::optional<NomItem> demande_nouveau_nom(TVarnion &fenetre, const ElementMac &
   return nom;
 }
 
+std::string question_suppression(const std::vector<ElementMac> &elements, const ComptesElements &comptes) {
+  if (elements.size() > 1)
+    return message(kSupprimerPlusieurs, {elements.size(), comptes.fichiers, comptes.dossiers});
+  const std::string nom = de_qt(nom_montre(elements.front()));
+  const bool plein = comptes.fichiers + comptes.dossiers > 1;
+  if (!plein) return message(kSupprimer, {nom});
+  return message(kSupprimerDossier, {nom, comptes.fichiers, comptes.dossiers - 1});
+}
+
+// One question for all that is to go, unless the preferences want none.
+bool suppression_voulue(TVarnion &fenetre, const std::vector<ElementMac> &elements) {
+  if ((etat<OptionsProgramme>().options & kOptionSansQuestion) != 0) return true;
+  std::optional<ComptesElements> comptes;
+  fenetre.operations_fenetre().en_fond([&] { comptes = compte_elements(elements); });
+  return comptes && fenetre.operations_fenetre().demander_prudent(question_suppression(elements, *comptes));
+}
+
 }  // namespace
 
 void supprime_volume(TVarnion &fenetre) {
   if (!volume_modifiable(fenetre)) return;
   const std::vector<ElementMac> elements = fenetre.elements_choisis();
-  if (elements.empty()) return;
+  if (elements.empty() || !suppression_voulue(fenetre, elements)) return;
   std::size_t faits = 0;
   static_cast<void>(modifie_volume_en_fond(fenetre, [&] {
+    // The answer holds for all that lies below.
+    reponses_volume().reponse_dossier_plein = 2;
     pour_chaque(elements, [&](const ElementMac &element) {
       if (supprime_par_nom(nom_de(element), element.parent) != 0) ++faits;
       return true;

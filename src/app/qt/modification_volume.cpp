@@ -1,5 +1,7 @@
 #include "app/qt/modification_volume.hpp"
 
+#include <unordered_set>
+
 #include "app/noyau/actions_edition.hpp"
 #include "app/noyau/affichage.hpp"
 #include "app/qt/operations_qt.hpp"
@@ -21,6 +23,7 @@ namespace {
 constexpr int kArret = 1124;
 constexpr int kImmuable = 6965;
 constexpr int kOrpheline = 7060;
+constexpr int kCopieTemporaire = 7707;
 constexpr int kNomFaux = 7400;
 constexpr int kNonEcrit = 7402;
 constexpr std::size_t kCheminMessage = 200;
@@ -61,7 +64,8 @@ bool volume_modifiable(TVarnion &fenetre) {
   const bool perdue = fichier_orphelin(support().image);
   if (!perdue && !support().lecture_seule) return true;
   const std::string image = tronque_chemin(partition_courante().chemin, kCheminMessage);
-  operations().afficher_erreur(message(perdue ? kOrpheline : kImmuable, {image}));
+  const int raison = partition_courante().image_temporaire ? kCopieTemporaire : kImmuable;
+  operations().afficher_erreur(message(perdue ? kOrpheline : raison, {image}));
   return false;
 }
 
@@ -102,6 +106,25 @@ int longueur_nom_max() {
 
 QString nom_montre(const ElementMac &element) {
   return QString::fromStdString(montrable(element.nom_utf8()));
+}
+
+std::optional<ComptesElements> compte_elements(const std::vector<ElementMac> &elements) {
+  ComptesElements comptes;
+  std::vector<std::uint32_t> a_voir;
+  std::unordered_set<std::uint32_t> vus;  // a damaged tree may lead into itself
+  const auto compte = [&](const ElementMac &element) {
+    ++(element.dossier ? comptes.dossiers : comptes.fichiers);
+    if (element.dossier && vus.insert(element.id).second) a_voir.push_back(element.id);
+    return !operations().arret_demande();
+  };
+  for (const ElementMac &element : elements) compte(element);
+  while (!a_voir.empty() && !operations().arret_demande()) {
+    const std::uint32_t dossier = a_voir.back();
+    a_voir.pop_back();
+    static_cast<void>(liste_dossier(dossier, compte));
+  }
+  if (operations().arret_demande()) return std::nullopt;
+  return comptes;
 }
 
 std::vector<std::uint32_t> ids_montres(const TVarnion &fenetre) {

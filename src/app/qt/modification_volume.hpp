@@ -38,6 +38,12 @@ class TVarnion;
 /// The name as the panes show it.
 [[nodiscard]] QString nom_montre(const ElementMac &element);
 
+struct ComptesElements {
+  std::uint64_t fichiers = 0, dossiers = 0;
+};
+/// Files and folders in and below the elements, these included; nullopt when the user stopped the count.
+[[nodiscard]] std::optional<ComptesElements> compte_elements(const std::vector<ElementMac> &elements);
+
 /// Ids in the list.
 [[nodiscard]] std::vector<std::uint32_t> ids_montres(const TVarnion &fenetre);
 /// Reads the panes anew, the tree only when `arbre`, and selects rows of the list.
