@@ -119,7 +119,7 @@ TEST_F(Documents, AnUnnamedProjectIsKeptUntilTheUserDiscardsIt) {
   for (const auto &[nom, route] : routes) {
     SCOPED_TRACE(nom);
     prevoit("TMessEnr", [&](QDialog &forme) {
-      EXPECT_TRUE(forme.findChild<QLabel *>("texte")->text().contains("holds 1 items"));
+      EXPECT_TRUE(forme.findChild<QLabel *>("texte")->text().contains("Items in it: 1."));
       EXPECT_EQ(defaut(forme), "MessOui");
       forme.reject();
     });

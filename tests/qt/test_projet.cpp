@@ -481,7 +481,7 @@ TEST_F(ProjetFenetre, WhatACrashLeftIsOffered) {
     messages_.clear();
     ouvre_fenetre();
     ASSERT_EQ(messages_.size(), 1) << messages_.join('|').toStdString();
-    EXPECT_TRUE(messages_[0].startsWith("TMessRep:") && messages_[0].contains("holds 1 items"));
+    EXPECT_TRUE(messages_[0].startsWith("TMessRep:") && messages_[0].contains("Items in it: 1."));
     EXPECT_EQ(noms(), QStringList("perdu"));
     EXPECT_FALSE(action("Enregistrer1")->isEnabled());
     fenetre_.reset();

@@ -313,8 +313,7 @@ TEST_F(Edition, StopsADropAtEsc) {
   execute("SAll");
   attend("TMessON", [](QDialog &forme) {
     EXPECT_EQ(forme.findChild<QLabel *>("texte")->text(),
-              "Do you really want to delete the 1500 selected items?\nIn all, 1500 files and 0 folders are "
-              "deleted.");
+              "Do you really want to delete the 1500 selected items?\nIn all, files: 1500, folders: 0.");
     clique(forme, "MessOui");
   });
   execute("Supp1");
@@ -463,7 +462,7 @@ TEST_F(Edition, DeletesAfterOneQuestionWithCounts) {
     });
   };
   const QString question = "Do you really want to delete ";
-  const QString dossier = question + "the folder\nDossier\nwith all that is in it: 2 files and 1 folders?";
+  const QString dossier = question + "the folder\nDossier\nwith all that is in it?\nFiles: 2. Folders: 1.";
   for (const bool plus : {false, true}) {
     const QString image = cree(plus ? "p.hfs" : "h.hfs", plus);
     depose_volume(*fenetre_, {source + "/Dossier", source + "/seul.bin"}, 2);
@@ -474,8 +473,7 @@ TEST_F(Edition, DeletesAfterOneQuestionWithCounts) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(fenetre_.get()));
     QTest::keyClick(panneau("LV"), Qt::Key_Delete);
     choisit({"Dossier", "seul.bin"});
-    attend_question(question + "the 2 selected items?\nIn all, 3 files and 2 folders are deleted.",
-                    "MessNon");
+    attend_question(question + "the 2 selected items?\nIn all, files: 3, folders: 2.", "MessNon");
     execute("DelPart");
     EXPECT_EQ(noms(), QStringList({"Dossier", "seul.bin"}));
     EXPECT_EQ(octets(image), avant);
