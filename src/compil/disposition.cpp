@@ -1,6 +1,7 @@
 #include "compil/disposition.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "compil/descripteurs.hpp"
@@ -82,6 +83,12 @@ bool DispositionImage::marque(std::uint64_t debut, std::uint64_t nombre) {
   for (; fin - bloc >= 8 && bloc < fin; bloc += 8) octets_[bloc / 8] = 0xFF;
   for (; bloc < fin; ++bloc) octets_[bloc / 8] |= static_cast<std::uint8_t>(0x80U >> (bloc & 7));
   return true;
+}
+
+std::uint64_t DispositionImage::marques() const {
+  std::uint64_t nombre = 0;
+  for (const std::uint8_t octet : octets_) nombre += static_cast<std::uint64_t>(std::popcount(octet));
+  return nombre;
 }
 
 }  // namespace varnion

@@ -26,6 +26,8 @@ class DispositionImage {
   void prepare(std::size_t octets) { octets_.assign(octets, 0); }
   /// Marks a run; false when it lies beyond the bitmap.
   [[nodiscard]] bool marque(std::uint64_t debut, std::uint64_t nombre);
+  /// Bits that are set.
+  [[nodiscard]] std::uint64_t marques() const;
   [[nodiscard]] std::span<const std::uint8_t> octets() const { return octets_; }
 
  private:

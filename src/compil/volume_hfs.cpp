@@ -10,6 +10,7 @@
 #include "hfs/fiches.hpp"
 #include "hfs/pilote_memoire.hpp"
 #include "hfs/volume.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 #include "noms/ordre.hpp"
@@ -99,6 +100,7 @@ void VolumeHfs::ecrit_mdb(const ContexteCompilation &contexte) {
   mdb.drCrDate = maintenant;
   mdb.drLsMod = maintenant;
   mdb.drVolBkUp = maintenant + 2;
+  mdb.drAtrb = publie(Ecart::volume_demonte) ? kVolumeDemonte : 0;
   mdb.drVBMSt = 3;
   mdb.drAllocPtr = en16(blocs_arbres);
   mdb.drNmAlBlks = en16(blocs);
@@ -115,9 +117,9 @@ void VolumeHfs::ecrit_mdb(const ContexteCompilation &contexte) {
   mdb.drFndrInfo[6] = hasard;
   mdb.drFndrInfo[7] = __builtin_bswap32(hasard);
   mdb.drXTFlSize = plan_.extents * kTailleSecteur;
-  mdb.drXTClpSiz = mdb.drXTFlSize;
   mdb.drCTFlSize = plan_.catalogue * kTailleSecteur;
-  mdb.drCTClpSiz = mdb.drCTFlSize;
+  mdb.drXTClpSiz = mdb.drXTFlSize.operator unsigned();
+  mdb.drCTClpSiz = mdb.drCTFlSize.operator unsigned();
   mdb.drXTExtRec[0] = {0, en16(plan_.extents / unites_)};
   mdb.drCTExtRec[0] = {en16(plan_.extents / unites_), en16(plan_.catalogue / unites_)};
   ecrit_secteurs(&mdb, plan_.debut + 2, 1);
@@ -222,10 +224,10 @@ Catalogue VolumeHfs::cree_fichier(std::uint32_t parent, const FicheFichier &fich
   const std::uint32_t taille_bloc = unites_ * kTailleSecteur;
   fiche.filLgLen = static_cast<std::uint32_t>(fichier.data.longueur);
   fiche.filPyLen = fichier.data.blocs * taille_bloc;
-  fiche.filExtRec[0] = {en16(fichier.data.bloc), en16(fichier.data.blocs)};
+  fiche.filExtRec[0] = {en16(debut_fourche(fichier.data)), en16(fichier.data.blocs)};
   fiche.filRLgLen = static_cast<std::uint32_t>(fichier.rsrc.longueur);
   fiche.filRPyLen = fichier.rsrc.blocs * taille_bloc;
-  fiche.filRExtRec[0] = {en16(fichier.rsrc.bloc), en16(fichier.rsrc.blocs)};
+  fiche.filRExtRec[0] = {en16(debut_fourche(fichier.rsrc)), en16(fichier.rsrc.blocs)};
   const std::string nom = nom_hfs_de(rubrique, fichier.nom_large);
   if (!insere_compte([&] { return insere_hfs(cle_hfs(parent, nom), octets_de(fiche), parent); }))
     return Catalogue::plein;
@@ -254,29 +256,50 @@ bool VolumeHfs::fixe_valence_racine(std::uint32_t valence) {
   return fixe_valence_de(kIdParentRacine, label_, valence);
 }
 
+std::uint64_t VolumeHfs::fin_classique(Mdb &mdb, std::uint64_t fin_donnees) {
+  // One block more behind the data: the alternate header lies in it. Two blocks of the image stay outside the
+  // partition, so that the copy lies in the last block but one of it.
+  const std::uint64_t blocs = fin_donnees + unites_;
+  partition_ = blocs - 2 - plan_.debut;
+  mdb.drNmAlBlks = en16(quotient_haut<std::uint64_t>(partition_ - plan_.carte - 3, unites_));
+  mdb.drFreeBks = 0;
+  return blocs;
+}
+
+// Every block of the volume belongs to the trees or to a fork; the copy of the header and one sector more lie
+// behind the last of them (Inside Macintosh: Files, "Master Directory Blocks").
+std::uint64_t VolumeHfs::fin_publiee(Mdb &mdb, std::uint64_t fin_donnees, const DispositionImage &carte) {
+  const std::uint64_t structures = plan_.carte + 3;
+  const std::uint64_t nombre = quotient_haut<std::uint64_t>(fin_donnees - plan_.debut - structures, unites_);
+  partition_ = arrondi<std::uint64_t>(structures + nombre * unites_ + 2, kSecteurIso / kTailleSecteur);
+  mdb.drNmAlBlks = en16(nombre);
+  mdb.drFreeBks = en16(nombre - carte.marques());
+  return plan_.debut + partition_;
+}
+
 bool VolumeHfs::cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) {
   recopie_carte_noeuds();
-  // Up to a multiple of the allocation block, and one block more: the alternate header lies in it.
-  std::uint64_t blocs =
-      arrondi<std::uint64_t>(quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur), unites_);
-  const std::uint64_t premier_vide = blocs;
-  blocs += unites_;
-  // Two blocks of the image stay outside the partition, so that the copy lies in the last block but one of
-  // it.
-  const std::uint64_t partition = blocs - 2 - plan_.debut;
-  termine_secteur_zero(secteur, static_cast<std::uint32_t>(blocs - 2), static_cast<std::uint32_t>(partition));
-
   Mdb &mdb = *volume_courant().mdb;
-  mdb.drNmAlBlks = en16(quotient_haut<std::uint64_t>(partition - plan_.carte - 3, unites_));
+  const std::uint64_t fin_donnees =
+      arrondi<std::uint64_t>(quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur), unites_);
+  const std::uint64_t blocs =
+      publie(Ecart::entete_secours) ? fin_publiee(mdb, fin_donnees, carte) : fin_classique(mdb, fin_donnees);
+  if (publie(Ecart::table_clump)) {
+    const std::uint32_t quart = quart_volume(mdb.drNmAlBlks, mdb.drAlBlkSiz);
+    mdb.drXTClpSiz = std::min<std::uint32_t>(mdb.drXTFlSize, quart);
+    mdb.drCTClpSiz = std::min<std::uint32_t>(mdb.drCTFlSize, quart);
+  }
+  termine_secteur_zero(secteur, static_cast<std::uint32_t>(plan_.debut + partition_),
+                       static_cast<std::uint32_t>(partition_));
   mdb.drClpSiz = mdb.drAlBlkSiz.operator unsigned();
-  mdb.drFreeBks = 0;
   mdb.drAllocPtr = 1;
   ecrit_secteurs(&mdb, plan_.debut + 2, 1);
   ecrit_secteurs(carte.octets().data(), plan_.debut + 3, plan_.carte);
 
-  const std::vector<std::uint8_t> fin(std::size_t{unites_} * kTailleSecteur);
-  if (!sortie.positionne(premier_vide * kTailleSecteur) || !sortie.ecrit(fin)) return false;
-  if (!sortie.positionne(blocs * kTailleSecteur - 2048) || !sortie.ecrit(octets_de(mdb))) return false;
+  const std::vector<std::uint8_t> fin((blocs - fin_donnees) * kTailleSecteur);
+  if (!sortie.positionne(fin_donnees * kTailleSecteur) || !sortie.ecrit(fin)) return false;
+  if (!sortie.positionne((plan_.debut + partition_ - 2) * kTailleSecteur) || !sortie.ecrit(octets_de(mdb)))
+    return false;
   if (!sortie.positionne(blocs * kTailleSecteur) || !sortie.vide()) return false;
   const bool ecrit = fenetre_memoire().vide_fenetre(sortie.fichier());
   fenetre_memoire().ferme_fenetre();

@@ -4,6 +4,8 @@
 
 namespace varnion {
 
+struct Mdb;
+
 /// Classic HFS (Inside Macintosh: Files, chapter 2).
 class VolumeHfs final : public VolumeMac {
  public:
@@ -28,10 +30,15 @@ class VolumeHfs final : public VolumeMac {
   void ecrit_mdb(const ContexteCompilation &contexte);
   void ecrit_extents();
   void ecrit_catalogue(const ContexteCompilation &contexte);
+  // The end of the volume by either rule, into the header and `partition_`; the length of the image in
+  // sectors.
+  std::uint64_t fin_classique(Mdb &mdb, std::uint64_t fin_donnees);
+  std::uint64_t fin_publiee(Mdb &mdb, std::uint64_t fin_donnees, const DispositionImage &carte);
   [[nodiscard]] bool fixe_valence_de(std::uint32_t parent, const std::string &nom, std::uint32_t valence);
 
   PlanVolume plan_;
-  std::uint32_t unites_ = 4;  ///< 512-byte blocks of an allocation block
+  std::uint64_t partition_ = 0;  ///< length, 512-byte blocks, known at the end
+  std::uint32_t unites_ = 4;     ///< 512-byte blocks of an allocation block
   std::string label_;
 };
 

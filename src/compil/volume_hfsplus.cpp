@@ -11,6 +11,7 @@
 #include "hfs/fiches.hpp"
 #include "hfs/pilote_memoire.hpp"
 #include "hfs/volume.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -47,7 +48,7 @@ void pose_fourche_systeme(FourchePlus &fourche, std::uint32_t debut, std::uint32
 void pose_fourche(FourchePlus &cible, const Fourche &source) {
   cible.logicalSize = source.longueur;
   cible.totalBlocks = source.blocs;
-  cible.extents[0] = {source.bloc, source.blocs};
+  cible.extents[0] = {debut_fourche(source), source.blocs};
 }
 
 /// The project keeps local time. TN1150 ("HFS Plus Dates") wants UTC in every date but that of the volume's
@@ -56,6 +57,16 @@ std::uint32_t date_utc_mac(std::uint32_t date_projet) {
   if (date_projet == 0) return 0;  // no date
   const std::int64_t date = std::int64_t{date_projet} + plateforme::biais_fuseau();
   return static_cast<std::uint32_t>(std::clamp<std::int64_t>(date, 0, UINT32_MAX));
+}
+
+/// The other way: the creation date of the volume is local time.
+std::uint32_t date_locale(std::uint32_t date_utc) {
+  return static_cast<std::uint32_t>(std::int64_t{date_utc} - plateforme::biais_fuseau());
+}
+
+/// Clump size of a tree in its header node: bytes in TN1150, the number of nodes in the classic rule.
+std::uint32_t groupe_entete(const FicheEnteteArbre &fiche) {
+  return publie(Ecart::table_clump) ? fiche.totalNodes * kNoeud : fiche.totalNodes.operator unsigned();
 }
 
 }  // namespace
@@ -116,7 +127,7 @@ void VolumeHfsPlus::ecrit_entete(const ContexteCompilation &contexte, const Ente
   e.version = 4;
   e.attributes = 0x100;  // unmounted
   e.lastMountedVersion = kEstampille;
-  e.createDate = maintenant;
+  e.createDate = publie(Ecart::dates_hfsplus) ? date_locale(maintenant) : maintenant;
   e.modifyDate = maintenant;
   e.checkedDate = maintenant;
   e.blockSize = kSecteurIso;
@@ -157,8 +168,7 @@ void VolumeHfsPlus::ecrit_extents() {
   fiche.maxKeyLength = 10;
   fiche.totalNodes = plan_.extents * kTailleSecteur / kNoeud;
   fiche.freeNodes = fiche.totalNodes - 1;
-  // The clump size is the node count here, where TN1150 has bytes.
-  fiche.clumpSize = fiche.totalNodes.operator unsigned();
+  fiche.clumpSize = groupe_entete(fiche);
   fiche.attributes = 2;  // big keys
   ecrit_noeud(noeud_entete(fiche, 0x80), plan_.debut + plan_.tete + plan_.carte);
 }
@@ -174,7 +184,7 @@ void VolumeHfsPlus::ecrit_catalogue(const ContexteCompilation &contexte) {
   fiche.maxKeyLength = 0x204;
   fiche.totalNodes = plan_.catalogue * kTailleSecteur / kNoeud;
   fiche.freeNodes = fiche.totalNodes - 2;
-  fiche.clumpSize = fiche.totalNodes.operator unsigned();
+  fiche.clumpSize = groupe_entete(fiche);
   fiche.keyCompareType = kCompareSansCasse;
   fiche.attributes = 6;  // big keys, variable index keys
   const std::uint64_t debut = plan_.debut + plan_.tete + plan_.carte + plan_.extents;
@@ -286,20 +296,36 @@ bool VolumeHfsPlus::fixe_valence_racine(std::uint32_t valence) {
   return fixe_valence_de(kIdParentRacine, label_, valence);
 }
 
+// Every block belongs to a structure or a fork, but for the last: the alternate header and the sector behind
+// it lie in it (TN1150, "Volume Header"). The classic rule leaves a block free ahead of it and does not count
+// the rest.
+std::uint64_t VolumeHfsPlus::fin_volume(EnteteVolumePlus &vhb, std::uint64_t fin_donnees,
+                                        DispositionImage &carte) const {
+  const bool publiee = publie(Ecart::entete_secours);
+  const std::uint64_t donnees = arrondi<std::uint64_t>(fin_donnees - plan_.debut, kUnites);
+  const std::uint64_t blocs =
+      publiee ? plan_.debut + donnees + kUnites : fin_donnees + 8 - fin_donnees % kUnites;
+  const std::uint64_t total = (blocs - plan_.debut) / kUnites;
+  if (!carte.marque(total - 1, 1)) return 0;
+  vhb.totalBlocks = static_cast<std::uint32_t>(total);
+  vhb.freeBlocks = publiee ? static_cast<std::uint32_t>(total - carte.marques()) : 1;
+  vhb.nextAllocation = 1;
+  return blocs;
+}
+
 bool VolumeHfsPlus::cloture(SortieImage &sortie, SecteurZero &secteur, DispositionImage &carte) {
   recopie_carte_noeuds();
-  // Two allocation blocks more: one is left free, the alternate header lies in the last.
-  std::uint64_t blocs = quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur);
-  const std::uint64_t fin_donnees = blocs;
-  blocs += 8 - blocs % 4;
-  const std::uint64_t partition = blocs - plan_.debut;
-  termine_secteur_zero(secteur, static_cast<std::uint32_t>(blocs), static_cast<std::uint32_t>(partition));
-
   EnteteVolumePlus &vhb = *volume_courant().vhb;
-  vhb.totalBlocks = static_cast<std::uint32_t>(partition / kUnites);
-  vhb.freeBlocks = 1;
-  vhb.nextAllocation = 1;
-  if (!carte.marque(partition / kUnites - 1, 1)) return false;
+  const std::uint64_t fin_donnees = quotient_haut<std::uint64_t>(sortie.fin(), kTailleSecteur);
+  const std::uint64_t blocs = fin_volume(vhb, fin_donnees, carte);
+  if (blocs == 0) return false;
+  termine_secteur_zero(secteur, static_cast<std::uint32_t>(blocs),
+                       static_cast<std::uint32_t>(blocs - plan_.debut));
+  if (publie(Ecart::table_clump)) {
+    const std::uint32_t quart = quart_volume(vhb.totalBlocks, vhb.blockSize);
+    for (FourchePlus *fourche : {&vhb.allocationFile, &vhb.extentsFile, &vhb.catalogFile})
+      fourche->clumpSize = std::min<std::uint32_t>(fourche->clumpSize, quart);
+  }
   ecrit_secteurs(&vhb, plan_.debut + 2, 1);
   ecrit_secteurs(carte.octets().data(), plan_.debut + plan_.tete, plan_.carte);
 

@@ -5,6 +5,8 @@
 
 namespace varnion {
 
+struct EnteteVolumePlus;
+
 /// HFS+ (TN1150) with allocation blocks of 2048 bytes, so that a block is a sector of the disc, and nodes of
 /// 4096.
 class VolumeHfsPlus final : public VolumeMac {
@@ -33,6 +35,10 @@ class VolumeHfsPlus final : public VolumeMac {
   /// First catalog id of the disc's items.
   [[nodiscard]] std::uint32_t premier_cnid(const ContexteCompilation &contexte,
                                            const EnteteProjet &entete) const;
+  /// Total and free blocks by either rule; the length of the image in sectors, 0 where the bitmap is too
+  /// small.
+  [[nodiscard]] std::uint64_t fin_volume(EnteteVolumePlus &vhb, std::uint64_t fin_donnees,
+                                         DispositionImage &carte) const;
   [[nodiscard]] bool fixe_valence_de(std::uint32_t parent, const NomUnicode &nom, std::uint32_t valence);
   [[nodiscard]] Catalogue insere_avec_fil(std::uint32_t parent, const NomUnicode &nom, std::uint32_t cnid,
                                           std::span<const std::uint8_t> fiche, int type_fil);

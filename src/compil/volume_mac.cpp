@@ -5,6 +5,7 @@
 #include "compil/volume_hfs.hpp"
 #include "compil/volume_hfsplus.hpp"
 #include "hfs/fiches.hpp"
+#include "IO/ecarts.hpp"
 
 namespace varnion {
 
@@ -25,6 +26,15 @@ void place_noeud(ContexteCompilation &contexte, std::uint32_t taille_fiche, std:
     contexte.octets_noeud += taille_fiche;
     ++contexte.cles_noeud;
   }
+}
+
+std::uint32_t debut_fourche(const Fourche &fourche) {
+  return fourche.blocs == 0 && publie(Ecart::fourche_vide) ? 0 : fourche.bloc;
+}
+
+std::uint32_t quart_volume(std::uint64_t blocs, std::uint32_t taille_bloc) {
+  const std::uint64_t quart = std::max<std::uint64_t>(blocs / 4, 1) * taille_bloc;
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(quart, UINT32_MAX / taille_bloc * taille_bloc));
 }
 
 void pose_info_dossier(InfoDossier &info, bool cache, bool icone) {

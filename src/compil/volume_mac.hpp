@@ -75,6 +75,15 @@ class VolumeMac {
 /// Counts one record into the running estimate of the catalog's leaf nodes.
 void place_noeud(ContexteCompilation &contexte, std::uint32_t taille_fiche, std::uint32_t taille_noeud);
 
+/// Start of the one extent of a fork; that of an empty fork is zero where extents follow the publication.
+[[nodiscard]] std::uint32_t debut_fourche(const Fourche &fourche);
+
+/// A quarter of a volume in whole blocks, bytes: the most that checkers take for the clump size of a tree.
+[[nodiscard]] std::uint32_t quart_volume(std::uint64_t blocs, std::uint32_t taille_bloc);
+
+/// Bit of the volume attributes, in both formats: the volume was unmounted properly.
+constexpr std::uint16_t kVolumeDemonte = 0x0100;
+
 /// Window, location and view of a new folder, and the flags by what the item asks for.
 struct InfoDossier;
 void pose_info_dossier(InfoDossier &info, bool cache, bool icone);
