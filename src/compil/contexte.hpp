@@ -113,6 +113,7 @@ struct BesoinsVolume {
   BesoinsIso iso;                       ///< what the directories of the attempt before took
   std::uint64_t blocs_donnees = 0;      ///< allocation blocks of all forks, upper bound
   std::uint64_t catalogue_minimum = 0;  ///< 512-byte blocks, 0 when the estimate has not failed
+  std::uint64_t secteurs_iso_seul = 0;  ///< at least, for data that the ISO side alone reads
   std::uint64_t blocs_en_plus = 0;      ///< for sources that grew since they were added
 };
 

@@ -9,6 +9,7 @@
 #include "compil/noms_disque.hpp"
 #include "compil/repertoires.hpp"
 #include "compil/volume_hfsplus.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/iso.hpp"
@@ -55,6 +56,7 @@ struct Attente {
   std::size_t profondeur;
   std::string chemin;
   bool iso;  ///< reached from the root of the ISO side
+  bool mac;  ///< reached from the root of the volume
 };
 
 class Mesure {
@@ -71,7 +73,7 @@ class Mesure {
   void mesure_iso(const RubriqueProjet &r);
   void mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact);
   void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
-  void mesure_longueurs(const RubriqueProjet &r);
+  void mesure_longueurs(const RubriqueProjet &r, bool mac);
   void verifie_fourches(const RubriqueProjet &r);
   void note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
                   const std::string &b);
@@ -88,7 +90,7 @@ class Mesure {
   std::size_t trop_grandes_ = 0;  // files with a fork that classic HFS cannot hold
   std::size_t repertoires_ = 1;   // on the ISO side, with the root
   std::unordered_set<std::uint32_t> vus_{kRacine};
-  std::vector<Attente> pile_{{kRacine, 0, "/", true}};  // the next folder last
+  std::vector<Attente> pile_{{kRacine, 0, "/", true, true}};  // the next folder last
 };
 
 void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
@@ -124,15 +126,19 @@ void Mesure::verifie_fourches(const RubriqueProjet &r) {
       kFourcheTropGrande, {tronque_chemin(chemin_source(r), kLongueurMessage), longueur, kFourcheHfsMax}));
 }
 
-void Mesure::mesure_longueurs(const RubriqueProjet &r) {
+void Mesure::mesure_longueurs(const RubriqueProjet &r, bool mac) {
   const auto ajoute = [&](std::uint32_t longueur) {
     if (longueur != 0) dim_.longueurs.push_back(longueur);
   };
   const bool iso = ctx_.a_iso() && r.dans_iso();
-  if (iso) ajoute(r.lg_source);
-  if (!ctx_.a_volume() || !r.dans_hfs()) return;
-  // Plain and NTFS items share the ISO copy of their data; AppleDouble ones take its room once more.
-  if (!iso || r.codage() == Codage::apple || r.est_code_mac()) ajoute(r.lg_data);
+  const bool partage = mac && copie_partagee(r);
+  const bool devant = iso && !partage && iso_seul_devant(ctx_);
+  if (devant)
+    dim_.secteurs_iso_seul += quotient_haut<std::uint64_t>(r.lg_source, kSecteurIso);
+  else if (iso)
+    ajoute(r.lg_source);
+  if (!mac) return;
+  if (!iso || !partage || reserve_double(r)) ajoute(r.lg_data);
   if (r.codage() != Codage::aucun) ajoute(r.lg_rsrc);
 }
 
@@ -180,7 +186,7 @@ std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
       sous_dossiers.push_back(*r);
     } else {
       verifie_fourches(*r);
-      mesure_longueurs(*r);
+      mesure_longueurs(*r, ctx_.a_volume() && ici.mac && r->dans_hfs());
     }
   }
   ++ctx_.secteurs_iso;
@@ -203,7 +209,8 @@ bool Mesure::empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_
     const std::string chemin = ici.chemin + nom_dans_vue(*r, kVueRacine, false) + "/";
     const bool iso = ici.iso && r->dans_iso();
     if (iso) ++repertoires_;
-    pile_.push_back({r->numero, ici.profondeur + 1, tronque_chemin(chemin, kLongueurMessage), iso});
+    pile_.push_back({r->numero, ici.profondeur + 1, tronque_chemin(chemin, kLongueurMessage), iso,
+                     ici.mac && r->dans_hfs()});
   }
   return true;
 }
@@ -232,6 +239,18 @@ std::uint64_t Dimensions::blocs(std::uint32_t taille_bloc) const {
   std::uint64_t total = 0;
   for (const std::uint32_t longueur : longueurs) total += quotient_haut(longueur, taille_bloc);
   return total;
+}
+
+bool iso_seul_devant(const ContexteCompilation &contexte) {
+  return contexte.a_iso() && contexte.a_volume() && publie(Ecart::blocs_comptes);
+}
+
+bool copie_partagee(const RubriqueProjet &r) {
+  return !r.est_code_mac() && !(r.codage() == Codage::apple && r.est_applesingle());
+}
+
+bool reserve_double(const RubriqueProjet &r) {
+  return r.codage() == Codage::apple && !r.est_applesingle() && !publie(Ecart::blocs_comptes);
 }
 
 bool dimensionne(ContexteCompilation &contexte, const IndexEnfants &index, const VolumeMac *volume,

@@ -92,6 +92,7 @@ bool Execution::trace(const char *utf8) {
 
 bool Execution::choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoins) {
   const ContexteCompilation mesure = ctx_;
+  secteurs_iso_seul_ = std::max(dimensions.secteurs_iso_seul, besoins.secteurs_iso_seul);
   const std::uint32_t demandee = ctx_.taille_bloc;
   for (;;) {
     if (ctx_.a_iso()) iso_ = planifie_iso(ctx_, dimensions.iso);
@@ -99,7 +100,8 @@ bool Execution::choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoin
     besoins.blocs_donnees = dimensions.blocs(ctx_.taille_bloc) + besoins.blocs_en_plus;
     const std::uint64_t secteurs =
         ctx_.a_iso() ? iso_.taille_volume : ctx_.secteurs * ctx_.secteurs_par_bloc();
-    const std::uint64_t debut = ctx_.a_iso() ? iso_.fin_catalogue * 4 : kDebutVolumePur;
+    const std::uint64_t devant = arrondi<std::uint64_t>(secteurs_iso_seul_, ctx_.secteurs_par_bloc());
+    const std::uint64_t debut = ctx_.a_iso() ? (iso_.fin_catalogue + devant) * 4 : kDebutVolumePur;
     plan_volume_ = volume_->plan(ctx_, secteurs, debut, besoins);
     if (volume_->tient(plan_volume_, besoins.blocs_donnees)) break;
     const std::uint32_t suivante = ctx_.taille_bloc + kSecteurIso;
@@ -112,7 +114,7 @@ bool Execution::choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoin
                          message(kTailleBlocRelevee, {demandee, ctx_.taille_bloc}));
   const std::uint64_t metadonnees = volume_ == nullptr ? 0 : plan_volume_.taille_structures() / 4;
   iso_.taille_volume += metadonnees;
-  debut_donnees_ = (ctx_.a_iso() ? iso_.fin_catalogue : kDebutVolumePur / 4) + metadonnees;
+  debut_donnees_ = volume_ == nullptr ? iso_.fin_catalogue : plan_volume_.debut / 4 + metadonnees;
   return true;
 }
 
@@ -238,7 +240,9 @@ int Execution::lance(BesoinsVolume &besoins) {
   const Niveau pere = racine;
   if (!creation_volume(kRacine, pere, racine) ||
       (volume_ != nullptr && !volume_->fixe_valence_racine(racine.valence) && !echec_volume())) {
-    if (code_ == kCompilReprise && blocs_manquants_ != 0) {
+    if (code_ == kCompilReprise && fin_iso_seul_ > secteurs_iso_seul_) {
+      besoins.secteurs_iso_seul = fin_iso_seul_ + 1024;
+    } else if (code_ == kCompilReprise && blocs_manquants_ != 0) {
       besoins.blocs_en_plus += std::max<std::uint64_t>(blocs_manquants_, 1024);
     } else if (code_ == kCompilReprise) {
       besoins.catalogue_minimum = 2 * std::uint64_t{plan_volume_.catalogue};

@@ -119,7 +119,10 @@ class Execution {
 
   // inclusion.cpp: the data of one file
   bool inclusion_fichier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts);
-  bool inclusion_iso(const Source &source, RepertoiresOuverts &ouverts, Fourche &copie);
+  bool inclusion_iso(const Source &source, bool partage, RepertoiresOuverts &ouverts, Fourche &copie);
+  bool copie_iso_seul(const Source &source);
+  bool copie_donnees(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
+                     const Source &source, std::uint64_t cible);
   bool inclusion_mac(Source &source, const Fourche *copie, Niveau &ici, RepertoiresOuverts &ouverts);
   bool copie_fourche(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
                      const Source &source, Fourche &fourche);
@@ -153,7 +156,9 @@ class Execution {
   DispositionImage carte_;
   ArbreRepertoires arbre_iso_, arbre_joliet_;
   std::uint32_t racine_iso_taille_ = 0, racine_joliet_taille_ = 0;
-  std::uint64_t debut_donnees_ = 0;  ///< sector of `bloc_courant` 0
+  std::uint64_t debut_donnees_ = 0;      ///< sector of `bloc_courant` 0
+  std::uint64_t secteurs_iso_seul_ = 0;  ///< room ahead of the volume for what the ISO side alone reads
+  std::uint64_t fin_iso_seul_ = 0;       ///< sectors of it that are taken
   std::uint64_t bloc_courant_ = 0;
   std::uint64_t blocs_manquants_ = 0;  ///< run of blocks that found no bit in the map
   int code_ = kCompilReussie;

@@ -106,26 +106,40 @@ bool Execution::reserve_blocs(std::uint64_t longueur) {
   return true;
 }
 
+bool Execution::copie_donnees(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
+                              const Source &source, std::uint64_t cible) {
+  if (!sortie_.positionne(cible)) return echoue(kCompilEchec);
+  const std::int64_t copie =
+      fichier.ouvert() ? copie_vers_image(fichier, position, longueur, source.chemin) : 0;
+  if (copie < 0) return echoue(kCompilEchec);
+  if (static_cast<std::uint64_t>(copie) < longueur) remarque(kSourceChangee, source.chemin);
+  return true;
+}
+
+bool Execution::copie_iso_seul(const Source &source) {
+  if (source.taille == 0) return true;
+  const std::uint64_t debut = fin_iso_seul_;
+  fin_iso_seul_ += quotient_haut<std::uint64_t>(source.taille, kSecteurIso);
+  if (fin_iso_seul_ > secteurs_iso_seul_) return echoue(kCompilReprise);
+  return copie_donnees(source.fichier, 0, source.taille, source, (iso_.fin_catalogue + debut) * kSecteurIso);
+}
+
 bool Execution::copie_fourche(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
                               const Source &source, Fourche &fourche) {
   fourche.bloc = static_cast<std::uint32_t>(plan_volume_.bloc_base + bloc_courant_);
   fourche.blocs = static_cast<std::uint32_t>(quotient_haut<std::uint64_t>(longueur, ctx_.taille_bloc));
   fourche.longueur = longueur;
   if (longueur == 0) return true;
-  if (!sortie_.positionne(debut_donnees_ * kSecteurIso + bloc_courant_ * ctx_.taille_bloc))
-    return echoue(kCompilEchec);
-  if (fichier.ouvert()) {
-    const std::int64_t copie = copie_vers_image(fichier, position, longueur, source.chemin);
-    if (copie < 0) return echoue(kCompilEchec);
-    if (static_cast<std::uint64_t>(copie) < longueur) remarque(kSourceChangee, source.chemin);
-  } else {
-    remarque(kSourceChangee, source.chemin);
-  }
+  const std::uint64_t cible = debut_donnees_ * kSecteurIso + bloc_courant_ * ctx_.taille_bloc;
+  if (!copie_donnees(fichier, position, longueur, source, cible)) return false;
   return reserve_blocs(longueur);
 }
 
-bool Execution::inclusion_iso(const Source &source, RepertoiresOuverts &ouverts, Fourche &copie) {
-  const std::uint64_t secteur = debut_donnees_ + bloc_courant_ * ctx_.secteurs_par_bloc();
+bool Execution::inclusion_iso(const Source &source, bool partage, RepertoiresOuverts &ouverts,
+                              Fourche &copie) {
+  const bool devant = !partage && iso_seul_devant(ctx_);
+  const std::uint64_t secteur =
+      devant ? iso_.fin_catalogue + fin_iso_seul_ : debut_donnees_ + bloc_courant_ * ctx_.secteurs_par_bloc();
   FicheRepertoire fiche;
   fiche.extent = source.taille == 0 ? 0 : static_cast<std::uint32_t>(secteur);
   fiche.taille = static_cast<std::uint32_t>(source.taille);
@@ -139,7 +153,7 @@ bool Execution::inclusion_iso(const Source &source, RepertoiresOuverts &ouverts,
   };
   ouverts.iso->ajoute(fiche, octets(nom_iso));
   ouverts.joliet->ajoute(fiche, octets(nom_joliet));
-  return copie_fourche(source.fichier, 0, source.taille, source, copie);
+  return devant ? copie_iso_seul(source) : copie_fourche(source.fichier, 0, source.taille, source, copie);
 }
 
 bool Execution::ressource_double(const Source &source, Fourche &rsrc) {
@@ -192,8 +206,7 @@ bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
   fiche.nom_large = source.donnees.nom_large;
   fiche.drapeaux = r.cache_hfs() != 0 ? kFinderInvisible : 0;
   const Route chemin = route(r);
-  const bool partage = copie != nullptr && chemin != Route::applesingle && chemin != Route::macbinaire;
-  if (partage) {
+  if (copie != nullptr) {
     fiche.data = *copie;
     fiche.data.longueur = std::min<std::uint64_t>(r.lg_data, copie->longueur);
   } else if (chemin != Route::applesingle && chemin != Route::macbinaire) {
@@ -215,9 +228,8 @@ bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
     }
     case Route::appledouble:
       if (r.icone_perso()) fiche.drapeaux |= kFinderIcone;
-      // The room of a shared data fork is taken once more, with nothing written to it. Kept: the places of
-      // all data behind it follow from this.
-      fait = (!partage || reserve_blocs(r.lg_data)) && ressource_double(source, fiche.rsrc);
+      fait = (copie == nullptr || !reserve_double(r) || reserve_blocs(r.lg_data)) &&
+             ressource_double(source, fiche.rsrc);
       break;
     case Route::applesingle:
       if (r.icone_perso()) fiche.drapeaux |= kFinderIcone;
@@ -257,8 +269,9 @@ bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, Repertoi
   }
   if (ctx_.nature == Nature::iso_apple) return inclusion_apple(source, ouverts);
   Fourche copie;
-  if (iso && !inclusion_iso(source, ouverts, copie)) return false;
-  return !mac || inclusion_mac(source, iso ? &copie : nullptr, ici, ouverts);
+  const bool partage = iso && mac && copie_partagee(r);
+  if (iso && !inclusion_iso(source, partage, ouverts, copie)) return false;
+  return !mac || inclusion_mac(source, partage ? &copie : nullptr, ici, ouverts);
 }
 
 }  // namespace varnion
