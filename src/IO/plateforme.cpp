@@ -342,6 +342,13 @@ bool meme_fichier(std::string_view a, std::string_view b) {
          fiche_a.st_ino == fiche_b.st_ino;
 }
 
+bool est_le_fichier(std::string_view chemin, const Fichier &fichier) {
+  struct stat fiche_a {};
+  struct stat fiche_b {};
+  return fiche_de(chemin, fiche_a) && ::fstat(fichier.descripteur(), &fiche_b) == 0 &&
+         fiche_a.st_dev == fiche_b.st_dev && fiche_a.st_ino == fiche_b.st_ino;
+}
+
 Fichier ouvre_flux(std::string_view chemin, std::string_view nom) {
   const auto resolu = resout_existant(chemin);
   if (!resolu || !texte_univoque(nom)) return {};

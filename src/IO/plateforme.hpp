@@ -106,6 +106,8 @@ struct DonneesRecherche {
 [[nodiscard]] bool accepte_gros_fichiers(std::string_view chemin);
 /// True when both paths name the same existing file.
 [[nodiscard]] bool meme_fichier(std::string_view a, std::string_view b);
+/// True when the path names the open file.
+[[nodiscard]] bool est_le_fichier(std::string_view chemin, const Fichier &fichier);
 
 // --- streams of a file
 // ----------------------------------------------------------------------------------------

@@ -1,12 +1,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
 #include "compil/hybridation.hpp"
 #include "IO/octets.hpp"
 #include "IO/operations.hpp"
+#include "IO/plateforme.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -17,6 +19,7 @@ constexpr std::uint64_t kBloc = 512;
 constexpr std::uint64_t kSecteur = 2048;
 constexpr std::uint64_t kDescripteur = 16 * kSecteur;
 constexpr std::size_t kTeteEffacee = 5 * kBloc;
+constexpr std::size_t kTampon = std::size_t{1} << 20;
 constexpr std::uint64_t kOctetsDossiersMax = std::uint64_t{256} << 20;
 constexpr std::uint8_t kDrapeauDossier = 0x02;
 
@@ -54,7 +57,8 @@ class Parcours {
     if (!std::equal(marque.begin(), marque.end(), d.begin()) || racine->longueur < sizeof(FicheDossier) ||
         (racine->drapeaux & kDrapeauDossier) == 0 || racine->taille == 0)
       return Etendue::illisible;
-    if (!retient(*racine)) return Etendue::dehors;
+    // Without its descriptors and its root nothing of the tree is left to be read.
+    if (limite_ < kDescripteur + kSecteur || !retient(*racine)) return Etendue::illisible;
     while (!attente_.empty()) {
       const Etendu dossier = attente_.back();
       attente_.pop_back();
@@ -103,26 +107,62 @@ class Parcours {
   std::vector<std::uint8_t> tampon_;
 };
 
+// A map whose second entry is an HFS partition, as joining makes it.
 bool porte_carte(std::span<const std::uint8_t> tete) {
   const auto a = [&](std::size_t position, char c, char d) {
     return tete[position] == static_cast<std::uint8_t>(c) &&
            tete[position + 1] == static_cast<std::uint8_t>(d);
   };
-  return a(0, 'E', 'R') && a(kBloc, 'P', 'M') && a(2 * kBloc, 'P', 'M');
+  constexpr std::string_view kType = "Apple_HFS";
+  return a(0, 'E', 'R') && a(kBloc, 'P', 'M') && a(2 * kBloc, 'P', 'M') &&
+         std::equal(kType.begin(), kType.end(), tete.begin() + 2 * kBloc + 0x30);
 }
 
-// What keeps a file from being cut at `coupe`: it would be destroyed, as an image that is all partition, or
-// one whose two sides share their file data.
-int examine(const Fichier &fichier, std::span<const std::uint8_t> tete, std::uint64_t coupe) {
-  const auto taille = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(fichier), 0));
-  const Etendue etendue =
-      porte_carte(tete) && coupe <= taille ? etendue_iso(fichier, coupe) : Etendue::illisible;
-  if (etendue == Etendue::illisible) {
+// What keeps a file from being parted: it would be destroyed, as an image that is all partition, or one whose
+// two sides share their file data.
+ApercuSeparation examine(const Fichier &fichier, std::span<std::uint8_t> tete) {
+  ApercuSeparation apercu;
+  const std::int64_t taille = fichier_taille(fichier);
+  const std::int64_t lus = fichier.lire_a(tete, 0);
+  apercu.efface = tete.size();
+  apercu.resultat = kSeparePasHybride;
+  if (taille < 0 || lus < 0) apercu.resultat = kSepareEcriture;
+  // A file shorter than what is cleared would grow.
+  if (taille < 0 || lus < static_cast<std::int64_t>(tete.size())) return apercu;
+  const std::uint64_t coupe = *vue<be32>(tete, 2 * kBloc + 8) * kBloc;
+  if (coupe == 0) apercu.resultat = kSepareSansDebut;
+  if (coupe == 0 || !porte_carte(tete) || coupe > static_cast<std::uint64_t>(taille)) return apercu;
+  const Etendue etendue = etendue_iso(fichier, coupe);
+  if (etendue == Etendue::illisible) return apercu;
+  apercu.garde = coupe;
+  apercu.coupe = static_cast<std::uint64_t>(taille) - coupe;
+  apercu.partage = etendue == Etendue::dehors;
+  apercu.resultat = kSepareFaite;
+  return apercu;
+}
+
+int refus(const ApercuSeparation &apercu, bool force) {
+  if (apercu.resultat == kSeparePasHybride)
     operations().journal(GenreJournal::information, charger_chaine(kPasHybride));
-    return kSeparePasHybride;
+  if (apercu.resultat != kSepareFaite) return apercu.resultat;
+  const bool accepte =
+      !apercu.partage || force || operations().demander_oui_non(charger_chaine(kFichiersPartages)) == 1;
+  return accepte ? kSepareFaite : kSeparePartage;
+}
+
+// Copies what stays, the map as zeros.
+int copie_garde(const Fichier &source, const Fichier &cible, const ApercuSeparation &apercu) {
+  std::vector<std::uint8_t> tampon(kTampon);
+  for (std::uint64_t fait = 0; fait < apercu.garde;) {
+    if (operations().arret_demande()) return kSepareArret;
+    const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(tampon.size(), apercu.garde - fait));
+    const std::span<std::uint8_t> tranche(tampon.data(), part);
+    if (source.lire_a(tranche, fait) != static_cast<std::int64_t>(part)) return kSepareEcriture;
+    if (fait == 0)
+      std::fill_n(tranche.begin(), std::min<std::uint64_t>(apercu.efface, part), std::uint8_t{0});
+    if (!cible.ecrire_a(tranche, fait)) return kSepareEcriture;
+    fait += part;
   }
-  if (etendue == Etendue::dehors && operations().demander_oui_non(charger_chaine(kFichiersPartages)) != 1)
-    return kSeparePartage;
   return kSepareFaite;
 }
 
@@ -132,29 +172,53 @@ Etendue etendue_iso(const Fichier &image, std::uint64_t limite) {
   return Parcours(image, limite).parcourt();
 }
 
-int deshybridation(const std::string &chemin) {
-  const Fichier fichier = ouvre_modifiable(chemin);
+ApercuSeparation apercu_separation(const std::string &chemin) {
+  const Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
+  std::array<std::uint8_t, kTeteEffacee> tete{};
+  if (fichier) return examine(fichier, tete);
+  ApercuSeparation apercu;
+  apercu.resultat = kSepareFermee;
+  return apercu;
+}
+
+int deshybridation(const std::string &chemin, bool force) {
+  Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
   if (!fichier) return kSepareFermee;
   std::array<std::uint8_t, kTeteEffacee> tete{};
-  const std::int64_t lus = fichier.lire_a(tete, 0);
-  if (lus < 0) return kSepareEcriture;
-  // A file shorter than what is cleared would grow.
-  if (lus < static_cast<std::int64_t>(tete.size())) return kSeparePasHybride;
-  const std::uint64_t coupe = *vue<be32>(tete, 2 * kBloc + 8) * kBloc;
-  if (coupe != 0) {
-    const int examen = examine(fichier, tete, coupe);
-    if (examen != kSepareFaite) return examen;
-  }
+  const ApercuSeparation apercu = examine(fichier, tete);
+  const int refuse = refus(apercu, force);
+  if (refuse != kSepareFaite) return refuse;
+  fichier = ouvre_modifiable(chemin);
+  if (!fichier) return kSepareFermee;
   constexpr std::array<std::uint8_t, kTeteEffacee> zeros{};
-  const bool fait = fichier.ecrire_a(zeros, 0) && fichier_vider(fichier) &&
-                    (coupe == 0 || fichier_tronquer(fichier, coupe));
-  if (!fait) {
-    const int erreur = errno;
-    static_cast<void>(fichier.ecrire_a(tete, 0));
-    errno = erreur;
-    return kSepareEcriture;
+  if (fichier.ecrire_a(zeros, 0) && fichier_vider(fichier) && fichier_tronquer(fichier, apercu.garde))
+    return kSepareFaite;
+  const int erreur = errno;
+  static_cast<void>(fichier.ecrire_a(tete, 0));
+  errno = erreur;
+  return kSepareEcriture;
+}
+
+int deshybridation_vers(const std::string &chemin, const CibleImage &cible) {
+  const Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
+  if (!fichier) return kSepareFermee;
+  if (plateforme::est_le_fichier(cible.chemin, fichier)) return kSepareMemes;
+  std::array<std::uint8_t, kTeteEffacee> tete{};
+  const ApercuSeparation apercu = examine(fichier, tete);
+  const int refuse = refus(apercu, cible.force);
+  if (refuse != kSepareFaite) return refuse;
+  const auto libre = plateforme::espace_libre(cible.chemin);
+  if (libre && *libre < apercu.garde) return kSeparePlace;
+  FichierVoisin neuf = FichierVoisin::commence(cible.chemin);
+  if (!neuf) return kSepareCible;
+  if (cible.remplacement == Remplacement::jamais && neuf.existait()) {
+    errno = EEXIST;
+    return kSepareCible;
   }
-  return coupe == 0 ? kSepareSansDebut : kSepareFaite;
+  neuf.comme(fichier);
+  const int resultat = copie_garde(fichier, neuf.fichier(), apercu);
+  if (resultat != kSepareFaite) return resultat;
+  return neuf.pose(cible.remplacement) ? kSepareFaite : kSepareCible;
 }
 
 }  // namespace varnion

@@ -16,6 +16,7 @@
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -28,7 +29,9 @@ constexpr std::size_t kTete = 3 * kBloc;  // driver descriptor and two map entri
 constexpr std::size_t kTampon = std::size_t{1} << 20;
 constexpr std::uint64_t kTailleCd = 660'000'001;  // asked about from here on, though the text says 650 MB
 constexpr std::uint32_t kEntreesMax = 4096;
+constexpr std::int64_t kIsoCuit = 0x8000;
 constexpr std::uint32_t kOptionOuvrirRacine = 0x8;
+constexpr std::size_t kCheminMessage = 100;
 
 constexpr int kPlaceManque = 1073;
 constexpr int kPlusGrandQueCd = 1077;
@@ -42,6 +45,7 @@ constexpr int kPartitionSansCarte = 6342;
 constexpr int kPartitionTronquee = 6343;
 constexpr int kEchecSysteme = 6344;
 constexpr int kBrutInconnu = 6348;
+constexpr int kAmorcePerdue = 7780;
 constexpr int kCopiesDouteuses = 6050;
 
 // An entry of an Apple partition map (Inside Macintosh: Devices, 3-25).
@@ -133,13 +137,19 @@ int examine_partition(const Fichier &partition, Jonction &jonction) {
   return jonction.volume > jonction.longueur ? kHybrideTronquee : kHybrideFaite;
 }
 
-// The root folder as the one to open when the volume is mounted (TN1150, finderInfo[2]), in the partition
-// image.
-bool ouvre_racine(const Fichier &partition, const Jonction &jonction) {
+// The root folder as the one to open when the volume at `debut` is mounted (TN1150, finderInfo[2]).
+bool ouvre_racine(const Fichier &image, std::uint64_t debut) {
   Bloc entete{};
-  if (!lit_bloc(partition, jonction.debut + 0x400, entete)) return false;
+  if (!lit_bloc(image, debut + 0x400, entete)) return false;
   *vue_modifiable<be32>(entete, entete[0] == 'H' ? 0x58 : 0x64) = 2;
-  return partition.ecrire_a(entete, jonction.debut + 0x400);
+  return image.ecrire_a(entete, debut + 0x400);
+}
+
+// True when something stands where the map goes: boot code, another kind of map.
+bool tete_occupee(const Fichier &iso, std::int64_t position) {
+  std::array<std::uint8_t, kTete> tete{};
+  static_cast<void>(iso.lire_a(tete, debut_donnees(iso, position)));
+  return std::any_of(tete.begin(), tete.end(), [](std::uint8_t octet) { return octet != 0; });
 }
 
 // The head of the joined image: that of the partition image, with its numbers set. The second entry is the
@@ -176,18 +186,18 @@ class Jauge {
 };
 
 // Copies `longueur` bytes; behind the end of the source come zeros.
-int copie_partition(const Fichier &partition, std::uint64_t de, const Fichier &iso, std::uint64_t a,
-                    std::uint64_t longueur) {
+int copie_octets(const Fichier &source, std::uint64_t de, const Fichier &cible, std::uint64_t a,
+                 std::uint64_t longueur) {
   std::vector<std::uint8_t> tampon(kTampon);
   Jauge jauge(longueur);
   for (std::uint64_t fait = 0; fait < longueur;) {
     if (operations().arret_demande()) return kHybrideArret;
     const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(tampon.size(), longueur - fait));
     const std::span<std::uint8_t> tranche(tampon.data(), part);
-    const std::int64_t lus = partition.lire_a(tranche, de + fait);
+    const std::int64_t lus = source.lire_a(tranche, de + fait);
     if (lus < 0) return kHybrideEcriture;
     std::fill(tranche.begin() + lus, tranche.end(), std::uint8_t{0});
-    if (!iso.ecrire_a(tranche, a + fait)) return kHybrideEcriture;
+    if (!cible.ecrire_a(tranche, a + fait)) return kHybrideEcriture;
     fait += part;
     jauge.avance(part);
   }
@@ -232,9 +242,10 @@ std::uint64_t longueur_copiee(const Jonction &jonction, bool coupe) {
 }
 
 // The steps that change the ISO file. `iso` is where its data end; the map counts whole sectors, so a last
-// one that is short is filled up: elsewhere the volume would not begin where the map says.
-int joint(const Fichier &partition, Jonction jonction, const Fichier &iso, std::uint64_t longueur,
-          bool coupe) {
+// one that is short is filled up: elsewhere the volume would not begin where the map says. `racine`: the root
+// folder opens, as the copied volume tells.
+int joint(const Fichier &partition, Jonction jonction, const Fichier &iso, std::uint64_t longueur, bool coupe,
+          bool racine = false) {
   const std::uint64_t debut = arrondi(longueur, kSecteur);
   if (debut != longueur)
     operations().journal(GenreJournal::information, message(kLongueurImpaire, {longueur}));
@@ -249,8 +260,9 @@ int joint(const Fichier &partition, Jonction jonction, const Fichier &iso, std::
   operations().afficher_etat_seul(charger_chaine(kEtatHybridation));
   IsoEnCours cours(iso, longueur);
   if (!fichier_tronquer(iso, debut)) return kHybrideEcriture;
-  const int resultat = copie_partition(partition, jonction.debut, iso, debut, copie);
+  const int resultat = copie_octets(partition, jonction.debut, iso, debut, copie);
   if (resultat != kHybrideFaite) return resultat;
+  if (racine && !ouvre_racine(iso, debut)) return kHybrideEcriture;
   if (!fichier_vider(iso) || !cours.pose_tete(tete)) return kHybrideEcriture;
   cours.acheve();
   return kHybrideFaite;
@@ -263,7 +275,7 @@ bool commence_par_er(const Fichier &iso) {
 
 // A raw image becomes one of 2048-byte sectors first: from there on there is no way back to the raw one.
 int redocke(const Fichier &iso, std::int64_t position, std::uint64_t &longueur) {
-  if (position <= 0x8000) return kHybrideFaite;
+  if (position <= kIsoCuit) return kHybrideFaite;
   operations().afficher_etat_seul(charger_chaine(kEtatRedocking));
   const std::int64_t nouvelle = redocking(iso, longueur, position);
   if (nouvelle < 0) return kHybrideEcriture;
@@ -298,9 +310,16 @@ int echec_systeme(int resultat) {
   return resultat;
 }
 
+// False when what stands in the place of the map is to stay.
+bool accepte_perte(const Fichier &iso, std::int64_t position, const std::string &chemin) {
+  return !tete_occupee(iso, position) ||
+         operations().demander_oui_non(message(kAmorcePerdue, {tronque_chemin(chemin, kCheminMessage)})) == 1;
+}
+
 // The questions of the desktop, in their order.
-int demande_suite(const Fichier &partition, const Fichier &iso, std::uint64_t longueur, Jonction &jonction,
+int demande_suite(const Fichier &partition, const Fichier &iso, const std::string &chemin, Jonction &jonction,
                   std::int64_t &position) {
+  const auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
   const auto p = static_cast<std::uint64_t>(fichier_taille(partition));
   if (longueur + p >= kTailleCd &&
       operations().demander_oui_non(message(kPlusGrandQueCd, {longueur, p})) != 1)
@@ -309,11 +328,45 @@ int demande_suite(const Fichier &partition, const Fichier &iso, std::uint64_t lo
   const int examen = examine_partition(partition, jonction);
   if (examen != kHybrideFaite)
     return refuse(examen, examen == kHybrideTronquee ? kPartitionTronquee : kPartitionSansCarte);
-  if (veut_racine() && !ouvre_racine(partition, jonction)) return echec_systeme(kHybrideEcriture);
   position = position_iso(iso);
   if (position < 0 && operations().demander_oui_non(charger_chaine(kPasIso)) != 1) return kHybrideArret;
-  if (position > 0x8000 && !redocking_possible(iso, position)) return refuse(kHybridePasIso, kBrutInconnu);
-  return kHybrideFaite;
+  if (position > kIsoCuit && !redocking_possible(iso, position)) return refuse(kHybridePasIso, kBrutInconnu);
+  return accepte_perte(iso, position, chemin) ? kHybrideFaite : kHybrideArret;
+}
+
+// What a batch refuses, in its order.
+int examine_images(const Fichier &partition, const Fichier &iso, Jonction &jonction, std::int64_t &position) {
+  if (commence_par_er(iso)) return kHybrideDeja;
+  const int examen = examine_partition(partition, jonction);
+  if (examen != kHybrideFaite) return examen;
+  position = position_iso(iso);
+  return position < 0 || !redocking_possible(iso, position) ? kHybridePasIso : kHybrideFaite;
+}
+
+bool est_la_cible(const Fichier &fichier, const std::string &cible) {
+  return plateforme::est_le_fichier(cible, fichier);
+}
+
+// The new file: a copy of the ISO image that is then joined as one in place would be.
+int joint_copie(const Fichier &partition, const Jonction &jonction, const Fichier &iso, std::int64_t position,
+                const CibleImage &cible) {
+  auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
+  const auto libre = plateforme::espace_libre(cible.chemin);
+  if (libre && *libre < longueur + jonction.longueur) return kHybridePlace;
+  FichierVoisin neuf = FichierVoisin::commence(cible.chemin);
+  if (!neuf) return kHybrideCible;
+  if (cible.remplacement == Remplacement::jamais && neuf.existait()) {
+    errno = EEXIST;
+    return kHybrideCible;
+  }
+  neuf.comme(iso);
+  operations().afficher_etat_seul(charger_chaine(kEtatHybridation));
+  int resultat = copie_octets(iso, 0, neuf.fichier(), 0, longueur);
+  if (resultat == kHybrideFaite) resultat = redocke(neuf.fichier(), position, longueur);
+  if (resultat == kHybrideFaite)
+    resultat = joint(partition, jonction, neuf.fichier(), longueur, false, veut_racine());
+  if (resultat == kHybrideFaite && !neuf.pose(cible.remplacement)) resultat = kHybrideCible;
+  return resultat;
 }
 
 // A compressed image is expanded to a temporary file; the kinds of other partition schemes are not read here.
@@ -365,40 +418,79 @@ int hybridation(const Fichier &partition, const std::string &chemin_iso) {
   const std::int64_t p = fichier_taille(partition);
   const auto libre = plateforme::espace_libre(chemin_iso);
   if (p < 0 || (libre && *libre < static_cast<std::uint64_t>(p))) return refuse(kHybridePlace, kPlaceManque);
-  const Fichier iso = ouvre_modifiable(chemin_iso);
+  Fichier iso = plateforme::ouvre(chemin_iso, Ouverture::lecture);
   if (!iso) return echec_systeme(kHybrideIsoFermee);
-  auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
   const EtatAffiche affiche;
   Jonction jonction;
   std::int64_t position = -1;
-  int resultat = demande_suite(partition, iso, longueur, jonction, position);
+  int resultat = demande_suite(partition, iso, chemin_iso, jonction, position);
   if (resultat != kHybrideFaite) return resultat;
+  iso = ouvre_modifiable(chemin_iso);
+  if (!iso) return echec_systeme(kHybrideIsoFermee);
+  auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
+  if (veut_racine() && !ouvre_racine(partition, jonction.debut)) return echec_systeme(kHybrideEcriture);
   resultat = redocke(iso, position, longueur);
   if (resultat == kHybrideFaite) resultat = joint(partition, jonction, iso, longueur, true);
   return echec_systeme(resultat);
 }
 
-int hybridation_fichiers(const std::string &partition, const std::string &chemin_iso,
-                         ResultatDmg *expansion) {
-  const Fichier iso = ouvre_modifiable(chemin_iso);
+ApercuHybride apercu_hybridation(const Fichier &partition, const std::string &chemin_iso) {
+  ApercuHybride apercu;
+  const Fichier iso = plateforme::ouvre(chemin_iso, Ouverture::lecture);
+  if (!iso) {
+    apercu.resultat = kHybrideIsoFermee;
+    return apercu;
+  }
+  Jonction jonction;
+  std::int64_t position = -1;
+  apercu.resultat = examine_images(partition, iso, jonction, position);
+  const auto taille = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
+  apercu.brute = position > kIsoCuit;
+  apercu.iso = arrondi(apercu.brute ? taille / kSecteurBrut * kSecteur : taille, kSecteur);
+  apercu.partition = longueur_copiee(jonction, false);
+  apercu.amorce = tete_occupee(iso, position);
+  apercu.plus_qu_un_cd = apercu.total() >= kTailleCd;
+  return apercu;
+}
+
+int hybridation_vers(const Fichier &partition, const std::string &chemin_iso, const CibleImage &cible) {
+  const Fichier iso = plateforme::ouvre(chemin_iso, Ouverture::lecture);
+  if (!iso) return kHybrideIsoFermee;
+  if (est_la_cible(iso, cible.chemin) || est_la_cible(partition, cible.chemin)) return kHybrideMemes;
+  const EtatAffiche affiche;
+  Jonction jonction;
+  std::int64_t position = -1;
+  const int examen = examine_images(partition, iso, jonction, position);
+  if (examen != kHybrideFaite) return examen;
+  if (!cible.force && !accepte_perte(iso, position, chemin_iso)) return kHybrideAmorce;
+  return joint_copie(partition, jonction, iso, position, cible);
+}
+
+int hybridation_fichiers(const std::string &partition, const std::string &chemin_iso, ResultatDmg *expansion,
+                         const CibleImage &cible) {
+  Fichier iso = plateforme::ouvre(chemin_iso, Ouverture::lecture);
   if (!iso) return kHybrideIsoFermee;
   if (commence_par_er(iso)) return kHybrideDeja;
   Fichier source = plateforme::ouvre(partition, Ouverture::lecture);
   if (!source) return kHybridePartitionFermee;
+  if (!cible.chemin.empty() && est_la_cible(source, cible.chemin)) return kHybrideMemes;
   const EtatAffiche affiche;
   ResultatDmg perdu;
   const int lue = source.descripteur();
   int resultat = developpe(source, partition, expansion != nullptr ? *expansion : perdu);
   if (resultat != kHybrideFaite) return resultat;
+  if (!cible.chemin.empty()) return hybridation_vers(source, chemin_iso, cible);
   Jonction jonction;
-  resultat = examine_partition(source, jonction);
+  std::int64_t position = -1;
+  resultat = examine_images(source, iso, jonction, position);
   if (resultat != kHybrideFaite) return resultat;
-  const std::int64_t position = position_iso(iso);
-  if (position < 0 || !redocking_possible(iso, position)) return kHybridePasIso;
+  if (!cible.force && !accepte_perte(iso, position, chemin_iso)) return kHybrideAmorce;
+  iso = ouvre_modifiable(chemin_iso);
+  if (!iso) return kHybrideIsoFermee;
   if (veut_racine()) {
     if (source.descripteur() == lue) source = ouvre_modifiable(partition);
     if (!source) return kHybridePartitionFermee;
-    if (!ouvre_racine(source, jonction)) return kHybrideEcriture;
+    if (!ouvre_racine(source, jonction.debut)) return kHybrideEcriture;
   }
   auto longueur = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(iso), 0));
   resultat = redocke(iso, position, longueur);

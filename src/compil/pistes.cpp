@@ -286,9 +286,14 @@ bool redocking_possible(const Fichier &fichier, std::int64_t position) {
   return position <= kIsoCuit || descripteur_a(fichier, kIsoMode2) || descripteur_a(fichier, kIsoMode1);
 }
 
-std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int64_t position) {
+std::uint64_t debut_donnees(const Fichier &fichier, std::int64_t position) {
+  if (position <= kIsoCuit) return 0;
   const bool mode1 = position == kIsoMode1 || (position == kIsoAncien && !descripteur_a(fichier, kIsoMode2));
-  const std::size_t donnees = mode1 ? kDonneesMode1 : kDonneesMode2;
+  return mode1 ? kDonneesMode1 : kDonneesMode2;
+}
+
+std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int64_t position) {
+  const auto donnees = static_cast<std::size_t>(debut_donnees(fichier, position));
   std::vector<std::uint8_t> lot(kLotRedocking * kSecteurBrut), cuit(kLotRedocking * kSecteur);
   const std::uint64_t total = longueur / kSecteurBrut;
   operations().progression_debut(total / kLotRedocking + 1);
@@ -307,7 +312,8 @@ std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int6
   return static_cast<std::int64_t>(total * kSecteur);
 }
 
-int piste_brute(const std::string &iso, const std::string &cible, int mode, std::uint64_t longueur) {
+int piste_brute(const std::string &iso, const std::string &cible, int mode, std::uint64_t longueur,
+                Remplacement remplacement) {
   const Fichier source = plateforme::ouvre(iso, Ouverture::lecture);
   if (!source) return kPisteSource;
   const std::uint64_t nombre = quotient_haut(longueur, kSecteur);
@@ -316,22 +322,19 @@ int piste_brute(const std::string &iso, const std::string &cible, int mode, std:
     errno = EEXIST;
     return kPisteCible;
   }
-  Fichier sortie = plateforme::ouvre(cible, Ouverture::creation);
+  FichierVoisin sortie = FichierVoisin::commence(cible);
   if (!sortie) return kPisteCible;
   operations().afficher_etat_seul(charger_chaine(kEtatHybridation));
-  SortieBrute brute(sortie);
+  SortieBrute brute(sortie.fichier());
   const auto secteurs = static_cast<std::uint32_t>(nombre);
   int resultat =
       verse_image(source, secteurs, static_cast<std::uint8_t>(mode), brute, [&](std::span<std::uint8_t> d) {
         if (porte_carte(d)) fixe_carte(d, secteurs, 0);
       });
-  if (resultat == kPisteFaite && (!brute.vide() || !fichier_vider(sortie))) resultat = kPisteEcriture;
+  if (resultat == kPisteFaite && !brute.vide()) resultat = kPisteEcriture;
+  if (resultat == kPisteFaite && !sortie.pose(remplacement)) resultat = kPisteCible;
   const int erreur = errno;
   operations().afficher_etat_seul("");
-  if (resultat != kPisteFaite) {
-    sortie = Fichier();
-    static_cast<void>(plateforme::supprime(cible));
-  }
   errno = erreur;
   return resultat;
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "IO/fichier.hpp"
+#include "IO/fichier_voisin.hpp"
 
 // Images of raw CD-ROM sectors (ECMA-130): 2352 bytes with sync, address, mode, data and checks.
 
@@ -17,6 +18,9 @@ constexpr std::uint32_t kSecteurBrut = 2352;
 /// False for a file whose raw sectors do not hold their data where mode 1 or mode 2 form 1 has them: there
 /// the redocking would leave nothing to be read. True for 2048-byte sectors.
 [[nodiscard]] bool redocking_possible(const Fichier &fichier, std::int64_t position);
+
+/// Byte of the file where the data of the first sector begin.
+[[nodiscard]] std::uint64_t debut_donnees(const Fichier &fichier, std::int64_t position);
 
 /// Turns a raw image into one of 2048-byte sectors, in place from its start; what was behind stays.
 /// `position` is that of `position_iso`. New length of the data in bytes; -1 when a read or a write fails
@@ -33,10 +37,10 @@ constexpr int kPisteEcriture = -5;   ///< a read or a write failed
 constexpr int kPisteArret = -6;      ///< stopped by the user
 constexpr int kPisteLongue = -7;     ///< more sectors than an address has minutes for
 
-/// Writes the first `longueur` bytes of a hybrid image as a track of raw sectors, mode 1 or mode 2 form 1. A
-/// target that could not be finished is removed.
+/// Writes the first `longueur` bytes of a hybrid image as a track of raw sectors, mode 1 or mode 2 form 1.
+/// The target takes the place of a file of that name when it is whole.
 [[nodiscard]] int piste_brute(const std::string &iso, const std::string &cible, int mode,
-                              std::uint64_t longueur);
+                              std::uint64_t longueur, Remplacement remplacement = Remplacement::toujours);
 
 /// Puts the first `longueur` bytes of a hybrid image into a Video CD image (one file of raw sectors), behind
 /// its ISO track, and moves the video tracks. The image of before stays as ".BAK", its cue sheet as ".BAC";

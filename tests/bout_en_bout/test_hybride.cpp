@@ -140,7 +140,7 @@ TEST_F(Hybride, RefusalsAreToldAndLeaveTheImage) {
   echoue({"hybrid", "mac.dmg"}, 2, "hybrid PARTITION");
   echoue({"dehybrid", "mac.dmg"}, 1, "not a hybrid image");
   echoue({"dehybrid", "shared.iso"}, 1, "Nothing was changed");
-  echoue({"dehybrid", "disc.iso"}, 1, "nothing was cut off");
+  echoue({"dehybrid", "disc.iso"}, 1, "nothing was changed");
   const Fin fin = lance_sous({.taille_max = iso.size() + 10'000}, {"hybrid", "mac.dmg", "disc.iso"});
   EXPECT_EQ(fin.statut, 1) << fin.messages;
   EXPECT_NE(fin.messages.find("Reading or writing failed"), std::string::npos) << fin.messages;

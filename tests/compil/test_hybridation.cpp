@@ -233,13 +233,106 @@ TEST_F(Hybridation, le_bureau_demande_et_dit_ses_refus) {
   script.reponses = {1};
   EXPECT_EQ(hybridation(partition, bac + "iso.iso"), kHybrideDeja);
   EXPECT_EQ(script.erreurs.size(), 1U);
+  // No ISO image, and something where the map goes: a question each.
   pose_octets("iso.iso", std::string(0x10000, 'z'));
-  script.reponses = {0};
-  EXPECT_EQ(hybridation(partition, bac + "iso.iso"), kHybrideArret);
-  script.reponses = {1};
+  for (const std::deque<int> &reponses : {std::deque<int>{0}, {1, 0}}) {
+    script.reponses = reponses;
+    EXPECT_EQ(hybridation(partition, bac + "iso.iso"), kHybrideArret);
+    EXPECT_TRUE(octets(bac + "iso.iso") == std::string(0x10000, 'z'));
+  }
+  script.reponses = {1, 1};
   EXPECT_EQ(hybridation(partition, bac + "iso.iso"), kHybrideFaite);
+  EXPECT_TRUE(script.reponses.empty());
   EXPECT_EQ(fs::file_size(bac + "iso.iso") % 2048, 0U);
   brancher_operations(&ops);
+}
+
+// Boot code, a GUID map: whatever is not zero where the map goes.
+TEST_F(Hybridation, un_code_d_amorce_n_est_ecrase_que_sur_demande) {
+  images(false);
+  const std::string vierge = octets(bac + "iso.iso");
+  for (const std::size_t position : {std::size_t{0}, std::size_t{510}, std::size_t{1535}}) {
+    std::string iso = vierge;
+    iso[position] = '\x55';
+    pose_octets("iso.iso", iso);
+    OperationsScript script;
+    brancher_operations(&script);
+    for (const char *cible : {"", "neuf.iso"}) {
+      script.reponses = {0};
+      const std::string vers = *cible == '\0' ? "" : bac + cible;
+      EXPECT_EQ(hybridation_fichiers(bac + "mac.dmg", bac + "iso.iso", nullptr, {vers}), kHybrideAmorce);
+      EXPECT_TRUE(script.reponses.empty());
+    }
+    const Fichier partition = plateforme::ouvre(bac + "mac.dmg", Ouverture::lecture);
+    EXPECT_TRUE(apercu_hybridation(partition, bac + "iso.iso").amorce);
+    EXPECT_TRUE(octets(bac + "iso.iso") == iso);
+    EXPECT_FALSE(fs::exists(bac + "neuf.iso"));
+    CibleImage sur_place;
+    sur_place.force = true;
+    EXPECT_EQ(hybridation_fichiers(bac + "mac.dmg", bac + "iso.iso", nullptr, sur_place), kHybrideFaite);
+    brancher_operations(&ops);
+  }
+  // Raw sectors begin with their sync: what counts is the data.
+  pose_octets("iso.iso", vierge);
+  en_brut(1);
+  const Fichier partition = plateforme::ouvre(bac + "mac.dmg", Ouverture::lecture);
+  EXPECT_FALSE(apercu_hybridation(partition, bac + "brut.iso").amorce);
+}
+
+TEST_F(Hybridation, vers_un_fichier_neuf_les_images_restent) {
+  images(true);
+  etat<OptionsProgramme>().vn_options |= 0x8;
+  en_brut(2);
+  const std::string iso = octets(bac + "iso.iso"), mac = octets(bac + "mac.dmg"),
+                    brut = octets(bac + "brut.iso");
+  fs::permissions(bac + "iso.iso", fs::perms::owner_read | fs::perms::owner_write);
+  const Fichier partition = plateforme::ouvre(bac + "mac.dmg", Ouverture::lecture);
+  const ApercuHybride apercu = apercu_hybridation(partition, bac + "iso.iso");
+  EXPECT_EQ(apercu.resultat, kHybrideFaite);
+  EXPECT_FALSE(apercu.amorce || apercu.brute || apercu.plus_qu_un_cd);
+  ASSERT_EQ(hybridation_vers(partition, bac + "iso.iso", {bac + "a.iso"}), kHybrideFaite);
+  ASSERT_EQ(hybridation_fichiers(bac + "mac.dmg", bac + "brut.iso", nullptr, {bac + "b.iso"}), kHybrideFaite);
+  EXPECT_TRUE(octets(bac + "iso.iso") == iso && octets(bac + "mac.dmg") == mac &&
+              octets(bac + "brut.iso") == brut);
+  EXPECT_EQ(fs::status(bac + "a.iso").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  // The same as in place, where the partition image is changed too.
+  const std::string jointe = octets(bac + "a.iso");
+  EXPECT_EQ(jointe.size(), apercu.total());
+  EXPECT_TRUE(octets(bac + "b.iso") == jointe);
+  ASSERT_EQ(joint(), kHybrideFaite);
+  EXPECT_TRUE(octets(bac + "iso.iso") == jointe);
+  etat<OptionsProgramme>().vn_options &= ~0x8U;
+
+  const ApercuSeparation separation = apercu_separation(bac + "a.iso");
+  EXPECT_EQ(separation.resultat, kSepareFaite);
+  EXPECT_EQ(separation.garde, iso.size());
+  EXPECT_EQ(separation.garde + separation.coupe, jointe.size());
+  EXPECT_FALSE(separation.partage);
+  EXPECT_TRUE(apercu_separation(bac + "tout.iso").partage);
+  ASSERT_EQ(deshybridation_vers(bac + "a.iso", {bac + "c.iso"}), kSepareFaite);
+  EXPECT_TRUE(octets(bac + "c.iso") == iso);
+  EXPECT_TRUE(octets(bac + "a.iso") == jointe);
+  // No name that is taken, not one of the images by any path, and nothing that is half done.
+  pose_octets("pris.iso", "a moi");
+  EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", {bac + "pris.iso"}), kHybrideCible);
+  EXPECT_EQ(deshybridation_vers(bac + "a.iso", {bac + "pris.iso"}), kSepareCible);
+  fs::create_hard_link(bac + "c.iso", bac + "autre_nom.iso");
+  fs::create_symlink("mac.dmg", bac + "lien.dmg");
+  const CibleImage partout{bac + "autre_nom.iso", Remplacement::toujours};
+  EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", partout), kHybrideMemes);
+  EXPECT_EQ(deshybridation_vers(bac + "c.iso", partout), kSepareMemes);
+  EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", {bac + "lien.dmg", Remplacement::toujours}),
+            kHybrideMemes);
+  {
+    const DisquePlein plein(iso.size() / 2);
+    const CibleImage remplace{bac + "pris.iso", Remplacement::toujours};
+    EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", remplace), kHybrideEcriture);
+    EXPECT_EQ(deshybridation_vers(bac + "a.iso", remplace), kSepareEcriture);
+  }
+  EXPECT_EQ(octets(bac + "pris.iso"), "a moi");
+  EXPECT_EQ(octets(bac + "c.iso"), iso);
+  for (const auto &entree : fs::directory_iterator(bac))
+    EXPECT_NE(entree.path().extension(), ".part") << entree.path();
 }
 
 TEST_F(Hybridation, la_separation_ne_detruit_rien) {
@@ -259,14 +352,36 @@ TEST_F(Hybridation, la_separation_ne_detruit_rien) {
   pose_octets("loin.iso", loin);
   EXPECT_EQ(deshybridation(bac + "loin.iso"), kSeparePasHybride);
   EXPECT_TRUE(octets(bac + "loin.iso") == loin);
-  // A zero start: the first five blocks are cleared, the rest stays.
-  std::string nul = octets(bac + "iso.iso");
-  nul.replace(0, 3, "abc");
-  nul[2559] = 'x';
-  nul[2560] = 'y';
-  pose_octets("nul.iso", nul);
-  EXPECT_EQ(deshybridation(bac + "nul.iso"), kSepareSansDebut);
-  EXPECT_TRUE(octets(bac + "nul.iso") == std::string(2560, '\0') + nul.substr(2560));
+  // What is no joined image keeps each byte and its mode: no map, no partition in it, no tree before it,
+  // whatever the number says where the map would have it.
+  ASSERT_EQ(joint(), kHybrideFaite);
+  const std::string jointe = octets(bac + "iso.iso");
+  const auto change = [&](std::size_t position, std::string_view texte) {
+    std::string autre = jointe;
+    return autre.replace(position, texte.size(), texte);
+  };
+  const std::string plein(0x20000, 'p');
+  const std::pair<const char *, std::string> cas[] = {
+      {"a project", "VNRQ" + std::string(5000, '\0')},
+      {"an image with boot code", plein.substr(0, 0x8000) + jointe.substr(0x8000)},
+      {"a start of zero", change(1024 + 8, std::string_view("\0\0\0\0", 4))},
+      {"no map", change(0, "XX")},
+      {"another partition", change(1024 + 0x30, "Apple_UFS")},
+      {"no tree", change(0x8001, "XXXXX")},
+      {"a start before the tree", change(1024 + 8, std::string_view("\0\0\0\x40", 4))},
+      {"a start in the root folder", change(1024 + 8, std::string_view("\0\0\0\x44", 4))}};
+  for (const auto &[quoi, contenu] : cas) {
+    SCOPED_TRACE(quoi);
+    pose_octets("x.iso", contenu);
+    fs::permissions(bac + "x.iso", fs::perms::owner_read);
+    EXPECT_LT(deshybridation(bac + "x.iso"), 0);
+    EXPECT_LT(apercu_separation(bac + "x.iso").resultat, 0);
+    EXPECT_LT(deshybridation_vers(bac + "x.iso", {bac + "neuf.iso"}), 0);
+    EXPECT_TRUE(octets(bac + "x.iso") == contenu);
+    EXPECT_EQ(fs::status(bac + "x.iso").permissions(), fs::perms::owner_read);
+    EXPECT_FALSE(fs::exists(bac + "neuf.iso"));
+    fs::remove(bac + "x.iso");
+  }
   pose_octets("court", "ER");
   EXPECT_EQ(deshybridation(bac + "court"), kSeparePasHybride);
   EXPECT_EQ(deshybridation(bac + "absent"), kSepareFermee);

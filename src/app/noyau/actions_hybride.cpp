@@ -27,10 +27,21 @@ constexpr MotResultat kMotsHybride[] = {
     {kHybrideEcriture, 6344, 0, true},
     {kHybrideArret, 6354},
     {kHybridePlace, 1073},
+    {kHybrideAmorce, 7781, 2},
 };
 constexpr MotResultat kMotsSepare[] = {
     {kSepareFermee, 6349, 1, true}, {kSepareSansDebut, 6356, 1},      {kSeparePasHybride, 6346},
-    {kSeparePartage, 6357},         {kSepareEcriture, 6344, 0, true},
+    {kSeparePartage, 6357},         {kSepareEcriture, 6344, 0, true}, {kSepareArret, 7783},
+    {kSeparePlace, 1073},
+};
+// Of a new file, which the messages name.
+constexpr MotResultat kMotsCible[] = {
+    {kHybrideCible, 6360, 1, true},
+    {kHybrideMemes, 7782, 1},
+};
+constexpr MotResultat kMotsCibleSeparee[] = {
+    {kSepareCible, 6360, 1, true},
+    {kSepareMemes, 7782, 1},
 };
 
 }  // namespace
@@ -46,12 +57,19 @@ void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::st
   }
 }
 
-void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso) {
+void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso,
+                         const std::string &cible) {
+  const int erreur = errno;
   dit_resultat(kMotsHybride, resultat, partition, iso);
+  errno = erreur;
+  dit_resultat(kMotsCible, resultat, cible, {});
 }
 
-void annonce_separation(int resultat, const std::string &chemin) {
+void annonce_separation(int resultat, const std::string &chemin, const std::string &cible) {
+  const int erreur = errno;
   dit_resultat(kMotsSepare, resultat, chemin, {});
+  errno = erreur;
+  dit_resultat(kMotsCibleSeparee, resultat, cible, {});
 }
 
 std::string texte_image(int texte, const std::string &chemin) {

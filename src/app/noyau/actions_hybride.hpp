@@ -23,10 +23,12 @@ struct MotResultat {
 /// Tells what a table says of a result; nothing when it has no line. `errno` is that of the work.
 void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
                   const std::string &second);
-/// Tells why two images were not joined (kHybride… of compil/hybridation.hpp), for `hybridation_fichiers`.
-void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso);
+/// Tells why two images were not joined (kHybride… of compil/hybridation.hpp), for `hybridation_fichiers` and
+/// the forms that make a new file, `cible`.
+void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso,
+                         const std::string &cible = {});
 /// Tells why an image was not parted (kSepare…).
-void annonce_separation(int resultat, const std::string &chemin);
+void annonce_separation(int resultat, const std::string &chemin, const std::string &cible = {});
 /// A string that takes the path of an image and its size.
 [[nodiscard]] std::string texte_image(int texte, const std::string &chemin);
 

@@ -61,6 +61,8 @@ constexpr OptionCli kMaster[] = {{"output", 'o', 6733, ""},      {"label", '\0',
                                  {"hfsplus", '\0', 6700},        {"hfs", '\0', 6701},
                                  {"kind", '\0', 6731, kNatures}, {"no-postgap", '\0', 6732},
                                  {"signatures", '\0', 6704, ""}, {"force", 'f', 6702}};
+constexpr OptionCli kHybrid[] = {{"output", 'o', 7785, ""}, {"force", 'f', 7786}};
+constexpr OptionCli kDehybrid[] = {{"output", 'o', 7787, ""}, {"force", 'f', 7788}};
 constexpr OptionCli kTrackRaw[] = {{"mode", '\0', 6754, "1|2"}, {"force", 'f', 6702}};
 constexpr OptionCli kUnpack[] = {{"usual", '\0', 6703}, {"force", 'f', 6702}};
 constexpr const char *kFormes = "data|resource|macbinary|appledouble|applesingle";
@@ -158,8 +160,8 @@ constexpr SousCommande kCommandes[] = {
     {"", "compile", 1, 1, kCompile, commande_compile, 6619, 6669},
     {"", "master", 1, kSansFin, kMaster, commande_master, 6620, 6670},
     {"", "unpack", 2, 2, kUnpack, commande_unpack, 6705, 6706},
-    {"", "hybrid", 2, 2, {}, commande_hybrid, 6746, 6750},
-    {"", "dehybrid", 1, 1, {}, commande_dehybrid, 6747, 6751},
+    {"", "hybrid", 2, 2, kHybrid, commande_hybrid, 6746, 6750},
+    {"", "dehybrid", 1, 1, kDehybrid, commande_dehybrid, 6747, 6751},
     {"track", "raw", 2, 2, kTrackRaw, commande_track_raw, 6748, 6752},
     {"track", "video", 2, 2, {}, commande_track_video, 6749, 6753},
     {"", "info", 1, 1, kInfo, commande_info, 6880, 6890},

@@ -44,6 +44,18 @@ std::optional<DeuxChemins> deux_chemins(const Arguments &arguments) {
   return DeuxChemins{*premier, *second};
 }
 
+/// The new file that -o asks for, without a path where the work is done in place; nullopt after a message.
+std::optional<CibleImage> cible_demandee(const Arguments &arguments) {
+  CibleImage cible;
+  cible.force = arguments.a("force");
+  cible.remplacement = cible.force ? Remplacement::toujours : Remplacement::jamais;
+  if (!arguments.a("output")) return cible;
+  const auto chemin = chemin_argument(arguments.valeur("output"));
+  if (!chemin || !cible_libre(*chemin, cible.force)) return std::nullopt;
+  cible.chemin = *chemin;
+  return cible;
+}
+
 /// Length of an image in bytes; 0 where it cannot be had, which opening it will tell about.
 std::uint64_t longueur_de(const std::string &chemin) {
   const auto fiche = plateforme::cherche_fichier(chemin);
@@ -54,31 +66,35 @@ std::uint64_t longueur_de(const std::string &chemin) {
 
 int commande_hybrid(ContexteCli &contexte) {
   const auto chemins = deux_chemins(contexte.arguments);
-  if (!chemins) return kEchec;
+  const auto cible = chemins ? cible_demandee(contexte.arguments) : std::nullopt;
+  if (!cible) return kEchec;
   errno = 0;
   ResultatDmg expansion;
-  const int resultat = hybridation_fichiers(chemins->premier, chemins->second, &expansion);
+  const int resultat = hybridation_fichiers(chemins->premier, chemins->second, &expansion, *cible);
   if (resultat == kHybrideExpansion && !expansion.reussi()) {
     operations().afficher_erreur(texte_echec_dmg(expansion, chemins->premier, {}));
     return kEchec;
   }
   if (resultat != kHybrideFaite) {
-    annonce_hybridation(resultat, chemins->premier, chemins->second);
+    annonce_hybridation(resultat, chemins->premier, chemins->second, cible->chemin);
     return kEchec;
   }
-  return reussit(contexte, kImageJointe, chemins->second);
+  return reussit(contexte, kImageJointe, cible->chemin.empty() ? chemins->second : cible->chemin);
 }
 
 int commande_dehybrid(ContexteCli &contexte) {
   const auto chemin = chemin_argument(contexte.arguments.positions[0]);
-  if (!chemin) return kEchec;
+  const auto cible = chemin ? cible_demandee(contexte.arguments) : std::nullopt;
+  if (!cible) return kEchec;
+  const bool sur_place = cible->chemin.empty();
   errno = 0;
-  const int resultat = deshybridation(*chemin);
+  const int resultat =
+      sur_place ? deshybridation(*chemin, cible->force) : deshybridation_vers(*chemin, *cible);
   if (resultat != kSepareFaite) {
-    annonce_separation(resultat, *chemin);
+    annonce_separation(resultat, *chemin, cible->chemin);
     return kEchec;
   }
-  return reussit(contexte, kImageSeparee, *chemin);
+  return reussit(contexte, kImageSeparee, sur_place ? *chemin : cible->chemin);
 }
 
 int commande_track_raw(ContexteCli &contexte) {
@@ -86,7 +102,8 @@ int commande_track_raw(ContexteCli &contexte) {
   const auto chemins = deux_chemins(arguments);
   if (!chemins || !cible_libre(chemins->second, arguments.a("force"))) return kEchec;
   const int mode = arguments.valeur("mode", "1") == "2" ? 2 : 1;
-  const int resultat = piste_brute(chemins->premier, chemins->second, mode, longueur_de(chemins->premier));
+  const int resultat = piste_brute(chemins->premier, chemins->second, mode, longueur_de(chemins->premier),
+                                   arguments.a("force") ? Remplacement::toujours : Remplacement::jamais);
   if (resultat != kPisteFaite) return echoue(resultat, chemins->premier, chemins->second);
   return reussit(contexte, kPiste, chemins->second);
 }
