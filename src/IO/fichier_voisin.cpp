@@ -58,12 +58,16 @@ std::string nom_provisoire(const std::string &nom, int numero) {
   return abrege(nom, suffixe.size()) + suffixe;
 }
 
+std::string nom_sans_extension(const std::string &nom) {
+  const std::size_t point = nom.rfind('.');
+  return nom.substr(0, point == std::string::npos || point == 0 ? nom.size() : point);
+}
+
 // "NAME (2).ext"
 std::string nom_a_cote(const std::string &nom, int numero) {
-  const std::size_t point = nom.rfind('.');
-  const std::size_t fin = point == std::string::npos || point == 0 ? nom.size() : point;
-  const std::string suffixe = " (" + std::to_string(numero) + ")" + nom.substr(fin);
-  return abrege(nom.substr(0, fin), suffixe.size()) + suffixe;
+  const std::string debut = nom_sans_extension(nom);
+  const std::string suffixe = " (" + std::to_string(numero) + ")" + nom.substr(debut.size());
+  return abrege(debut, suffixe.size()) + suffixe;
 }
 
 void separe(const std::string &chemin, std::string &dossier, std::string &nom) {
@@ -112,6 +116,27 @@ bool par_reserve(int dossier, const char *ancien, const char *nouveau) {
   if (::renameat(dossier, ancien, dossier, nouveau) == 0) return true;
   const int erreur = errno;
   static_cast<void>(::unlinkat(dossier, nouveau, 0));
+  errno = erreur;
+  return false;
+}
+
+// `neuf` takes the name `nom`, whose file takes `garde`. At no moment, where the file system can, is there no
+// file of that name.
+bool echange(int dossier, const std::string &neuf, const std::string &nom, const std::string &garde) {
+  const auto renomme = [dossier](const std::string &de, const std::string &vers, unsigned drapeaux) {
+    return ::renameat2(dossier, de.c_str(), dossier, vers.c_str(), drapeaux) == 0;
+  };
+  const bool ensemble = renomme(neuf, nom, RENAME_EXCHANGE);
+  if (ensemble && renomme(neuf, garde, 0)) return true;
+  if (!ensemble && renomme(nom, garde, 0)) {
+    if (renomme(neuf, nom, 0)) return true;
+    const int erreur = errno;
+    static_cast<void>(renomme(garde, nom, 0));
+    errno = erreur;
+    return false;
+  }
+  const int erreur = errno;
+  if (ensemble) static_cast<void>(renomme(neuf, nom, RENAME_EXCHANGE));
   errno = erreur;
   return false;
 }
@@ -318,12 +343,12 @@ void FichierVoisin::pose_sous(const std::string &nom, bool sur_disque) {
   if (sur_disque) static_cast<void>(fichier_vider(dossier_));
 }
 
-bool FichierVoisin::pose(Remplacement remplacement, bool sur_disque) {
+bool FichierVoisin::pose(Ecrasement ecrasement, bool sur_disque) {
   struct stat la {};
   bool existe = false;
   if (!ouvert() || pose_ || !regarde(la, existe)) return false;
-  const bool permis = remplacement == Remplacement::toujours ||
-                      (remplacement == Remplacement::connu && existait_ && meme(la, ancien_));
+  const bool permis = ecrasement == Ecrasement::toujours ||
+                      (ecrasement == Ecrasement::connu && existait_ && meme(la, ancien_));
   if (existe && !permis) {
     errno = EEXIST;
     return false;
@@ -333,12 +358,35 @@ bool FichierVoisin::pose(Remplacement remplacement, bool sur_disque) {
   if (!assure(sur_disque)) return false;
   const plateforme::ChangementDossier changement(chemin_dossier_);
   const int dossier = dossier_.descripteur();
-  const bool fait = existe || remplacement == Remplacement::toujours
+  const bool fait = existe || ecrasement == Ecrasement::toujours
                         ? ::renameat(dossier, nom_actuel_.c_str(), dossier, nom_.c_str()) == 0
                         : renomme_si_libre(dossier, nom_actuel_, nom_);
   if (!fait) return false;
   changement.apres(nom_actuel_, nom_);
   pose_sous(nom_, sur_disque);
+  return true;
+}
+
+bool FichierVoisin::pose_en_gardant(std::string_view extension) {
+  struct stat la {};
+  struct stat ici {};
+  bool existe = false;
+  if (!ouvert() || pose_ || !regarde(la, existe)) return false;
+  if (!existe) return pose(Ecrasement::jamais);
+  const std::string garde = nom_sans_extension(nom_) + "." + std::string(extension);
+  const int dossier = dossier_.descripteur();
+  const bool prise = ::fstatat(dossier, garde.c_str(), &ici, AT_SYMLINK_NOFOLLOW) == 0;
+  if (prise && (S_ISDIR(ici.st_mode) || meme(ici, la))) {
+    errno = S_ISDIR(ici.st_mode) ? EISDIR : EINVAL;
+    return false;
+  }
+  if (!assure(true)) return false;
+  prend_droits(la);
+  if (!assure(true)) return false;
+  const plateforme::ChangementDossier changement(chemin_dossier_);
+  if (!echange(dossier, nom_actuel_, nom_, garde)) return false;
+  changement.apres(nom_actuel_, garde);
+  pose_sous(nom_, true);
   return true;
 }
 

@@ -11,7 +11,7 @@
 namespace varnion {
 
 /// What a finished file may take the place of.
-enum class Remplacement {
+enum class Ecrasement {
   jamais,    ///< nothing: the name must be free
   connu,     ///< the file that had the name when the new one was begun; a name that was free must be so still
   toujours,  ///< any plain file
@@ -59,7 +59,10 @@ class FichierVoisin {
   /// Gives the file its name, with the rights and, where permitted, the owner of the one that it replaces;
   /// those of any new file otherwise. All of it is on the disk then, unless `sur_disque` is false. False:
   /// nothing has changed (EEXIST when the name may not be taken), and the file goes on under its own.
-  [[nodiscard]] bool pose(Remplacement remplacement, bool sur_disque = true);
+  [[nodiscard]] bool pose(Ecrasement ecrasement, bool sur_disque = true);
+  /// The same; the file that it replaces gets the extension `extension` ("BAK"), in the place of one of that
+  /// name. EINVAL when that is the file itself.
+  [[nodiscard]] bool pose_en_gardant(std::string_view extension);
   /// For a finished file whose name is taken: keeps it under the first free name "NAME (N).ext", or under the
   /// one that it has. Its path, working text.
   std::string pose_a_cote();

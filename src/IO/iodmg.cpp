@@ -216,18 +216,6 @@ bool a_convertir(const Fichier &image, int genre) {
   return (genre == kImageGpt || genre == kImageMbr) && a_fin_dmg(image);
 }
 
-// A new file beside the target; one of that name that lies there already is left alone.
-Fichier ouvre_partiel(std::string_view cible, std::string &chemin) {
-  constexpr int kEssais = 100;
-  Fichier fichier;
-  for (int n = 1; n <= kEssais && !fichier; ++n) {
-    chemin = std::string(cible) + (n == 1 ? ".part" : ".part" + std::to_string(n));
-    fichier = plateforme::ouvre(chemin, Ouverture::creation_neuve);
-    if (!fichier && errno != EEXIST) break;
-  }
-  return fichier;
-}
-
 int echoue_fichier(ResultatDmg &resultat, EtatDmg etat, int code) {
   resultat.etat = etat;
   resultat.code = code;
@@ -263,16 +251,12 @@ int decompresse_fichier(std::string_view source, std::string_view cible, const O
   const int genre = type_image(image);
   if (!a_convertir(image, genre))
     return echoue_fichier(details, EtatDmg::sans_fin, genre == kImageEparse ? kEparse : kPasOuvert);
-  std::string partiel;
-  Fichier neuf = ouvre_partiel(cible, partiel);
+  FichierVoisin neuf = FichierVoisin::commence(cible);
   if (!neuf) return echoue_fichier(details, EtatDmg::ecriture, kPasOuvert);
-  details = decompresse_image(image, neuf, options);
-  if (!neuf.fermer() && details.reussi()) echoue_fichier(details, EtatDmg::ecriture, -1);
-  if (details.reussi() && !plateforme::renomme(partiel, cible))
-    echoue_fichier(details, EtatDmg::ecriture, -1);
-  if (details.reussi()) return kConverti;
-  static_cast<void>(plateforme::supprime(partiel));
-  return details.code;
+  neuf.comme(image);
+  details = decompresse_image(image, neuf.fichier(), options);
+  if (details.reussi() && !neuf.pose(options.ecrasement)) echoue_fichier(details, EtatDmg::ecriture, -1);
+  return details.reussi() ? kConverti : details.code;
 }
 
 }  // namespace varnion

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "IO/fichier.hpp"
+#include "IO/fichier_voisin.hpp"
 
 // Compressed disk images (UDIF): a trailer, a property list with block tables, chunks of data. The image is
 // turned into a plain image file; it is not read in place.
@@ -33,6 +34,8 @@ struct OptionsDmg {
   /// The usual reading: as many sections of the list as the trailer's version says, one behind the other, no
   /// checksums, overlapping ADC copies filled with one byte. Else all block tables at their own places.
   bool usuelle = false;
+  /// What `decompresse_fichier` may take the place of.
+  Ecrasement ecrasement = Ecrasement::toujours;
   /// Threads that decode; 0 takes all cores.
   unsigned fils = 0;
   /// Called on the calling thread with bytes done and bytes in all; false stops the work.

@@ -381,6 +381,8 @@ PlanDmg plan_usuel(const Fichier &source) {
     if (!section_suivante(*liste, position, section) || section.empty()) break;
     if (!ajoute_section_usuelle(plan, decode_base64(section))) break;
   }
+  // An image without a byte is none.
+  if (plan.fin.reussi() && plan.octets == 0) echoue(plan, EtatDmg::sans_table);
   return plan;
 }
 

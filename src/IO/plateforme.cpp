@@ -342,6 +342,16 @@ bool meme_fichier(std::string_view a, std::string_view b) {
          fiche_a.st_ino == fiche_b.st_ino;
 }
 
+std::optional<IdentiteFichier> identite(std::string_view chemin, std::string_view prefixe) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu || (!prefixe.empty() && resolu->nom.empty())) return std::nullopt;
+  struct stat fiche {};
+  const std::string utf8 =
+      prefixe.empty() ? resolu->utf8 : joint(resolu->dossier, std::string(prefixe) + resolu->nom);
+  if (::stat(utf8.c_str(), &fiche) != 0) return std::nullopt;
+  return IdentiteFichier{fiche.st_dev, fiche.st_ino};
+}
+
 bool est_le_fichier(std::string_view chemin, const Fichier &fichier) {
   struct stat fiche_a {};
   struct stat fiche_b {};

@@ -106,6 +106,13 @@ struct DonneesRecherche {
 [[nodiscard]] bool accepte_gros_fichiers(std::string_view chemin);
 /// True when both paths name the same existing file.
 [[nodiscard]] bool meme_fichier(std::string_view a, std::string_view b);
+/// What a file is whatever its names are. nullopt where there is none. `prefixe` (ASCII): of the file beside
+/// it whose name is that and this name, as `ouvre_voisin` finds it.
+struct IdentiteFichier {
+  std::uint64_t unite = 0, inode = 0;
+  [[nodiscard]] bool operator==(const IdentiteFichier &autre) const = default;
+};
+[[nodiscard]] std::optional<IdentiteFichier> identite(std::string_view chemin, std::string_view prefixe = {});
 /// True when the path names the open file.
 [[nodiscard]] bool est_le_fichier(std::string_view chemin, const Fichier &fichier);
 

@@ -27,7 +27,9 @@ constexpr int kRepriseVaine = 6327;
 constexpr int kReconstruction = 1339;
 constexpr int kExtensionIso = 1370;
 constexpr int kExtensionMac = 1411;
+constexpr int kPlacePrise = 7790;  // target, system error, path of the image
 constexpr int kEssaisMax = 6;
+constexpr std::size_t kCheminMessage = 100;
 
 class Compilation {
  public:
@@ -53,6 +55,7 @@ class Compilation {
   bool ouvre_cible();
   int execute();
   bool termine(int resultat);
+  bool garde_a_cote();
   bool erreur_cible(int numero);
   /// Tells that the run was stopped; always false.
   static bool arrete();
@@ -62,8 +65,9 @@ class Compilation {
   SuiviCompilation &suivi_;
   ContexteCompilation ctx_;
   EnteteProjet entete_;
-  Fichier cible_;
-  std::string chemin_partiel_;
+  FichierVoisin cible_;
+  std::string image_;  // where it is in the end
+  bool ailleurs_ = false;
   std::uint64_t octets_ = 0;
 };
 
@@ -141,7 +145,8 @@ bool Compilation::reconstruit() {
   ctx_.reconstruire = demande_.reconstruire.value_or(entete_.reconstruire());
   if (!ctx_.reconstruire) return true;
   operations().afficher_etat_seul(charger_chaine(kReconstruction));
-  if (reconstruction_projet(projet_).abouti) return projet_.lit_entete(entete_) || erreur_cible(errno);
+  if (reconstruction_projet(projet_).abouti)
+    return (projet_.lit_entete(entete_) || erreur_cible(errno)) && cible_permise(projet_, demande_.cible);
   return operations().arret_demande() && arrete();
 }
 
@@ -154,13 +159,9 @@ bool Compilation::annonce() {
 }
 
 bool Compilation::ouvre_cible() {
-  for (int n = 1; n <= 100; ++n) {
-    chemin_partiel_ = demande_.cible + (n == 1 ? ".part" : ".part" + std::to_string(n));
-    cible_ = plateforme::ouvre(chemin_partiel_, Ouverture::creation_neuve);
-    if (cible_.ouvert()) return true;
-    if (errno != EEXIST) return erreur_cible(errno);
-  }
-  return erreur_cible(EEXIST);
+  cible_ = FichierVoisin::commence(demande_.cible);
+  if (!cible_) return erreur_cible(errno);
+  return demande_.ecrasement != Ecrasement::jamais || !cible_.existait() || erreur_cible(EEXIST);
 }
 
 int Compilation::execute() {
@@ -169,11 +170,11 @@ int Compilation::execute() {
   for (int essai = 0; essai < kEssaisMax && resultat == kCompilReprise; ++essai) {
     if (essai > 0) {
       operations().journal(GenreJournal::information, charger_chaine(kRepriseJournal));
-      if (!fichier_tronquer(cible_, 0)) break;
+      if (!fichier_tronquer(cible_.fichier(), 0)) break;
     }
     suivi_.commence();
     ctx_.remarques = 0;
-    Execution execution(ctx_, suivi_, cible_);
+    Execution execution(ctx_, suivi_, cible_.fichier());
     resultat = execution.lance(besoins);
     if (resultat != kCompilReussie && execution.erreur_ecriture() != 0)
       erreur_cible(execution.erreur_ecriture());
@@ -183,12 +184,29 @@ int Compilation::execute() {
 }
 
 bool Compilation::termine(int resultat) {
-  bool fait = resultat == kCompilReussie;
-  if (fait) octets_ = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(cible_), 0));
-  if (!cible_.fermer() && fait) fait = erreur_cible(errno);
-  if (fait && !plateforme::renomme(chemin_partiel_, demande_.cible)) fait = erreur_cible(errno);
-  if (!fait) static_cast<void>(plateforme::supprime(chemin_partiel_));
-  return fait;
+  if (resultat != kCompilReussie) {
+    cible_.jette();
+    return false;
+  }
+  octets_ = static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(cible_.fichier()), 0));
+  if (cible_.pose(demande_.ecrasement)) {
+    image_ = demande_.cible;
+    return true;
+  }
+  if (errno != EIO && errno != ENOSPC && errno != EDQUOT) return garde_a_cote();
+  erreur_cible(errno);
+  cible_.jette();
+  return false;
+}
+
+// The image is whole: what came in its way costs it its name, not the work.
+bool Compilation::garde_a_cote() {
+  const std::string raison = plateforme::texte_erreur(errno);
+  image_ = cible_.pose_a_cote();
+  ailleurs_ = true;
+  operations().afficher_erreur(message(kPlacePrise, {tronque_chemin(demande_.cible, kCheminMessage), raison,
+                                                     tronque_chemin(image_, kCheminMessage)}));
+  return true;
 }
 
 BilanCompilation Compilation::lance() {
@@ -213,6 +231,8 @@ BilanCompilation Compilation::lance() {
   bilan.dossiers = ctx_.dossiers;
   bilan.octets = octets_;
   bilan.remarques = ctx_.remarques;
+  bilan.image = image_;
+  bilan.ailleurs = ailleurs_;
   return bilan;
 }
 

@@ -6,6 +6,7 @@
 
 #include "compil/contexte.hpp"
 #include "compil/preparation.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "projet/fichier_projet.hpp"
 
 namespace varnion {
@@ -17,6 +18,8 @@ struct DemandeCompilation {
   /// The block size search of the dialogs: no fork of 32,767 blocks or more. A batch run bounds the blocks
   /// alone.
   bool borne_fourches = false;
+  /// What the image may take the place of. An image whose place is taken when it is whole is kept beside it.
+  Ecrasement ecrasement = Ecrasement::connu;
   /// Brings the project up to date with the disk first; nullopt: as its head asks.
   std::optional<bool> reconstruire;
 };
@@ -27,6 +30,8 @@ struct BilanCompilation {
   std::uint64_t fichiers = 0, dossiers = 0;
   std::uint64_t octets = 0;     ///< of the image
   std::uint64_t remarques = 0;  ///< items left out or changed; each was named
+  std::string image;            ///< where the image is
+  bool ailleurs = false;        ///< that is not the target, whose place was taken; the user was told
 };
 
 /// Extension, without a dot, of the image that a request will give: "iso", or "dmg" for a pure Macintosh

@@ -211,14 +211,14 @@ int deshybridation_vers(const std::string &chemin, const CibleImage &cible) {
   if (libre && *libre < apercu.garde) return kSeparePlace;
   FichierVoisin neuf = FichierVoisin::commence(cible.chemin);
   if (!neuf) return kSepareCible;
-  if (cible.remplacement == Remplacement::jamais && neuf.existait()) {
+  if (cible.ecrasement == Ecrasement::jamais && neuf.existait()) {
     errno = EEXIST;
     return kSepareCible;
   }
   neuf.comme(fichier);
   const int resultat = copie_garde(fichier, neuf.fichier(), apercu);
   if (resultat != kSepareFaite) return resultat;
-  return neuf.pose(cible.remplacement) ? kSepareFaite : kSepareCible;
+  return neuf.pose(cible.ecrasement) ? kSepareFaite : kSepareCible;
 }
 
 }  // namespace varnion

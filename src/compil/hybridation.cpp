@@ -355,7 +355,7 @@ int joint_copie(const Fichier &partition, const Jonction &jonction, const Fichie
   if (libre && *libre < longueur + jonction.longueur) return kHybridePlace;
   FichierVoisin neuf = FichierVoisin::commence(cible.chemin);
   if (!neuf) return kHybrideCible;
-  if (cible.remplacement == Remplacement::jamais && neuf.existait()) {
+  if (cible.ecrasement == Ecrasement::jamais && neuf.existait()) {
     errno = EEXIST;
     return kHybrideCible;
   }
@@ -365,7 +365,7 @@ int joint_copie(const Fichier &partition, const Jonction &jonction, const Fichie
   if (resultat == kHybrideFaite) resultat = redocke(neuf.fichier(), position, longueur);
   if (resultat == kHybrideFaite)
     resultat = joint(partition, jonction, neuf.fichier(), longueur, false, veut_racine());
-  if (resultat == kHybrideFaite && !neuf.pose(cible.remplacement)) resultat = kHybrideCible;
+  if (resultat == kHybrideFaite && !neuf.pose(cible.ecrasement)) resultat = kHybrideCible;
   return resultat;
 }
 

@@ -36,7 +36,7 @@ constexpr int kHybrideMemes = -14;      ///< the target is one of the two images
 /// A new file for the result.
 struct CibleImage {
   std::string chemin;
-  Remplacement remplacement = Remplacement::jamais;
+  Ecrasement ecrasement = Ecrasement::jamais;
   bool force = false;  ///< what the preview tells of is accepted: no question
 };
 

@@ -235,43 +235,37 @@ bool ecrit_feuille(const Fichier &ancienne, const Fichier &nouvelle, SecteurBrut
   return true;
 }
 
-// A file that gives its name to a new one; unless all goes well it takes the name back.
-class Releve {
- public:
-  Releve(std::string chemin, std::string_view extension)
-      : chemin_(std::move(chemin)), garde_(avec_extension(chemin_, extension)) {}
-  Releve(const Releve &) = delete;
-  Releve &operator=(const Releve &) = delete;
-  ~Releve() {
-    if (!releve_ || acheve_) return;
-    const int erreur = errno;
-    nouveau = Fichier();
-    static_cast<void>(plateforme::renomme(garde_, chemin_));
-    errno = erreur;
-  }
-
-  bool commence() {
-    ancien = plateforme::ouvre(chemin_, Ouverture::lecture);
-    if (!ancien || chemin_ == garde_ || !plateforme::renomme(chemin_, garde_)) return false;
-    releve_ = true;
-    nouveau = plateforme::ouvre(chemin_, Ouverture::creation_neuve);
-    return nouveau.ouvert();
-  }
-  void acheve() { acheve_ = true; }
-
-  Fichier ancien, nouveau;
-
- private:
-  std::string chemin_, garde_;
-  bool releve_ = false;
-  bool acheve_ = false;
-};
-
 // The cue sheet beside an image, under the name that it has.
 std::string feuille_de(const std::string &cible) {
   const auto trouvee = plateforme::cherche_fichier(avec_extension(cible, "CUE"));
   if (!trouvee || trouvee->est_dossier()) return {};
   return cible.substr(0, cible.find_last_of("/\\") + 1) + trouvee->nom_long;
+}
+
+// The new image and the new cue sheet are both whole before either takes its place.
+int refait_video(const Fichier &source, const std::string &cible, SecteurBrut table, const PlanVideo &plan) {
+  const std::string chemin_feuille = feuille_de(cible);
+  const bool a_feuille = !chemin_feuille.empty();
+  const Fichier ancienne = plateforme::ouvre(cible, Ouverture::lecture);
+  FichierVoisin image = FichierVoisin::commence(cible);
+  if (!ancienne || !image) return kPisteCible;
+  Fichier ancienne_feuille;
+  FichierVoisin feuille;
+  if (a_feuille) {
+    ancienne_feuille = plateforme::ouvre(chemin_feuille, Ouverture::lecture);
+    feuille = FichierVoisin::commence(chemin_feuille);
+    if (!ancienne_feuille || !feuille) return kPisteCible;
+  }
+  const int resultat = ecrit_video(source, ancienne, image.fichier(), plan);
+  if (resultat != kPisteFaite) return resultat;
+  if (a_feuille && !ecrit_feuille(ancienne_feuille, feuille.fichier(), table, plan)) return kPisteEcriture;
+  if (a_feuille && !feuille.pose_en_gardant("BAC")) return kPisteCible;
+  if (image.pose_en_gardant("BAK")) return kPisteFaite;
+  const int erreur = errno;
+  if (a_feuille)
+    static_cast<void>(plateforme::renomme(avec_extension(chemin_feuille, "BAC"), chemin_feuille));
+  errno = erreur;
+  return kPisteCible;
 }
 
 }  // namespace
@@ -313,7 +307,7 @@ std::int64_t redocking(const Fichier &fichier, std::uint64_t longueur, std::int6
 }
 
 int piste_brute(const std::string &iso, const std::string &cible, int mode, std::uint64_t longueur,
-                Remplacement remplacement) {
+                Ecrasement ecrasement) {
   const Fichier source = plateforme::ouvre(iso, Ouverture::lecture);
   if (!source) return kPisteSource;
   const std::uint64_t nombre = quotient_haut(longueur, kSecteur);
@@ -332,7 +326,7 @@ int piste_brute(const std::string &iso, const std::string &cible, int mode, std:
         if (porte_carte(d)) fixe_carte(d, secteurs, 0);
       });
   if (resultat == kPisteFaite && !brute.vide()) resultat = kPisteEcriture;
-  if (resultat == kPisteFaite && !sortie.pose(remplacement)) resultat = kPisteCible;
+  if (resultat == kPisteFaite && !sortie.pose(ecrasement)) resultat = kPisteCible;
   const int erreur = errno;
   operations().afficher_etat_seul("");
   errno = erreur;
@@ -354,19 +348,7 @@ int piste_video(const std::string &iso, std::uint64_t longueur, const std::strin
     if (examen != kPisteFaite) return examen;
     if (!lit_secteur(video, kSecteurTable, table)) return kPisteEcriture;
   }
-  const std::string chemin_feuille = feuille_de(cible);
-  Releve image(cible, "BAK");
-  if (!image.commence()) return kPisteCible;
-  Releve feuille(chemin_feuille, "BAC");
-  if (!chemin_feuille.empty() && !feuille.commence()) return kPisteCible;
-  int resultat = ecrit_video(source, image.ancien, image.nouveau, plan);
-  if (resultat == kPisteFaite && !chemin_feuille.empty() &&
-      !ecrit_feuille(feuille.ancien, feuille.nouveau, table, plan))
-    resultat = kPisteEcriture;
-  if (resultat == kPisteFaite) {
-    image.acheve();
-    feuille.acheve();
-  }
+  const int resultat = refait_video(source, cible, table, plan);
   const int erreur = errno;
   operations().afficher_etat_seul("");
   errno = erreur;

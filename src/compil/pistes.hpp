@@ -40,7 +40,7 @@ constexpr int kPisteLongue = -7;     ///< more sectors than an address has minut
 /// Writes the first `longueur` bytes of a hybrid image as a track of raw sectors, mode 1 or mode 2 form 1.
 /// The target takes the place of a file of that name when it is whole.
 [[nodiscard]] int piste_brute(const std::string &iso, const std::string &cible, int mode,
-                              std::uint64_t longueur, Remplacement remplacement = Remplacement::toujours);
+                              std::uint64_t longueur, Ecrasement ecrasement = Ecrasement::toujours);
 
 /// Puts the first `longueur` bytes of a hybrid image into a Video CD image (one file of raw sectors), behind
 /// its ISO track, and moves the video tracks. The image of before stays as ".BAK", its cue sheet as ".BAC";

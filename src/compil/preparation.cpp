@@ -3,12 +3,14 @@
 #include <cerrno>
 
 #include "compil/disposition.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "IO/octets.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "projet/arborescence.hpp"
+#include "projet/signatures.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -26,6 +28,9 @@ constexpr int kEcritureImage = 6322;   // image, system error
 constexpr int kCibleEstProjet = 6323;  // path
 constexpr int kPassageHfsplus = 6324;  // classic HFS cannot hold the project
 constexpr int kVueDemandeeVide = 6331;
+constexpr int kCibleEstSource = 7791;  // target, source
+constexpr int kCibleEstTable = 7792;   // target
+constexpr std::string_view kPrefixeCompagnon = "._";
 constexpr std::size_t kLongueurMessage = 100;
 constexpr std::uint64_t kLimiteFat = 0xFFFF0000;
 constexpr std::size_t kLabelIsoMax = 16;
@@ -46,6 +51,36 @@ bool refuse(int texte) {
   operations().afficher_erreur(charger_chaine(texte));
   return false;
 }
+
+bool refuse_cible(int texte, const std::string &cible, const std::string &source = {}) {
+  operations().afficher_erreur(
+      message(texte, {tronque_chemin(cible, kLongueurMessage), tronque_chemin(source, kLongueurMessage)}));
+  return false;
+}
+
+// A target held against other paths: by its name, and by the file that it is where there is one.
+class Cible {
+ public:
+  explicit Cible(const std::string &chemin)
+      : chemin_(plateforme::chemin_absolu(chemin)), identite_(plateforme::identite(chemin)) {}
+
+  [[nodiscard]] bool est(const std::string &chemin) const {
+    return plateforme::chemin_absolu(chemin) == chemin_ ||
+           (identite_ && plateforme::identite(chemin) == identite_);
+  }
+  /// The companion of a source.
+  [[nodiscard]] bool est_voisin(const std::string &source) const {
+    return identite_ && plateforme::identite(source, kPrefixeCompagnon) == identite_;
+  }
+  /// A stream of a source that is a file of its own.
+  [[nodiscard]] bool est_flux(const std::string &source) const {
+    return est(source + ":AFP_Resource") || est(source + ":AFP_AfpInfo");
+  }
+
+ private:
+  std::string chemin_;
+  std::optional<plateforme::IdentiteFichier> identite_;
+};
 
 // The kind that a request means once empty views are known; nullopt after a message.
 std::optional<GenreDemande> genre_possible(GenreDemande genre, bool iso, bool mac) {
@@ -97,13 +132,28 @@ std::optional<Nature> nature_demandee(FichierProjet &projet, GenreDemande genre)
   return plus ? Nature::hybride_hfsplus : Nature::hybride_hfs;
 }
 
+bool cible_permise(const FichierProjet &projet, const std::string &cible) {
+  const Cible voulue(cible);
+  const std::string &table = table_signatures().chemin;
+  if (voulue.est(projet.chemin()) || voulue.est(projet.chemin_copie()))
+    return refuse_cible(kCibleEstProjet, cible);
+  if (!table.empty() && voulue.est(table)) return refuse_cible(kCibleEstTable, cible);
+  LecteurRubriques tout(projet);
+  while (const RubriqueProjet *rubrique = tout.suivant()) {
+    if (rubrique->est_dossier() || rubrique->est_virtuel()) continue;
+    const std::string source = chemin_source(*rubrique);
+    const bool compagnon = rubrique->codage() == Codage::apple && !rubrique->est_applesingle();
+    if (voulue.est(source) || (compagnon && voulue.est_voisin(source)) ||
+        (rubrique->codage() == Codage::ntfs && voulue.est_flux(source)))
+      return refuse_cible(kCibleEstSource, cible, source);
+  }
+  return true;
+}
+
 bool cible_possible(const FichierProjet &projet, const std::string &cible) {
   const std::string dossier = dossier_de(cible);
   if (plateforme::est_dossier(cible)) return erreur_image(cible, EISDIR);
-  if (plateforme::meme_fichier(cible, projet.chemin())) {
-    operations().afficher_erreur(message(kCibleEstProjet, {tronque_chemin(cible, kLongueurMessage)}));
-    return false;
-  }
+  if (!cible_permise(projet, cible)) return false;
   const std::uint64_t estimation = projet.estimation();
   if (!plateforme::accepte_gros_fichiers(dossier) && estimation * kSecteurIso > kLimiteFat)
     return refuse(kQuatreGigas);
@@ -112,11 +162,7 @@ bool cible_possible(const FichierProjet &projet, const std::string &cible) {
 }
 
 bool cible_accessible(const std::string &cible) {
-  const std::string essai = cible + ".part";
-  const bool cree = plateforme::ouvre(essai, Ouverture::creation_neuve).ouvert();
-  // What is there already is a run before's, or another program's: the compile takes another name.
-  if (!cree) return errno == EEXIST || erreur_image(cible, errno);
-  return plateforme::supprime(essai) || erreur_image(cible, errno);
+  return FichierVoisin::commence(cible).ouvert() || erreur_image(cible, errno);
 }
 
 std::optional<std::uint32_t> taille_bloc_demandee(const FichierProjet &projet, Nature nature,

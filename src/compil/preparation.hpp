@@ -19,8 +19,13 @@ enum class GenreDemande { hybride, iso, mac };
 /// messages 1550 to 1553 where a view is empty.
 [[nodiscard]] std::optional<Nature> nature_demandee(FichierProjet &projet, GenreDemande genre);
 
-/// False after a message: the target is the project or a folder, it would be longer than its file system
-/// takes (1474), or the disk has not the room (1073).
+/// False after a message: the image would take the place of what the project is made from or needs: itself,
+/// its backup copy, the signature table in use, a source or the companion of one, by whatever path or link.
+/// Costs one look at each source where a file has the target's name.
+[[nodiscard]] bool cible_permise(const FichierProjet &projet, const std::string &cible);
+
+/// The same, and false where the target is a folder, the image would be longer than its file system takes
+/// (1474), or the disk has not the room (1073).
 [[nodiscard]] bool cible_possible(const FichierProjet &projet, const std::string &cible);
 
 /// The same for what only the disk can tell: a file can be made beside the target. Nothing is left of it.

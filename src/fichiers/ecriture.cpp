@@ -20,7 +20,6 @@ constexpr int kErreurEcriture = 6120;
 constexpr int kErreurLecture = 6121;
 constexpr int kTropGrand = 6122;
 constexpr int kResteInacheve = 6123;
-constexpr unsigned kProvisoiresMax = 1000;
 constexpr std::size_t kCheminMessage = 80;
 
 struct EtatCopie {
@@ -58,17 +57,11 @@ void SortieConteneur::verse(const FluxFourche &fourche) {
 
 CibleFichier::CibleFichier(const DossierSortie &dossier, std::string nom, bool remplace)
     : dossier_(dossier), nom_(std::move(nom)), fichier_(dossier.cree(nom_)) {
-  if (remplace && !fichier_.ouvert() && errno == EEXIST && dossier_.remplacable(nom_)) ouvre_provisoire();
-  faite_ = fichier_.ouvert();
-}
-
-// What is there already stays until the new file is whole.
-void CibleFichier::ouvre_provisoire() {
-  for (unsigned numero = 0; numero < kProvisoiresMax; ++numero) {
-    provisoire_ = ".varnion-" + std::to_string(numero) + ".part";
-    fichier_ = dossier_.cree(provisoire_);
-    if (fichier_.ouvert() || errno != EEXIST) return;
-  }
+  // What is there already stays until the new file is whole.
+  if (remplace && !fichier_.ouvert() && errno == EEXIST && dossier_.remplacable(nom_))
+    voisin_ = FichierVoisin::commence(dossier_, nom_);
+  remplace_ = voisin_.ouvert();
+  faite_ = ouverte();
 }
 
 CibleFichier::~CibleFichier() {
@@ -76,8 +69,9 @@ CibleFichier::~CibleFichier() {
 }
 
 bool CibleFichier::garde() {
-  gardee_ = fichier_.fermer() && (provisoire_.empty() || dossier_.renomme(provisoire_, nom_));
+  gardee_ = voisin_ ? voisin_.pose(Ecrasement::toujours, false) : fichier_.fermer();
   if (!gardee_) jette();
+  static_cast<void>(voisin_.prend());  // lets it go
   return gardee_;
 }
 
@@ -86,7 +80,9 @@ void CibleFichier::jette() {
   const int erreur = errno;
   faite_ = false;
   fichier_.fermer();
-  if (!dossier_.supprime(gardee_ || provisoire_.empty() ? nom_ : provisoire_))
+  const bool provisoire = voisin_.ouvert() && !gardee_;
+  voisin_.jette();
+  if (!provisoire && !dossier_.supprime(nom_))
     operations().journal(GenreJournal::erreur,
                          message(kResteInacheve, {plateforme::utf8_vers_texte(chemin())}));
   errno = erreur;

@@ -9,6 +9,7 @@
 #include "fichiers/element.hpp"
 #include "IO/dossier_sortie.hpp"
 #include "IO/fichier.hpp"
+#include "IO/fichier_voisin.hpp"
 
 // What every writer of a container shares: the sink at a position, the result, the target that goes away when
 // it is not finished.
@@ -54,10 +55,10 @@ class CibleFichier {
   CibleFichier &operator=(const CibleFichier &) = delete;
   ~CibleFichier();
 
-  [[nodiscard]] bool ouverte() const { return fichier_.ouvert(); }
-  [[nodiscard]] const Fichier &fichier() const { return fichier_; }
+  [[nodiscard]] bool ouverte() const { return fichier_.ouvert() || voisin_.ouvert(); }
+  [[nodiscard]] const Fichier &fichier() const { return voisin_ ? voisin_.fichier() : fichier_; }
   /// True when a file of that name is to be replaced.
-  [[nodiscard]] bool remplace() const { return !provisoire_.empty(); }
+  [[nodiscard]] bool remplace() const { return remplace_; }
   [[nodiscard]] const std::string &nom() const { return nom_; }
   /// Path in UTF-8.
   [[nodiscard]] std::string chemin() const { return dossier_.chemin() + nom_; }
@@ -67,13 +68,11 @@ class CibleFichier {
   void jette();
 
  private:
-  void ouvre_provisoire();
-
   const DossierSortie &dossier_;
   std::string nom_;
-  std::string provisoire_;  ///< name of the new file until it replaces the old one; else empty
-  Fichier fichier_;
-  bool faite_ = false, gardee_ = false;
+  Fichier fichier_;       ///< under its own name
+  FichierVoisin voisin_;  ///< or beside the file that it replaces
+  bool faite_ = false, gardee_ = false, remplace_ = false;
 };
 
 /// Tells the user why the file of that UTF-8 path was not written; nothing for `fait`. `erreur` is the errno

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "IO/fichier.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/texte.hpp"
 #include "res/chaines.hpp"
@@ -141,35 +142,12 @@ std::optional<std::string> lit_texte(const std::string &chemin) {
   return texte;
 }
 
-// Path of the copy of the file as it was.
-std::string chemin_bak(const std::string &chemin) {
-  const std::size_t barre = chemin.find_last_of("/\\");
-  const std::size_t point = chemin.rfind('.');
-  const bool a_extension = point != std::string::npos && (barre == std::string::npos || point > barre + 1);
-  return chemin.substr(0, a_extension ? point : chemin.size()) + ".BAK";
-}
-
 // The new text is whole on the disk before the old file gives up its name.
-bool ecrit_texte(const std::string &chemin, std::string_view texte, bool existait) {
-  constexpr int kEssais = 10;
-  std::string provisoire;
-  Fichier fichier;
-  for (int i = 0; i < kEssais && !fichier; ++i) {
-    provisoire = chemin + ".new" + std::to_string(i);
-    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
-  }
-  if (!fichier) return false;
-  bool ecrit = fichier_puts(texte, fichier) && fichier_vider(fichier);
-  ecrit = fichier.fermer() && ecrit;
-  const std::string bak = chemin_bak(chemin);
-  if (ecrit && existait && bak != chemin) {
-    if (plateforme::existe(bak)) ecrit = plateforme::supprime(bak);
-    ecrit = ecrit && plateforme::renomme(chemin, bak);
-  }
-  if (ecrit && plateforme::renomme(provisoire, chemin)) return true;
-  static_cast<void>(plateforme::supprime(provisoire));
-  if (!plateforme::existe(chemin) && existait) static_cast<void>(plateforme::renomme(bak, chemin));
-  return false;
+bool ecrit_texte(const std::string &chemin, std::string_view texte) {
+  FichierVoisin fichier = FichierVoisin::commence(chemin);
+  if (!fichier || !fichier_puts(texte, fichier.fichier())) return false;
+  // A table that is itself a copy of before is replaced.
+  return fichier.pose_en_gardant("BAK") || (errno == EINVAL && fichier.pose(Ecrasement::toujours));
 }
 
 const std::string &champ(const LigneSignature &ligne, int colonne) {
@@ -266,7 +244,7 @@ bool EditionSignatures::enregistre(const std::string &chemin) {
   // Under another name, the remarks and the other section come from the file that was opened.
   const auto ouvert = chemin_.empty() || chemin_ == chemin ? ancien : lit_texte(chemin_);
   if (!ouvert) return false;
-  if (!ecrit_texte(chemin, texte_avec_lignes(*ouvert, lignes_, seconde_langue()), existe)) return false;
+  if (!ecrit_texte(chemin, texte_avec_lignes(*ouvert, lignes_, seconde_langue()))) return false;
   chemin_ = chemin;
   modifie_ = false;
   enregistre_ = true;

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "IO/etat.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr std::string_view kMagie = "VNRQ";
 constexpr std::string_view kExtensionCopie = "BAK";
-constexpr std::string_view kSuffixeEnCours = ".part";
 constexpr std::uint32_t kVersion = 1;
 constexpr std::size_t kCheminMessage = 50;  // bytes of a path in a message
 
@@ -35,19 +35,14 @@ std::string avec_extension(const std::string &chemin, std::string_view extension
 // Copies the whole of `source` to a new file beside `cible` and gives it that name only when it is complete:
 // what `cible` held before survives a failure. Closed on failure, with `errno` set.
 Fichier copie_complete(const Fichier &source, const std::string &cible) {
-  const std::string en_cours = cible + std::string(kSuffixeEnCours);
   const std::int64_t taille = fichier_taille(source);
-  Fichier copie = plateforme::ouvre(en_cours, Ouverture::creation);
+  FichierVoisin copie = FichierVoisin::commence(cible);
   if (!copie || taille < 0) return {};
+  copie.comme(source);
   const bool copiee = fichier_debut(source) &&
-                      fichier_copier(source, copie, static_cast<std::uint64_t>(taille)) == 0 &&
-                      fichier_taille(copie) == taille && fichier_debut(copie);
-  if (copiee && plateforme::renomme(en_cours, cible)) return copie;
-  const int erreur = errno;
-  copie.fermer();
-  static_cast<void>(plateforme::supprime(en_cours));
-  errno = erreur;
-  return {};
+                      fichier_copier(source, copie.fichier(), static_cast<std::uint64_t>(taille)) == 0 &&
+                      fichier_taille(copie.fichier()) == taille && fichier_debut(copie.fichier());
+  return copiee && copie.pose(Ecrasement::toujours) ? copie.prend() : Fichier();
 }
 
 bool echec_enregistrement(const std::string &cible) {
@@ -119,12 +114,12 @@ std::optional<FichierProjet> FichierProjet::ouvre(std::string_view chemin, ModeP
 
 std::optional<FichierProjet> FichierProjet::cree(std::string_view chemin, ModeProjet mode) {
   const EnteteProjet entete = entete_neuve();
-  Fichier fichier = plateforme::ouvre(chemin, Ouverture::creation);
-  if (!fichier || !fichier.ecrire_a(octets_de(entete), 0)) {
+  FichierVoisin fichier = FichierVoisin::commence(chemin);
+  if (!fichier || !fichier.fichier().ecrire_a(octets_de(entete), 0) || !fichier.pose(Ecrasement::toujours)) {
     erreur_fichier(chemin, errno);
     return std::nullopt;
   }
-  return adopte(std::move(fichier), chemin, mode);
+  return adopte(fichier.prend(), chemin, mode);
 }
 
 std::optional<FichierProjet> FichierProjet::adopte(Fichier fichier, std::string_view chemin,
@@ -140,8 +135,12 @@ std::optional<FichierProjet> FichierProjet::adopte(Fichier fichier, std::string_
   return projet;
 }
 
+std::string FichierProjet::chemin_copie() const {
+  return avec_extension(chemin_, kExtensionCopie);
+}
+
 void FichierProjet::copie_de_sauvegarde() const {
-  const std::string copie = avec_extension(chemin_, kExtensionCopie);
+  const std::string copie = chemin_copie();
   // A project that is itself a backup copy would be copied onto itself.
   if (plateforme::meme_fichier(copie, chemin_)) return;
   operations().afficher_etat_seul(charger_chaine(1313));
@@ -171,9 +170,10 @@ bool FichierProjet::enregistre_sous(std::string_view cible, bool demande) {
   return true;
 }
 
-// Gives an unnamed project its name. Between two file systems it is copied and the old file deleted.
+// Gives an unnamed project its name. Between two file systems, and in the place of another file, whose rights
+// stay, it is copied and the old file deleted.
 bool FichierProjet::deplace_vers(const std::string &cible) {
-  if (!plateforme::renomme(chemin_, cible)) {
+  if (plateforme::existe(cible) || !plateforme::renomme(chemin_, cible)) {
     Fichier copie = copie_complete(fichier_, cible);
     if (!copie) return echec_enregistrement(cible);
     fichier_ = std::move(copie);

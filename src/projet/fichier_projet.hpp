@@ -72,6 +72,8 @@ class FichierProjet {
   [[nodiscard]] bool ouvert() const { return fichier_.ouvert(); }
   [[nodiscard]] ModeProjet mode() const { return mode_; }
   [[nodiscard]] const std::string &chemin() const { return chemin_; }
+  /// Path of the backup copy.
+  [[nodiscard]] std::string chemin_copie() const;
   /// True when the path contains the default name of its mode ("vnpr.vnpr", "vnso.vnso").
   [[nodiscard]] bool sans_nom() const;
   [[nodiscard]] std::uint64_t taille_octets() const;

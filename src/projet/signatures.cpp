@@ -159,19 +159,23 @@ void lit_signatures(std::string_view texte, bool seconde_langue, TableSignatures
 }
 
 bool charge_signatures(const SourceSignatures &source) {
-  std::optional<std::string> texte = lit_texte(source.chemin);
-  if (!texte) texte = lit_texte(selection(source));
+  std::string chemin = source.chemin;
+  std::optional<std::string> texte = lit_texte(chemin);
+  if (!texte) texte = lit_texte(chemin = selection(source));
   if (!texte) return false;
   TableSignatures &table = table_signatures();
   lit_signatures(*texte, base_langue() != kLangueAnglais, table);
+  table.chemin = plateforme::chemin_absolu(chemin);
   demande_icones(source, table);
   return true;
 }
 
 bool charge_signatures(std::string_view chemin) {
   const std::optional<std::string> texte = lit_texte(chemin);
-  if (texte) lit_signatures(*texte, base_langue() != kLangueAnglais, table_signatures());
-  return texte.has_value();
+  if (!texte) return false;
+  lit_signatures(*texte, base_langue() != kLangueAnglais, table_signatures());
+  table_signatures().chemin = plateforme::chemin_absolu(chemin);
+  return true;
 }
 
 DemandeSignatures demande_signatures(std::string_view ancien_type, std::string_view ancien_createur,

@@ -36,6 +36,7 @@ struct EntreeSignature {
 /// the walks by that field.
 struct TableSignatures {
   bool chargee = false;
+  std::string chemin;  ///< of the file that it came from
   std::array<EntreeSignature, kLignesSignatures> lignes{};
 };
 [[nodiscard]] TableSignatures &table_signatures();

@@ -30,7 +30,7 @@ class Voisin : public essai::Bac {
     return voisin;
   }
   [[nodiscard]] bool fait(const std::string &nom, std::string_view texte) const {
-    return ecrit(nom, texte).pose(Remplacement::toujours);
+    return ecrit(nom, texte).pose(Ecrasement::toujours);
   }
 };
 
@@ -45,7 +45,7 @@ TEST_F(Voisin, nothing_stands_at_the_name_before_the_file_is_whole) {
   EXPECT_EQ(noms(), std::set<std::string>{"a.iso"});  // dropped: nothing is left of it
   FichierVoisin voisin = ecrit("a.iso", "neuf");
   FichierVoisin prise = std::move(voisin);
-  ASSERT_TRUE(prise.pose(Remplacement::toujours));
+  ASSERT_TRUE(prise.pose(Ecrasement::toujours));
   EXPECT_EQ(prise.chemin(), bac + "a.iso");
   prise.jette();
   EXPECT_EQ(contenu("a.iso"), "neuf");
@@ -66,7 +66,7 @@ TEST_F(Voisin, rights_of_the_replaced_file_are_kept_and_a_new_one_follows_the_um
   ::chmod((bac + "secret").c_str(), 0600);
   FichierVoisin copie = ecrit("copie", "z");
   copie.comme(plateforme::ouvre(bac + "secret", Ouverture::lecture));
-  ASSERT_TRUE(copie.pose(Remplacement::jamais));
+  ASSERT_TRUE(copie.pose(Ecrasement::jamais));
   EXPECT_EQ(mode("copie"), 0600U);
   ::umask(avant);
 }
@@ -74,8 +74,8 @@ TEST_F(Voisin, rights_of_the_replaced_file_are_kept_and_a_new_one_follows_the_um
 TEST_F(Voisin, a_file_that_appears_meanwhile_stays) {
   FichierVoisin voisin = ecrit("disque.iso", "image");
   pose("disque.iso", "autre");
-  for (const Remplacement remplacement : {Remplacement::jamais, Remplacement::connu}) {
-    EXPECT_FALSE(voisin.pose(remplacement));
+  for (const Ecrasement ecrasement : {Ecrasement::jamais, Ecrasement::connu}) {
+    EXPECT_FALSE(voisin.pose(ecrasement));
     EXPECT_EQ(errno, EEXIST);
   }
   pose("disque (2).iso", "deux");
@@ -92,10 +92,10 @@ TEST_F(Voisin, only_the_file_that_was_there_is_replaced_as_known) {
   pose("a", "un");
   FichierVoisin voisin = ecrit("a", "neuf");
   ASSERT_TRUE(fait("a", "deux"));  // another file has the name by now
-  EXPECT_FALSE(voisin.pose(Remplacement::connu));
+  EXPECT_FALSE(voisin.pose(Ecrasement::connu));
   EXPECT_EQ(contenu("a"), "deux");
   FichierVoisin second = ecrit("a", "neuf");
-  ASSERT_TRUE(second.pose(Remplacement::connu));
+  ASSERT_TRUE(second.pose(Ecrasement::connu));
   EXPECT_EQ(contenu("a"), "neuf");
 }
 
@@ -158,7 +158,7 @@ TEST_F(Voisin, what_is_no_plain_file_keeps_its_place) {
   }
   FichierVoisin voisin = ecrit("a", "x");
   pose_dossier("a");
-  EXPECT_FALSE(voisin.pose(Remplacement::toujours));
+  EXPECT_FALSE(voisin.pose(Ecrasement::toujours));
   EXPECT_EQ(errno, EISDIR);
   voisin.jette();
   EXPECT_EQ(noms(), (std::set<std::string>{"a", "boucle", "dossier", "tuyau", "vers_tuyau"}));
@@ -174,13 +174,13 @@ TEST_F(Voisin, a_link_leads_to_the_file_that_is_replaced) {
   EXPECT_TRUE(std::filesystem::is_symlink(bac + "un") && std::filesystem::is_symlink(bac + "deux"));
   // One that leads to nothing yet gives the file its place.
   std::filesystem::create_symlink("loin/futur", bac + "trois");
-  ASSERT_TRUE(ecrit("trois", "neuf").pose(Remplacement::jamais));
+  ASSERT_TRUE(ecrit("trois", "neuf").pose(Ecrasement::jamais));
   EXPECT_EQ(contenu("loin/futur"), "neuf");
   // In a folder held open names come from elsewhere: there the link goes, and what it led to stays.
   const auto dossier = DossierSortie::ouvre(bac);
   ASSERT_TRUE(dossier.has_value());
   FichierVoisin voisin = FichierVoisin::commence(*dossier, "un");
-  ASSERT_TRUE(voisin && fichier_puts("ici", voisin.fichier()) && voisin.pose(Remplacement::toujours, false));
+  ASSERT_TRUE(voisin && fichier_puts("ici", voisin.fichier()) && voisin.pose(Ecrasement::toujours, false));
   EXPECT_EQ(contenu("un"), "ici");
   EXPECT_EQ(contenu("loin/vrai"), "neuf");
 }
@@ -191,7 +191,7 @@ TEST_F(Voisin, the_longest_names_have_room_for_the_provisional_one) {
   const std::string texte = plateforme::utf8_vers_texte(long_nom);
   FichierVoisin voisin = ecrit(texte, "x");
   EXPECT_LE(voisin.chemin().size(), bac.size() + 255);
-  ASSERT_TRUE(voisin.pose(Remplacement::jamais));
+  ASSERT_TRUE(voisin.pose(Ecrasement::jamais));
   EXPECT_EQ(contenu(texte), "x");
   EXPECT_EQ(noms(), std::set<std::string>{long_nom});
 }

@@ -318,14 +318,14 @@ TEST_F(Hybridation, vers_un_fichier_neuf_les_images_restent) {
   EXPECT_EQ(deshybridation_vers(bac + "a.iso", {bac + "pris.iso"}), kSepareCible);
   fs::create_hard_link(bac + "c.iso", bac + "autre_nom.iso");
   fs::create_symlink("mac.dmg", bac + "lien.dmg");
-  const CibleImage partout{bac + "autre_nom.iso", Remplacement::toujours};
+  const CibleImage partout{bac + "autre_nom.iso", Ecrasement::toujours};
   EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", partout), kHybrideMemes);
   EXPECT_EQ(deshybridation_vers(bac + "c.iso", partout), kSepareMemes);
-  EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", {bac + "lien.dmg", Remplacement::toujours}),
+  EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", {bac + "lien.dmg", Ecrasement::toujours}),
             kHybrideMemes);
   {
     const DisquePlein plein(iso.size() / 2);
-    const CibleImage remplace{bac + "pris.iso", Remplacement::toujours};
+    const CibleImage remplace{bac + "pris.iso", Ecrasement::toujours};
     EXPECT_EQ(hybridation_vers(partition, bac + "c.iso", remplace), kHybrideEcriture);
     EXPECT_EQ(deshybridation_vers(bac + "a.iso", remplace), kSepareEcriture);
   }

@@ -110,15 +110,4 @@ std::vector<std::string> parties_chemin(std::string_view chemin) {
   return parties;
 }
 
-Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire) {
-  constexpr int kEssais = 100;
-  Fichier fichier;
-  for (int n = 0; n < kEssais && !fichier; ++n) {
-    provisoire = chemin + ".part" + (n == 0 ? "" : std::to_string(n));
-    fichier = plateforme::ouvre(provisoire, Ouverture::creation_neuve);
-    if (!fichier && errno != EEXIST) break;
-  }
-  return fichier;
-}
-
 }  // namespace varnion

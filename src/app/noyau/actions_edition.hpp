@@ -47,8 +47,4 @@ constexpr std::size_t kNomVolumeHfsPlusMax = 255;
 /// The parts of a path.
 [[nodiscard]] std::vector<std::string> parties_chemin(std::string_view chemin);
 
-/// A file of its own, `provisoire`, beside the image `chemin` to be, so that a failure also keeps an older one.
-/// Closed after a failure (`errno` tells).
-[[nodiscard]] Fichier ouvre_provisoire(const std::string &chemin, std::string &provisoire);
-
 }  // namespace varnion

@@ -203,8 +203,9 @@ int compile_vers(FichierProjet &projet, const DemandeCompilation &demande, Conso
   if (!projet.ferme() && bilan.resultat == kCompilReussie) echec_ecriture_projet(projet.chemin());
   if (bilan.resultat != kCompilReussie) return kEchec;
   const std::string ligne =
-      message(kImageFaite, {demande.cible, taille_lisible(bilan.octets), bilan.dossiers, bilan.fichiers});
+      message(kImageFaite, {bilan.image, taille_lisible(bilan.octets), bilan.dossiers, bilan.fichiers});
   sortie << plateforme::texte_vers_utf8(ligne) << "\n";
+  if (bilan.ailleurs) return kEchec;
   if (bilan.remarques + manques > 0) {
     console.afficher_erreur(message(kImageIncomplete, {bilan.remarques + manques}));
     return kEchec;

@@ -52,6 +52,7 @@ int compile(TacheLettre &tache) {
   DemandeCompilation demande;
   if (tache.commande.option != '\0')
     demande.genre = tache.commande.option == 'I' ? GenreDemande::iso : GenreDemande::mac;
+  demande.ecrasement = Ecrasement::toujours;
   const std::string extension = extension_image(*projet, demande.genre);
   demande.cible = chemin_extension(tache.chemin, extension == "iso" ? kExtensionImage : extension);
   if (!prepare_signatures(tache.contexte.arguments, *projet)) return kEchec;
@@ -115,7 +116,7 @@ int image_defaite(TacheLettre &tache) {
   if (tache.commande.option == 'H') return commande_dehybrid(tache.contexte);
   if (tache.valeur.empty()) return kUsage;
   const auto cible = chemin_argument(tache.valeur);
-  return cible ? decompresse_vers(tache.contexte, tache.chemin, *cible, false) : kEchec;
+  return cible ? decompresse_vers(tache.contexte, tache.chemin, *cible, false, Ecrasement::toujours) : kEchec;
 }
 
 constexpr FicheLettre kFiches[] = {

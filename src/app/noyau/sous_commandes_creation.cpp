@@ -8,6 +8,7 @@
 #include "app/noyau/sous_commandes.hpp"
 #include "hfs/creation.hpp"
 #include "hfs/volume.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 #include "res/chaines.hpp"
@@ -80,22 +81,19 @@ int commande_new(ContexteCli &contexte) {
     return kEchec;
   }
   // Made under another name, so that a failure also keeps an older image.
-  std::string provisoire;
-  Fichier fichier = ouvre_provisoire(*chemin, provisoire);
+  FichierVoisin fichier = FichierVoisin::commence(*chemin);
   if (!fichier) return non_creee(*chemin, errno);
   ParametresImage parametres;
-  parametres.fichier = &fichier;
+  parametres.fichier = &fichier.fichier();
   parametres.nom = plateforme::utf8_vers_texte(label);
   parametres.label = *nom;
   parametres.taille_mo = taille;
   parametres.tout_effacer = arguments.a("zero");
   parametres.hfsplus = hfsplus;
   errno = 0;
-  if (!creation_image(parametres) || !fichier.fermer() || !plateforme::renomme(provisoire, *chemin)) {
-    const int erreur = errno;
-    static_cast<void>(plateforme::supprime(provisoire));
-    return non_creee(*chemin, erreur);
-  }
+  if (!creation_image(parametres) ||
+      !fichier.pose(arguments.a("force") ? Ecrasement::toujours : Ecrasement::jamais))
+    return non_creee(*chemin, errno);
   contexte.sortie << plateforme::texte_vers_utf8(
                          message(kFaite, {*chemin, megas(taille), parametres.hfsplus ? "HFS+" : "HFS"}))
                   << "\n";

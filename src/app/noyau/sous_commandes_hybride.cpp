@@ -48,7 +48,7 @@ std::optional<DeuxChemins> deux_chemins(const Arguments &arguments) {
 std::optional<CibleImage> cible_demandee(const Arguments &arguments) {
   CibleImage cible;
   cible.force = arguments.a("force");
-  cible.remplacement = cible.force ? Remplacement::toujours : Remplacement::jamais;
+  cible.ecrasement = cible.force ? Ecrasement::toujours : Ecrasement::jamais;
   if (!arguments.a("output")) return cible;
   const auto chemin = chemin_argument(arguments.valeur("output"));
   if (!chemin || !cible_libre(*chemin, cible.force)) return std::nullopt;
@@ -103,7 +103,7 @@ int commande_track_raw(ContexteCli &contexte) {
   if (!chemins || !cible_libre(chemins->second, arguments.a("force"))) return kEchec;
   const int mode = arguments.valeur("mode", "1") == "2" ? 2 : 1;
   const int resultat = piste_brute(chemins->premier, chemins->second, mode, longueur_de(chemins->premier),
-                                   arguments.a("force") ? Remplacement::toujours : Remplacement::jamais);
+                                   arguments.a("force") ? Ecrasement::toujours : Ecrasement::jamais);
   if (resultat != kPisteFaite) return echoue(resultat, chemins->premier, chemins->second);
   return reussit(contexte, kPiste, chemins->second);
 }

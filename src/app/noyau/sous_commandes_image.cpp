@@ -5,6 +5,8 @@
 
 #include "app/noyau/actions_projet.hpp"
 #include "app/noyau/sous_commandes.hpp"
+#include "compil/hybridation.hpp"
+#include "compil/pistes.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
@@ -30,12 +32,20 @@ DemandeCompilation demande(const Arguments &arguments, std::string cible) {
   resultat.cible = std::move(cible);
   resultat.genre = genre_demande(arguments);
   resultat.postgap = !arguments.a("no-postgap");
+  resultat.ecrasement = arguments.a("force") ? Ecrasement::toujours : Ecrasement::jamais;
   return resultat;
 }
 
-// An image of a run before, in the folder to be mastered, does not go on the new disc.
+// True for an image as a compile makes it: an ISO 9660 tree or a partition map.
+bool est_image(const std::string &chemin) {
+  const Fichier fichier = plateforme::ouvre(chemin, Ouverture::lecture);
+  return fichier && (position_iso(fichier) >= 0 || position_apple_hfs(fichier) >= 0);
+}
+
+// An image of a run before, in the folder to be mastered, does not go on the new disc. Any other file is a
+// source, which the compile does not replace.
 bool ecarte_cible(FichierProjet &projet, const std::string &cible, Console &console) {
-  if (!plateforme::existe(cible)) return true;
+  if (!est_image(cible)) return true;
   const std::string nom = plateforme::majuscules(cible.substr(cible.find_last_of("/\\") + 1));
   std::optional<RubriqueProjet> trouvee;
   LecteurRubriques tout(projet);

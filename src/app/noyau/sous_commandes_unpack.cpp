@@ -6,6 +6,7 @@
 #include "hfs/decompression.hpp"
 #include "IO/iodmg.hpp"
 #include "IO/plateforme.hpp"
+#include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -15,6 +16,8 @@ namespace {
 constexpr int kCopiesDouteuses = 6050;
 constexpr int kFaite = 6051;
 constexpr int kSansTables = 6401;
+constexpr int kCibleEstSource = 7782;
+constexpr std::size_t kCheminMessage = 200;
 
 // A bar on a terminal, a plain line every few seconds elsewhere.
 class Suivi {
@@ -48,11 +51,12 @@ class Suivi {
 
 }  // namespace
 
-int decompresse_vers(ContexteCli &contexte, const std::string &source, const std::string &cible,
-                     bool usuelle) {
+int decompresse_vers(ContexteCli &contexte, const std::string &source, const std::string &cible, bool usuelle,
+                     Ecrasement ecrasement) {
   Console &console = contexte.console;
   OptionsDmg options;
   options.usuelle = usuelle;
+  options.ecrasement = ecrasement;
   decide_lecture_dmg(source, console.options.interroge, options);
   ResultatDmg resultat;
   {
@@ -76,8 +80,14 @@ int commande_unpack(ContexteCli &contexte) {
   const Arguments &arguments = contexte.arguments;
   const auto source = chemin_argument(arguments.positions[0]);
   const auto cible = chemin_argument(arguments.positions[1]);
-  if (!source || !cible || !cible_libre(*cible, arguments.a("force"))) return kEchec;
-  return decompresse_vers(contexte, *source, *cible, arguments.a("usual"));
+  const bool force = arguments.a("force");
+  if (!source || !cible || !cible_libre(*cible, force)) return kEchec;
+  if (plateforme::meme_fichier(*source, *cible)) {
+    operations().afficher_erreur(message(kCibleEstSource, {tronque_chemin(*cible, kCheminMessage)}));
+    return kEchec;
+  }
+  return decompresse_vers(contexte, *source, *cible, arguments.a("usual"),
+                          force ? Ecrasement::toujours : Ecrasement::jamais);
 }
 
 }  // namespace varnion

@@ -74,6 +74,8 @@ class Preparation {
       : fenetre_(fenetre), projet_(*fenetre.projet()) {
     propose_.nature = nature;
     propose_.cible = std::move(cible);
+    // The choice of a name that is taken has been confirmed by now.
+    ecrasement_ = plateforme::existe(propose_.cible) ? Ecrasement::connu : Ecrasement::jamais;
   }
 
   bool etudie();
@@ -89,6 +91,7 @@ class Preparation {
   TVarnion &fenetre_;
   FichierProjet &projet_;
   ProposeCompilation propose_;
+  Ecrasement ecrasement_ = Ecrasement::jamais;
   ChoixCompilation choix_;
 };
 
@@ -160,6 +163,7 @@ bool Preparation::lance() {
   if (!projet) return echec_ecriture_projet(projet_.chemin());
   DemandeCompilation demande;
   demande.cible = propose_.cible;
+  demande.ecrasement = ecrasement_;
   demande.genre = genre();
   demande.postgap = choix_.postgap;
   demande.borne_fourches = true;

@@ -16,6 +16,7 @@
 #include "hfs/creation.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
+#include "IO/fichier_voisin.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
 #include "noms/regles.hpp"
@@ -96,29 +97,27 @@ bool copie_vers(TVarnion &fenetre, const std::string &chemin) {
     operations().afficher_erreur(charger_chaine(kManquePlace));
     return false;
   }
-  std::string provisoire;
-  Fichier cible = ouvre_provisoire(chemin, provisoire);
+  FichierVoisin cible = FichierVoisin::commence(chemin);
   if (!cible) {
     dit_non_creee(chemin, errno);
     return false;
   }
+  cible.comme(support().image);
   FinCopie fin = FinCopie::manquee;
   int erreur = 0;
   fenetre.operations_fenetre().en_fond([&] {
     operations().afficher_etat_seul(message(kCopieVers, {tronque_chemin(chemin, kCheminEtat)}));
     operations().progression_debut(static_cast<std::uint64_t>(taille));
-    fin = copie_image(support().image, cible, static_cast<std::uint64_t>(taille));
+    fin = copie_image(support().image, cible.fichier(), static_cast<std::uint64_t>(taille));
     erreur = errno;
     operations().progression_fin();
     operations().afficher_etat({}, {});
   });
-  if (fin == FinCopie::faite && (!cible.fermer() || !plateforme::renomme(provisoire, chemin))) {
+  if (fin == FinCopie::faite && !cible.pose(Ecrasement::connu)) {
     erreur = errno;
     fin = FinCopie::manquee;
   }
   if (fin == FinCopie::faite) return true;
-  cible = {};
-  static_cast<void>(plateforme::supprime(provisoire));
   if (fin == FinCopie::manquee) dit_non_creee(chemin, erreur);
   return false;
 }
@@ -132,10 +131,10 @@ bool libre(const std::string &chemin) {
 }
 
 // The engine has one volume at a time: what is open stands aside while the new one is laid out.
-bool ecrit_image(TVarnion &fenetre, Fichier &fichier, const ReponseImage &reponse, int &erreur) {
+bool ecrit_image(TVarnion &fenetre, FichierVoisin &fichier, const ReponseImage &reponse, int &erreur) {
   const ImageDeCote ancienne;
   ParametresImage parametres;
-  parametres.fichier = &fichier;
+  parametres.fichier = &fichier.fichier();
   parametres.nom = reponse.label;
   parametres.taille_mo = reponse.taille_mo;
   parametres.tout_effacer = reponse.tout_effacer;
@@ -143,7 +142,7 @@ bool ecrit_image(TVarnion &fenetre, Fichier &fichier, const ReponseImage &repons
   bool faite = false;
   fenetre.operations_fenetre().en_fond([&] {
     errno = 0;
-    faite = creation_image(parametres) && fichier.fermer();
+    faite = creation_image(parametres) && fichier.pose(Ecrasement::connu);
     erreur = errno;
   });
   operations().afficher_etat({}, {});
@@ -165,30 +164,19 @@ void dit_non_ecrit() {
 
 }  // namespace
 
-// Everything is made beside the file of that name, which stays until the image is whole.
+// What is there stays until the new image is whole.
 void cree_image(TVarnion &fenetre) {
   const auto chemin = demande_chemin(fenetre, kTitreNouvelle);
   if (!chemin || fenetre.est_ouvert_ici(*chemin) || !peut_ecraser(*chemin) || !libre(*chemin)) return;
-  std::string provisoire;
-  Fichier fichier = ouvre_provisoire(*chemin, provisoire);
+  FichierVoisin fichier = FichierVoisin::commence(*chemin);
   if (!fichier) return erreur_fichier(*chemin, errno);
   TNouvelleImage forme(&fenetre, *chemin);
-  bool faite = false;
-  if (forme.exec() == QDialog::Accepted) {
-    int erreur = 0;
-    faite = ecrit_image(fenetre, fichier, forme.reponse(), erreur);
-    if (faite && !plateforme::renomme(provisoire, *chemin)) {
-      erreur = errno;
-      faite = false;
-    }
-    if (!faite && erreur != 0) dit_non_creee(*chemin, erreur);
-  }
+  int erreur = 0;
+  const bool faite =
+      forme.exec() == QDialog::Accepted && ecrit_image(fenetre, fichier, forme.reponse(), erreur);
+  if (!faite && erreur != 0) dit_non_creee(*chemin, erreur);
   fichier = {};
-  if (!faite) {
-    static_cast<void>(plateforme::supprime(provisoire));
-    return;
-  }
-  if (fenetre.ouvre_chemin(*chemin)) retient_dossier(*chemin);
+  if (faite && fenetre.ouvre_chemin(*chemin)) retient_dossier(*chemin);
 }
 
 void enregistre_volume(TVarnion &fenetre) {
