@@ -173,12 +173,12 @@ TEST_P(Edition, AnImageThatAnotherProgramWritesToIsOnlyRead) {
 }
 
 TEST_P(Edition, AFileThatHasTheNameOfAnUnfinishedImageStays) {
-  fichier("w.img.part", "mine");
-  fichier("w.img.part1", "mine too");
+  fichier("w.img.varnion-1.part", "mine");
+  fichier("w.img.varnion-2.part", "mine too");
   reussit({"new", "w.img", "--size", "5"});
-  EXPECT_EQ(lit(d + "w.img.part"), "mine");
-  EXPECT_EQ(lit(d + "w.img.part1"), "mine too");
-  EXPECT_FALSE(existe("w.img.part2"));
+  EXPECT_EQ(lit(d + "w.img.varnion-1.part"), "mine");
+  EXPECT_EQ(lit(d + "w.img.varnion-2.part"), "mine too");
+  EXPECT_FALSE(existe("w.img.varnion-3.part"));
 }
 
 TEST_P(Edition, AResizeThatFailsSaysWhy) {

@@ -611,7 +611,7 @@ TEST_F(LigneCommande, OneInterruptionStopsACompileAndLeavesNothing) {
     const auto interrompt = [&](pid_t enfant) {
       std::error_code erreur;
       for (int i = 0; i < 10000; ++i) {
-        const auto taille = fs::file_size(d + "p.iso.part", erreur);
+        const auto taille = fs::file_size(d + "p.iso.varnion-1.part", erreur);
         if (!erreur && taille > (8 << 20)) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
       }

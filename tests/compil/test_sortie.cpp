@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <set>
 
+#include "outils/atelier.hpp"
+#include "outils/image_lue.hpp"
 #include "projet/outils.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 namespace {
@@ -134,6 +139,35 @@ TEST_F(Sortie, la_premiere_ecriture_manquee_arrete_tout) {
     EXPECT_EQ(sortie.erreur(), EFBIG) << grande;
     EXPECT_FALSE(sortie.vide());
   }
+}
+
+// Names that the writer has to tell apart take more room in the directories than was measured. The run
+// notices before anything lies over anything, and the next one has the room.
+class Reprise : public Atelier {};
+
+TEST_F(Reprise, des_repertoires_plus_longs_que_prevu_menent_a_un_second_passage) {
+  constexpr int kFichiers = 1500;
+  outils::ArbreSource source(bac + "src");
+  for (int i = 0; i < kFichiers; ++i) {
+    std::string nom(7, '_');
+    for (int reste = i, rang = 6; reste > 0; reste /= 3, --rang)
+      nom[static_cast<std::size_t>(rang)] = "_*:"[reste % 3];
+    source.fichier(nom, std::to_string(i));
+  }
+  FichierProjet projet = projet_de(bac + "src", false, kVueIso);
+  const BilanCompilation bilan = compile(projet, bac + "o.iso", GenreDemande::iso);
+  ASSERT_EQ(bilan.resultat, kCompilReussie) << messages();
+  const auto reprises = std::count(ops.journaux.begin(), ops.journaux.end(), charger_chaine(6325));
+  EXPECT_EQ(reprises, 1) << "the test is about a run that is planned again, once";
+  const outils::ImageLue image = outils::lit_image(bac + "o.iso", {true, false, false});
+  EXPECT_TRUE(image.fautes.vide()) << image.fautes.texte();
+  std::set<std::string> iso, joliet;
+  for (const auto &[arbre, contenus] : {std::pair{&image.iso, &iso}, {&image.joliet, &joliet}})
+    for (const outils::EntreeIso &e : arbre->entrees)
+      if (!e.dossier) contenus->insert(image.vue.texte(e.extent * outils::kSecteurLu, e.taille));
+  EXPECT_EQ(joliet.size(), std::size_t{kFichiers});
+  EXPECT_TRUE(iso == joliet);
+  EXPECT_TRUE(joliet.contains("0") && joliet.contains(std::to_string(kFichiers - 1)));
 }
 
 }  // namespace
