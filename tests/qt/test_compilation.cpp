@@ -490,51 +490,186 @@ TEST_F(Compile, SpeaksFrench) {
   EXPECT_EQ(action("Compil1")->text(), "Com&piler...");
 }
 
-TEST_F(Compile, JoinsAndPartsImages) {
+// The forms of hybridation and deshybridation, filled in and then answered.
+class Images : public Compile {
+ protected:
+  struct Vue {
+    QString cible, effets, pertes, bouton;
+    bool permis = false;
+  };
+  // Types the paths ("" leaves the target that is proposed), keeps what the form says, and takes it when that
+  // is permitted; whatever then stays open is given up.
+  void remplit(const char *forme, const QString &source, const QString &cible, bool prend = true) {
+    reponses_[forme] = [this, source, cible, prend](QDialog *f) {
+      const auto tape = [f](const char *nom, const QString &texte) {
+        champ(f, nom)->setText(texte);
+        emit champ(f, nom)->editingFinished();
+      };
+      tape("Source", source);
+      if (!cible.isEmpty()) tape("Cible", cible);
+      auto *ok = f->findChild<QAbstractButton *>("OK");
+      const auto *pertes = f->findChild<QLabel *>("Pertes");
+      vue_ = {champ(f, "Cible")->text(), f->findChild<QLabel *>("Effets")->text(),
+              pertes->isVisible() ? pertes->text() : QString(), ok->text(), ok->isEnabled()};
+      // No line of what is told is cut.
+      for (const char *nom : {"Effets", "Pertes"}) {
+        const auto *dit = f->findChild<QLabel *>(nom);
+        EXPECT_TRUE(!dit->isVisible() || dit->height() >= dit->heightForWidth(dit->width())) << nom;
+      }
+      if (prend) ok->click();
+      if (f->isVisible()) f->reject();
+    };
+  }
+  // The next question: No must be what Enter gives.
+  void question(const QString &texte, bool oui) {
+    reponses_["TMessON"] = [texte, oui](QDialog *f) {
+      EXPECT_TRUE(f->findChild<QLabel *>("texte")->text().contains(texte))
+          << f->findChild<QLabel *>("texte")->text().toStdString();
+      EXPECT_TRUE(f->findChild<QPushButton *>("MessNon")->isDefault());
+      oui ? f->accept() : f->reject();
+    };
+  }
+  QString ici(const char *nom) const { return bac_.filePath(nom); }
+  QStringList fichiers() const { return QDir(bac_.path()).entryList(QDir::Files); }
+
+  Vue vue_;
+};
+
+TEST_F(Images, AreJoinedAndPartedToNewFiles) {
   ArbreSource source(bac("src"));
   bati(source);
   image("iso.iso", GenreDemande::iso);
   image("mac.dmg", GenreDemande::mac);
-  const std::string avant = octets(bac("iso.iso"));
+  const std::string iso = octets(bac("iso.iso"));
+  const std::string mac = octets(bac("mac.dmg"));
   ouvre(bac("mac.dmg"));
-  QString iso = bac_.filePath("iso.iso");
-  fenetre_->demandes.ouvrir = [&](int titre, int filtre, const QString &) {
-    EXPECT_EQ(titre * 10000 + filtre, 13681367);
-    return iso;
-  };
+  const QStringList avant = fichiers();
+  remplit("THybridation", ici("iso.iso"), {}, false);
   execute("Hybrid1");
-  EXPECT_TRUE(vus_.isEmpty()) << tout_vu();
+  EXPECT_EQ(vue_.cible, ici("iso-hybrid.iso"));
+  EXPECT_EQ(vue_.bouton, "&Create Image");
+  EXPECT_TRUE(vue_.permis && vue_.effets.contains("Both images stay as they are"))
+      << vue_.effets.toStdString();
+  EXPECT_TRUE(vue_.pertes.isEmpty()) << vue_.pertes.toStdString();
+  EXPECT_EQ(fichiers(), avant);
+  remplit("THybridation", ici("iso.iso"), {});
+  execute("Hybrid1");
+  EXPECT_EQ(vus_.size(), 2) << tout_vu();
   EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("hybrid image"));
-  const outils::ImageLue image = outils::lit_image(bac("iso.iso"), {true, true, false});
-  EXPECT_TRUE(image.fautes.vide()) << image.fautes.texte();
+  const outils::ImageLue lue = outils::lit_image(bac("iso-hybrid.iso"), {true, true, false});
+  EXPECT_TRUE(lue.fautes.vide()) << lue.fautes.texte();
+  EXPECT_EQ(octets(bac("iso.iso")), iso);
+  EXPECT_EQ(octets(bac("mac.dmg")), mac);
+  // Its name is taken now: the next one proposed is free.
+  remplit("THybridation", ici("iso.iso"), {}, false);
   execute("Hybrid1");
-  EXPECT_TRUE(vu("already contains\na HFS partition")) << tout_vu();
-  execute("Desh1");
-  EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("ISO image"));
-  EXPECT_EQ(octets(bac("iso.iso")).substr(2560), avant.substr(2560));
-  vus_.clear();
-  execute("Desh1");
-  EXPECT_TRUE(vu("names no partition")) << tout_vu();
-  for (const char *commande : {"Hybrid1", "Desh1"}) {
-    vus_.clear();
-    iso = bac_.filePath("mac.dmg");
-    execute(commande);
-    EXPECT_TRUE(vu("is open in this window")) << tout_vu();
-  }
+  EXPECT_EQ(vue_.cible, ici("iso-hybrid-2.iso"));
 
-  // Esc on the way leaves the ISO file as it was.
+  const std::string hybride = octets(bac("iso-hybrid.iso"));
+  remplit("TDeshybridation", ici("iso-hybrid.iso"), {});
+  execute("Desh1");
+  EXPECT_EQ(vue_.cible, ici("iso-hybrid-iso.iso"));
+  EXPECT_TRUE(vue_.effets.contains("The hybrid image stays as it is")) << vue_.effets.toStdString();
+  EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("ISO image"));
+  EXPECT_EQ(octets(bac("iso-hybrid-iso.iso")).substr(2560), iso.substr(2560));
+  EXPECT_EQ(octets(bac("iso-hybrid.iso")), hybride);
+
+  // A file that has the name of the target goes for an answer alone.
+  pose(bac("pris.iso"), "older");
+  remplit("TDeshybridation", ici("iso-hybrid.iso"), ici("pris.iso"));
+  question("exists already", false);
+  execute("Desh1");
+  EXPECT_TRUE(vue_.pertes.contains("pris.iso exists already and is replaced")) << vue_.pertes.toStdString();
+  EXPECT_EQ(octets(bac("pris.iso")), "older");
+  question("exists already", true);
+  execute("Desh1");
+  EXPECT_EQ(octets(bac("pris.iso")), octets(bac("iso-hybrid-iso.iso")));
+}
+
+TEST_F(Images, ThatCannotBeTakenSayWhy) {
+  ArbreSource source(bac("src"));
+  bati(source);
+  image("iso.iso", GenreDemande::iso);
+  image("mac.dmg", GenreDemande::mac);
+  image("h.iso", GenreDemande::hybride);
+  pose(bac("boot.iso"), std::string(2048, 'b') + octets(bac("iso.iso")).substr(2048));
+  ouvre(bac("mac.dmg"));
+  const QStringList avant = fichiers();
+  const struct {
+    const char *commande, *forme, *source, *cible, *raison;
+  } refus[] = {
+      {"Hybrid1", "THybridation", "h.iso", "", "already contains a Macintosh partition"},
+      {"Hybrid1", "THybridation", "absent.iso", "x.iso", "cannot be opened"},
+      {"Hybrid1", "THybridation", "iso.iso", "mac.dmg", "is open in this window"},
+      {"Desh1", "TDeshybridation", "iso.iso", "", "names no partition"},
+      {"Desh1", "TDeshybridation", "h.iso", "mac.dmg", "is open in this window"},
+  };
+  for (const auto &[commande, forme, depuis, cible, raison] : refus) {
+    remplit(forme, ici(depuis), *cible == '\0' ? QString() : ici(cible));
+    execute(commande);
+    EXPECT_FALSE(vue_.permis) << commande << ' ' << depuis;
+    EXPECT_TRUE(vue_.effets.contains(raison)) << vue_.effets.toStdString();
+  }
+  EXPECT_EQ(fichiers(), avant);
+  // What would be lost is told ahead, and asked about.
+  remplit("TDeshybridation", ici("h.iso"), {});
+  question("would be lost with it", false);
+  execute("Desh1");
+  EXPECT_TRUE(vue_.pertes.contains("their content is lost")) << vue_.pertes.toStdString();
+  remplit("THybridation", ici("boot.iso"), {});
+  question("not empty", false);
+  execute("Hybrid1");
+  EXPECT_TRUE(vue_.pertes.contains("Boot code")) << vue_.pertes.toStdString();
+  EXPECT_EQ(fichiers(), avant);
+}
+
+TEST_F(Images, AreChangedThemselvesOnlyWhenThatIsConfirmed) {
+  ArbreSource source(bac("src"));
+  bati(source);
+  image("iso.iso", GenreDemande::iso);
+  image("mac.dmg", GenreDemande::mac);
+  const std::string iso = octets(bac("iso.iso"));
+  ouvre(bac("mac.dmg"));
+  const QStringList avant = fichiers();
+  remplit("THybridation", ici("iso.iso"), ici("iso.iso"));
+  question("itself is changed", false);
+  execute("Hybrid1");
+  EXPECT_EQ(vue_.bouton, "&Change Image");
+  EXPECT_TRUE(vue_.pertes.contains("The ISO image itself is changed")) << vue_.pertes.toStdString();
+  EXPECT_TRUE(octets(bac("iso.iso")) == iso);
+  question("itself is changed", true);
+  execute("Hybrid1");
+  const outils::ImageLue lue = outils::lit_image(bac("iso.iso"), {true, true, false});
+  EXPECT_TRUE(lue.fautes.vide()) << lue.fautes.texte();
+  const std::string hybride = octets(bac("iso.iso"));
+  remplit("TDeshybridation", ici("iso.iso"), ici("iso.iso"));
+  question("itself is changed", false);
+  execute("Desh1");
+  EXPECT_TRUE(octets(bac("iso.iso")) == hybride);
+  question("itself is changed", true);
+  execute("Desh1");
+  EXPECT_TRUE(octets(bac("iso.iso")).substr(2560) == iso.substr(2560));
+  EXPECT_EQ(fichiers(), avant);
+
+  // Esc on the way leaves the ISO file as it was, and nothing of a new one.
   execute("Fermer2");
   fs::resize_file(bac("mac.dmg"), 400'000'000);
   ouvre(bac("mac.dmg"));
-  iso = bac_.filePath("iso.iso");
   const std::string entier = octets(bac("iso.iso"));
-  QTimer echappe;
-  QObject::connect(&echappe, &QTimer::timeout, [this] { QTest::keyClick(fenetre_.get(), Qt::Key_Escape); });
-  echappe.start(1);
-  execute("Hybrid1");
-  echappe.stop();
-  EXPECT_TRUE(octets(bac("iso.iso")) == entier);
-  EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("not joined"));
+  for (const char *cible : {"iso.iso", "neuf.iso"}) {
+    remplit("THybridation", ici("iso.iso"), ici(cible));
+    QTimer echappe;
+    QObject::connect(&echappe, &QTimer::timeout, [this] {
+      if (operations_->occupe() && QApplication::activeModalWidget() == nullptr)
+        QTest::keyClick(fenetre_.get(), Qt::Key_Escape);
+    });
+    echappe.start(1);
+    execute("Hybrid1");
+    echappe.stop();
+    EXPECT_TRUE(octets(bac("iso.iso")) == entier);
+    EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("not joined")) << cible;
+    EXPECT_EQ(fichiers(), avant);
+  }
 }
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include "app/qt/tvarnion.hpp"
 #include "fenetre_essai.hpp"
 #include "hfs/ouverture.hpp"
+#include "hfs/volume.hpp"
 #include "IO/requete.hpp"
 #include "projet/arborescence.hpp"
 #include "res/chaines.hpp"
@@ -281,6 +282,22 @@ TEST_F(Documents, AVolumeThatStoodAsideIsChangedAsBefore) {
     lus.sort();
     EXPECT_EQ(lus, QStringList({"New Folder", "apres.txt", "avant.txt"}));
     EXPECT_FALSE(support().lecture_seule);
+    // An image of the other format is made meanwhile, and the one that is all that is left of its file kept.
+    ASSERT_TRUE(QFile::remove(image));
+    repond_chemin(bac_.filePath(plus ? "autre.hfs" : "autre+.hfs"));
+    prevoit("TNouvelleImage", [plus](QDialog &forme) {
+      forme.findChild<QAbstractButton *>("HfsPlus")->setChecked(!plus);
+      forme.accept();
+    });
+    prevoit("TMessEnr", [](QDialog &forme) { forme.reject(); });
+    lance([&] { execute("Nouvelle1"); });
+    execute("F5");
+    EXPECT_EQ(noms().size(), 3);
+    execute("SAll");
+    EXPECT_EQ(fenetre_->elements_choisis().size(), 3U);
+    EXPECT_EQ(volume_courant().est_hfsplus, plus);
+    prevoit("TMessEnr", clique("MessTiers"));
+    lance([&] { execute("Fermer2"); });
   }
 }
 

@@ -46,15 +46,29 @@ constexpr MotResultat kMotsCibleSeparee[] = {
 
 }  // namespace
 
-void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
-                  const std::string &second) {
+std::string texte_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
+                           const std::string &second) {
   const std::string systeme = plateforme::texte_erreur(errno);
   for (const MotResultat &mot : mots) {
     if (mot.resultat != resultat) continue;
     const std::string chemin = tronque_chemin(mot.chemin == 2 ? second : premier, kCheminMessage);
-    operations().afficher_erreur(mot.chemin == 0 ? message(mot.texte, {systeme})
-                                                 : message(mot.texte, {chemin, systeme}));
+    return mot.chemin == 0 ? message(mot.texte, {systeme}) : message(mot.texte, {chemin, systeme});
   }
+  return {};
+}
+
+void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
+                  const std::string &second) {
+  const std::string texte = texte_resultat(mots, resultat, premier, second);
+  if (!texte.empty()) operations().afficher_erreur(texte);
+}
+
+std::string texte_hybridation(int resultat, const std::string &partition, const std::string &iso) {
+  return texte_resultat(kMotsHybride, resultat, partition, iso);
+}
+
+std::string texte_separation(int resultat, const std::string &chemin) {
+  return texte_resultat(kMotsSepare, resultat, chemin, {});
 }
 
 void annonce_hybridation(int resultat, const std::string &partition, const std::string &iso,

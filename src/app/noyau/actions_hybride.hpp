@@ -20,7 +20,14 @@ struct MotResultat {
   bool systeme = false;
 };
 
-/// Tells what a table says of a result; nothing when it has no line. `errno` is that of the work.
+/// What a table says of a result; "" when it has no line. `errno` is that of the work.
+[[nodiscard]] std::string texte_resultat(std::span<const MotResultat> mots, int resultat,
+                                         const std::string &premier, const std::string &second);
+/// Why two images cannot be joined (kHybride…), or one cannot be parted (kSepare…), for a form.
+[[nodiscard]] std::string texte_hybridation(int resultat, const std::string &partition,
+                                            const std::string &iso);
+[[nodiscard]] std::string texte_separation(int resultat, const std::string &chemin);
+/// Tells it.
 void dit_resultat(std::span<const MotResultat> mots, int resultat, const std::string &premier,
                   const std::string &second);
 /// Tells why two images were not joined (kHybride… of compil/hybridation.hpp), for `hybridation_fichiers` and

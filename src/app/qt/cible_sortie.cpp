@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include "app/noyau/actions_projet.hpp"
+#include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "hfs/ouverture.hpp"
 #include "IO/operations.hpp"
@@ -34,8 +35,7 @@ std::optional<CibleSortie> cible_choisie(const QString &chemin) {
     operations().afficher_erreur(message(kOuverteIci, {montre}));
     return std::nullopt;
   }
-  if (fichier.exists() && operations().demander_oui_non(message(kEcraser, {montre})) == 0)
-    return std::nullopt;
+  if (fichier.exists() && !demande_prudente(message(kEcraser, {montre}))) return std::nullopt;
   const auto dossier = chemin_argument(fichier.absolutePath().toStdString());
   if (!dossier) return std::nullopt;
   auto ouvert = DossierSortie::ouvre(*dossier);

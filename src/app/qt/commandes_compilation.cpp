@@ -191,7 +191,7 @@ void compile_projet(TVarnion &fenetre) {
 }
 
 void ferme_pendant_compilation(TVarnion &fenetre) {
-  if (operations().demander_oui_non(charger_chaine(kFermerQuandMeme)) == 0) return;
+  if (!demande_prudente(charger_chaine(kFermerQuandMeme))) return;
   // It may have ended while the question stood.
   if (TVarThread *fil = TVarThread::courant(fenetre)) return fil->arrete_et_ferme();
   fenetre.close();

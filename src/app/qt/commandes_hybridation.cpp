@@ -3,46 +3,30 @@
 #include "app/qt/travaux.hpp"
 
 #include <cerrno>
-#include <optional>
 #include <string>
 
 #include <QStatusBar>
 
 #include "app/noyau/actions_hybride.hpp"
-#include "app/noyau/actions_projet.hpp"
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
+#include "app/qt/thybridation.hpp"
 #include "app/qt/tvarnion.hpp"
 #include "compil/hybridation.hpp"
 #include "hfs/ouverture.hpp"
-#include "IO/etat.hpp"
-#include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
-#include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
 
 namespace {
 
-constexpr int kTitreIso = 1368;
-constexpr int kFiltreIso = 1367;
 constexpr int kArretee = 6354;
-constexpr int kOuverteIci = 7029;
+constexpr int kSeparationArretee = 7783;
 constexpr int kDureeBilan = 8000;  // milliseconds
-constexpr std::size_t kCheminMessage = 100;
 
-// The ISO file to change. The image that the window holds open is not one: it would change under the mounted
-// volume.
-std::optional<std::string> choisit_iso(TVarnion &fenetre) {
-  const QString choisi = fenetre.demandes.ouvrir(kTitreIso, kFiltreIso, depart_documents());
-  if (choisi.isEmpty()) return std::nullopt;
-  auto chemin = chemin_argument(choisi.toStdString());
-  if (!chemin) return std::nullopt;
-  if (!support().image.ouvert() || !plateforme::meme_fichier(*chemin, partition_courante().chemin))
-    return chemin;
-  operations().afficher_erreur(message(kOuverteIci, {tronque_chemin(*chemin, kCheminMessage)}));
-  return std::nullopt;
+CibleImage cible_de(const ChoixImages &choix) {
+  return {choix.cible, choix.remplace ? Ecrasement::connu : Ecrasement::jamais, false};
 }
 
 void montre_bilan(TVarnion &fenetre, const std::string &texte) {
@@ -53,24 +37,38 @@ void montre_bilan(TVarnion &fenetre, const std::string &texte) {
 
 void hybride(TVarnion &fenetre) {
   if (!support().image.ouvert()) return;
-  const auto iso = choisit_iso(fenetre);
-  if (!iso) return;
+  const auto choix = boite_hybridation(fenetre);
+  if (!choix) return;
+  const QuestionsPrudentes prudentes(fenetre.operations_fenetre());
   int resultat = kHybrideEcriture;
-  fenetre.operations_fenetre().en_fond([&] { resultat = hybridation(support().image, *iso); });
-  if (resultat == kHybrideFaite) montre_bilan(fenetre, texte_image(kImageJointe, *iso));
+  fenetre.operations_fenetre().en_fond([&] {
+    errno = 0;
+    if (choix->sur_place) {
+      resultat = hybridation(support().image, choix->source);
+      return;
+    }
+    resultat = hybridation_vers(support().image, choix->source, cible_de(*choix));
+    if (resultat != kHybrideFaite && resultat != kHybrideArret)
+      annonce_hybridation(resultat, partition_courante().chemin, choix->source, choix->cible);
+  });
+  if (resultat == kHybrideFaite) montre_bilan(fenetre, texte_image(kImageJointe, choix->cible));
   if (resultat == kHybrideArret) montre_bilan(fenetre, charger_chaine(kArretee));
 }
 
 void deshybride(TVarnion &fenetre) {
-  const auto iso = choisit_iso(fenetre);
-  if (!iso) return;
+  const auto choix = boite_deshybridation(fenetre);
+  if (!choix) return;
+  const QuestionsPrudentes prudentes(fenetre.operations_fenetre());
   int resultat = kSepareEcriture;
   fenetre.operations_fenetre().en_fond([&] {
     errno = 0;
-    resultat = deshybridation(*iso);
-    if (resultat != kSepareFaite) annonce_separation(resultat, *iso);
+    resultat = choix->sur_place ? deshybridation(choix->source)
+                                : deshybridation_vers(choix->source, cible_de(*choix));
+    if (resultat != kSepareFaite && resultat != kSepareArret)
+      annonce_separation(resultat, choix->source, choix->cible);
   });
-  if (resultat == kSepareFaite) montre_bilan(fenetre, texte_image(kImageSeparee, *iso));
+  if (resultat == kSepareFaite) montre_bilan(fenetre, texte_image(kImageSeparee, choix->cible));
+  if (resultat == kSepareArret) montre_bilan(fenetre, charger_chaine(kSeparationArretee));
 }
 
 }  // namespace varnion

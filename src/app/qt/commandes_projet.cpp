@@ -183,6 +183,7 @@ void supprime_projet(TVarnion &fenetre) {
   const bool arbre = !fenetre.depuis_liste();
   std::vector<ElementTrouve> choisies = rubriques_choisies(fenetre);
   reponses_projet() = {};
+  const QuestionsPrudentes prudentes(fenetre.operations_fenetre());
   std::erase_if(choisies, [&](const ElementTrouve &element) {
     return element.rubrique.est_dossier() && !confirme_suppression(*projet, element.rubrique);
   });

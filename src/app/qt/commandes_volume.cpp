@@ -106,7 +106,7 @@ bool suppression_voulue(TVarnion &fenetre, const std::vector<ElementMac> &elemen
   if ((etat<OptionsProgramme>().options & kOptionSansQuestion) != 0) return true;
   std::optional<ComptesElements> comptes;
   fenetre.operations_fenetre().en_fond([&] { comptes = compte_elements(elements); });
-  return comptes && fenetre.operations_fenetre().demander_prudent(question_suppression(elements, *comptes));
+  return comptes && demande_prudente(question_suppression(elements, *comptes));
 }
 
 }  // namespace

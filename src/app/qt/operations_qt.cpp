@@ -120,6 +120,11 @@ bool OperationsQt::demander_prudent(std::string_view texte) {
   return demander_oui_non(texte) != 0;
 }
 
+bool demande_prudente(std::string_view texte) {
+  if (auto *fenetre = dynamic_cast<OperationsQt *>(&operations())) return fenetre->demander_prudent(texte);
+  return operations().demander_oui_non(texte) != 0;
+}
+
 SortTravail OperationsQt::demander_sort(std::string_view texte) {
   const int reponse = montre("TMessEnr", texte,
                              {.genre = FormeMessage::Genre::question,

@@ -115,6 +115,9 @@ class QuestionsPrudentes {
   OperationsQt &operations_;
 };
 
+/// `OperationsQt::demander_prudent` of the window, for who does not have it at hand.
+[[nodiscard]] bool demande_prudente(std::string_view texte);
+
 /// While it lives, `arret_demande` on this thread answers with a flag of its own: Esc is for the command in
 /// hand, not for a run beside it.
 class ArretDuFil {

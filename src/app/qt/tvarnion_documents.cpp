@@ -73,7 +73,7 @@ void retient_dossier(const std::string &chemin) {
 
 bool peut_ecraser(const std::string &chemin) {
   if (!plateforme::existe(chemin)) return true;
-  return operations().demander_oui_non(message(kEcraser, {tronque_chemin(chemin, kCheminMessage)})) != 0;
+  return demande_prudente(message(kEcraser, {tronque_chemin(chemin, kCheminMessage)}));
 }
 
 bool image_perdue() {
@@ -381,7 +381,7 @@ void TVarnion::ferme_projet(bool garde) {
 bool TVarnion::fin_de_session(bool questions) {
   if (questions && !operations_.occupe()) {
     if (compilation_) {
-      if (operations().demander_oui_non(charger_chaine(kFermerQuandMeme)) == 0) return false;
+      if (!demande_prudente(charger_chaine(kFermerQuandMeme))) return false;
       termine_compilation(*this);
     }
     const bool jete = brouillon_ && projet_->nb_rubriques() != 0;
