@@ -160,4 +160,13 @@ CarteImage lit_carte(const Fichier &image) {
   return carte;
 }
 
+std::uint64_t fin_de_partition(const CarteImage &carte, std::uint64_t debut) {
+  std::uint64_t fin = 0;
+  for (const LigneCarte &ligne : carte.lignes) {
+    if (ligne.debut != debut || ligne.taille == 0) continue;
+    if (fin == 0 || ligne.taille < fin - debut) fin = debut + ligne.taille;
+  }
+  return fin;
+}
+
 }  // namespace varnion

@@ -33,4 +33,7 @@ struct CarteImage {
 /// boot record.
 [[nodiscard]] CarteImage lit_carte(const Fichier &image);
 
+/// Byte behind the partition that begins at byte `debut`, by the shortest row that says so; 0 when none does.
+[[nodiscard]] std::uint64_t fin_de_partition(const CarteImage &carte, std::uint64_t debut);
+
 }  // namespace varnion

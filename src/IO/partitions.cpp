@@ -176,7 +176,7 @@ int sans_table(Octets secteurs, AnalysePartitions &analyse) {
   // The block size of the map is that of the image before. Kept as it stands.
   if (porte(secteurs, support().taille_bloc_carte, "PM")) return carte_apple(secteurs, analyse);
   if (!porte(secteurs, kVolume, "BD") && !porte(secteurs, kVolume, "H+")) return kPartitionInconnue;
-  support().lecture_seule = true;
+  support().lecture_seule.ajoute(Interdit::sans_carte);
   return 1;
 }
 

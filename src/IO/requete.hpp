@@ -34,10 +34,51 @@ using EntreeDriver = int (*)(RequeteIO &);
 /// the end leaves the buffer as it was. A failed write is remembered in `Support::echec_ecriture`.
 int driver_fichier(RequeteIO &requete);
 
+/// Why the mounted volume may not be changed. The words stand in `texte_interdit` (hfs/garde.hpp).
+enum class Interdit : std::uint8_t {
+  aucun,
+  lecture,            ///< the image was opened to be read
+  image,              ///< the image file cannot be written
+  copie,              ///< the image is a temporary copy of a compressed one
+  sans_carte,         ///< a volume without a partition map; from here on it is the volume, not the file
+  hors_carte,         ///< a volume where its map does not say
+  sans_catalogue,     ///< nothing that is known as a catalog
+  tailles,            ///< sizes in the header that the image does not bear out
+  partition,          ///< blocks in use behind the end of the partition
+  image_courte,       ///< blocks in use behind the end of the image
+  partage_iso,        ///< the volume's own tables lie in files of the ISO 9660 side
+  journal_plein,      ///< transactions that have not reached the volume
+  journal_illisible,  ///< a journal on another device, or none that can be read
+  comptes_abimes,     ///< counts of the header that cannot be
+  catalogue_abime,    ///< a node of the catalog; may be forced, as the one before and the one behind
+  extents_abimes,     ///< a node of the extents tree
+};
+
+/// `LectureSeule`: no while the volume may be changed, else the reason.
+class LectureSeule {
+ public:
+  LectureSeule(Interdit raison = Interdit::aucun) : raison_(raison) {}  // NOLINT(google-explicit-constructor)
+  LectureSeule(bool oui)                                                // NOLINT(google-explicit-constructor)
+      : raison_(oui ? Interdit::lecture : Interdit::aucun) {}
+  operator bool() const { return raison_ != Interdit::aucun; }  // NOLINT(google-explicit-constructor)
+  [[nodiscard]] Interdit raison() const { return raison_; }
+  /// A reason that came first stays.
+  void ajoute(Interdit raison) {
+    if (raison_ == Interdit::aucun) raison_ = raison;
+  }
+  /// Forgets what was found about a volume; what holds for its image file stays.
+  void oublie_volume() {
+    if (raison_ >= Interdit::sans_carte) raison_ = Interdit::aucun;
+  }
+
+ private:
+  Interdit raison_;
+};
+
 /// The medium of the engine.
 struct Support {
   Fichier image;               ///< `PartitionOuverte`
-  bool lecture_seule = false;  ///< `LectureSeule`
+  LectureSeule lecture_seule;  ///< why nothing may be written
   EntreeDriver entree_driver = driver_fichier;
   EntreeDriver entree_driver_carte = driver_fichier;
   int mode_driver = 3;

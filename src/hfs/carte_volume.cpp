@@ -10,7 +10,9 @@
 #include "hfs/croissance.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/volume.hpp"
+#include "hfs/zones_iso.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -23,10 +25,9 @@ namespace {
 constexpr int kMessageMorcelee = 1041;
 constexpr int kMessagePlein = 1073;
 constexpr int kMessageMemoire = 1082;
+constexpr int kMessagePartage = 7871;
 constexpr int kMessageCarteAbimee = 6020;
-constexpr int kMessageTailles = 6024;
 constexpr std::uint32_t kFenetreMax = 0x100000;  // bytes
-constexpr std::uint32_t kBlocMax = 1U << 26;     // bytes; larger blocks come from a damaged header
 constexpr std::size_t kOctetsSecteur = kTailleSecteur;
 
 CarteAllocation &carte() {
@@ -46,6 +47,33 @@ void lit_secteurs_carte(void *tampon, std::uint64_t position, std::uint32_t nomb
   requete.position = position;
   requete.tampon = tampon;
   support().entree_driver_carte(requete);
+}
+
+// Blocks up to the end of the partition, or up to the alternate MDB where that lies among them.
+std::uint64_t blocs_admis() {
+  const VolumeCourant &volume = volume_courant();
+  std::uint64_t fin = volume.fin_partition;
+  const std::uint64_t copie = place_copie_entete();
+  if (!volume.est_hfsplus && copie != 0) fin = fin == 0 ? copie : std::min(fin, copie);
+  if (fin == 0) return carte().nb_blocs;
+  const std::uint64_t secteurs = fin - std::min(fin, volume.debut_allocation);
+  return std::min(carte().nb_blocs, secteurs / std::max(1U, volume.secteurs_par_bloc));
+}
+
+// The block itself, or the first one behind it that the ISO side leaves alone.
+std::uint64_t hors_iso(std::uint64_t bloc) {
+  const VolumeCourant &volume = volume_courant();
+  const std::uint64_t secteur = secteur_de_bloc(bloc);
+  const ZoneIso zone = zone_iso_apres(secteur);
+  if (zone.debut >= secteur + volume.secteurs_par_bloc) return bloc;
+  return bloc + quotient_haut<std::uint64_t>(zone.fin - secteur, volume.secteurs_par_bloc);
+}
+
+// The first block behind `bloc`, which is not one, that the ISO side has a part of.
+std::uint64_t prochain_iso(std::uint64_t bloc) {
+  const VolumeCourant &volume = volume_courant();
+  const std::uint64_t debut = zone_iso_apres(secteur_de_bloc(bloc)).debut;
+  return debut > ~std::uint64_t{0} / 2 ? debut : (debut - volume.debut_allocation) / volume.secteurs_par_bloc;
 }
 
 // --- HFS: the bitmap in memory
@@ -70,6 +98,7 @@ bool charge_hfs() {
   // All bits of the bitmap's sectors count as blocks by design; those behind drNmAlBlks lie outside the
   // volume, on the alternate header and what follows, and are never handed out here.
   c.nb_blocs = std::min<std::uint64_t>(std::uint64_t{c.taille} * 8, volume.mdb->drNmAlBlks);
+  c.limite = blocs_admis();
   c.chargee = true;
   return true;
 }
@@ -81,12 +110,14 @@ constexpr std::uint64_t kSuiteMinimale = 10;
 std::optional<SuiteBlocs> cherche_hfs(std::uint32_t voulus) {
   Mdb &mdb = *volume_courant().mdb;
   const auto bits = bits_hfs();
-  const std::uint64_t fin = carte().nb_blocs;
+  const std::uint64_t fin = carte().limite;
   std::uint64_t place = mdb.drAllocPtr;
   for (;;) {
     const std::uint64_t debut = premier_libre(bits, place, fin);
     if (debut >= fin || debut + voulus > fin) return std::nullopt;
-    const std::uint64_t bout = premier_pris(bits, debut, debut + voulus);
+    place = hors_iso(debut);
+    if (place != debut) continue;
+    const std::uint64_t bout = premier_pris(bits, debut, std::min(debut + voulus, prochain_iso(debut)));
     if (bout - debut < voulus && bout - debut < kSuiteMinimale) {
       place = bout;
       continue;
@@ -176,8 +207,23 @@ bool charge_hfsplus() {
   if (!c.fichier) return refuse(kMessageMemoire);
   if (!copie_carte_plus()) return refuse(kMessageMorcelee);
   c.nb_blocs = std::min<std::uint64_t>(std::uint64_t{c.taille} * 8, volume.vhb->totalBlocks);
+  c.limite = blocs_admis();
   c.chargee = true;
   return charge_fenetre(0);
+}
+
+// The first free block from `place` on, with its window loaded; nullopt when there is none.
+std::optional<std::uint64_t> premier_libre_plus(std::uint64_t place) {
+  CarteAllocation &c = carte();
+  while (place < c.limite) {
+    if (!fenetre_de(place / 8)) return std::nullopt;
+    const std::uint64_t zero = std::uint64_t{c.base} * 8;
+    const std::uint64_t fin = std::min(c.limite, zero + std::uint64_t{c.longueur} * 8);
+    const std::uint64_t debut = zero + premier_libre({c.tampon.get(), c.longueur}, place - zero, fin - zero);
+    place = debut < fin ? hors_iso(debut) : fin;
+    if (debut < fin && place == debut) return debut;
+  }
+  return std::nullopt;
 }
 
 // First fit from the hint; a run counts as useful from one eighth of what is wanted. Runs end at the border
@@ -186,28 +232,21 @@ std::optional<SuiteBlocs> cherche_hfsplus(std::uint32_t voulus) {
   EnteteVolumePlus &vhb = *volume_courant().vhb;
   CarteAllocation &c = carte();
   std::uint64_t place = vhb.nextAllocation & ~7U;  // the search begins at a whole byte
-  for (bool premiere = true; place < c.nb_blocs; premiere = false) {
-    std::uint64_t debut = c.nb_blocs;
-    std::uint64_t fin = 0;
-    std::uint64_t zero = 0;
-    for (; place < c.nb_blocs; place = fin) {
-      if (!fenetre_de(place / 8)) return std::nullopt;
-      zero = std::uint64_t{c.base} * 8;
-      fin = std::min(c.nb_blocs, zero + std::uint64_t{c.longueur} * 8);
-      debut = zero + premier_libre({c.tampon.get(), c.longueur}, place - zero, fin - zero);
-      if (debut < fin) break;
-    }
-    if (place >= c.nb_blocs) return std::nullopt;
-    const std::uint64_t limite = std::min(fin, debut + voulus);
-    const std::uint64_t bout = zero + premier_pris({c.tampon.get(), c.longueur}, debut - zero, limite - zero);
-    if (bout - debut == voulus || bout - debut > voulus / 8) {
-      fixe_bits_hfsplus(debut, bout, true);
+  for (bool premiere = true;; premiere = false) {
+    const auto debut = premier_libre_plus(place);
+    if (!debut) return std::nullopt;
+    const std::uint64_t zero = std::uint64_t{c.base} * 8;
+    const std::uint64_t limite =
+        std::min({c.limite, zero + std::uint64_t{c.longueur} * 8, *debut + voulus, prochain_iso(*debut)});
+    const std::uint64_t bout =
+        zero + premier_pris({c.tampon.get(), c.longueur}, *debut - zero, limite - zero);
+    if (bout - *debut == voulus || bout - *debut > voulus / 8) {
+      fixe_bits_hfsplus(*debut, bout, true);
       if (premiere) vhb.nextAllocation = static_cast<std::uint32_t>(bout);
-      return SuiteBlocs{static_cast<std::uint32_t>(debut), static_cast<std::uint32_t>(bout - debut)};
+      return SuiteBlocs{static_cast<std::uint32_t>(*debut), static_cast<std::uint32_t>(bout - *debut)};
     }
-    place = bout - debut < 8 ? bout + 8 : bout;
+    place = bout - *debut < 8 ? bout + 8 : bout;
   }
-  return std::nullopt;
 }
 
 // --- both
@@ -235,29 +274,6 @@ void ajoute_suites(std::vector<SuiteBlocs> &suites, const Extents &extents) {
     if (extent.blockCount != 0) suites.push_back({extent.startBlock, extent.blockCount});
 }
 
-// Blocks of the B-tree files and, on HFS+, of the other files of the header and of the headers themselves. As
-// far as the headers name them: runs of the catalog in the extents tree are not among them.
-std::vector<SuiteBlocs> suites_du_systeme() {
-  const VolumeCourant &volume = volume_courant();
-  std::vector<SuiteBlocs> suites;
-  if (!volume.est_hfsplus) {
-    ajoute_suites(suites, volume.mdb->drXTExtRec);
-    ajoute_suites(suites, volume.mdb->drCTExtRec);
-    return suites;
-  }
-  const EnteteVolumePlus &vhb = *volume.vhb;
-  for (const FourchePlus *fourche :
-       {&vhb.allocationFile, &vhb.extentsFile, &vhb.catalogFile, &vhb.attributesFile, &vhb.startupFile})
-    ajoute_suites(suites, fourche->extents);
-  // TN1150: the first 1,536 bytes and the last 1,024 are marked.
-  const std::uint32_t tete = quotient_haut<std::uint32_t>(1536, volume.taille_bloc);
-  const std::uint32_t queue = quotient_haut<std::uint32_t>(1024, volume.taille_bloc);
-  if (vhb.totalBlocks < tete + queue) return suites;
-  suites.push_back({0, tete});
-  suites.push_back({vhb.totalBlocks - queue, queue});
-  return suites;
-}
-
 bool suite_entiere(SuiteBlocs suite) {
   if (volume_courant().est_hfsplus) {
     for (std::uint64_t place = suite.debut, fin = std::uint64_t{suite.debut} + suite.nombre; place < fin;) {
@@ -272,6 +288,21 @@ bool suite_entiere(SuiteBlocs suite) {
   }
   const std::uint64_t fin = std::uint64_t{suite.debut} + suite.nombre;
   return premier_libre(bits_hfs(), suite.debut, fin) == fin;
+}
+
+// A volume without an alternate header gets one where the format wants it and nobody has the blocks.
+void adopte_copie() {
+  const VolumeCourant &volume = volume_courant();
+  if (!volume.est_hfsplus || place_copie_entete() != 0) return;
+  const std::uint64_t fin = secteur_de_bloc(carte().nb_blocs);
+  const std::uint32_t queue = quotient_haut<std::uint32_t>(1024, volume.taille_bloc);
+  if (carte().nb_blocs != volume.vhb->totalBlocks || carte().limite != carte().nb_blocs ||
+      queue >= carte().nb_blocs)
+    return;
+  const auto premier = carte().nb_blocs - queue;
+  for (std::uint64_t bloc = premier; bloc < carte().nb_blocs; ++bloc)
+    if (premier_libre_plus(bloc) != bloc) return;
+  adopte_copie_entete(fin - 2);
 }
 
 // A new HFS+ volume has only its first 64 blocks marked; the rest of its B-tree files is kept free of files
@@ -306,7 +337,8 @@ void recule_indice_hfs() {
 
 std::optional<SuiteBlocs> alloue_ou_message(std::uint32_t voulus) {
   auto suite = alloue_sans_message(voulus);
-  if (!suite) operations().afficher_erreur(charger_chaine(kMessagePlein));
+  if (!suite)
+    operations().afficher_erreur(charger_chaine(zones_iso().empty() ? kMessagePlein : kMessagePartage));
   return suite;
 }
 
@@ -321,36 +353,54 @@ void ecrit_marques_plus() {
   }
 }
 
-// False for sizes of a damaged header: a change would write gigabytes behind the end of the image. An image
-// cut short by a little passes.
-bool tailles_admises() {
-  constexpr std::uint64_t kDepassement = std::uint64_t{1} << 20;  // bytes
-  const VolumeCourant &volume = volume_courant();
-  const std::uint32_t taille = volume.taille_bloc;
-  if (taille == 0 || taille % kTailleSecteur != 0 || taille > kBlocMax) return false;
-  if (!support().image.ouvert()) return true;
-  const std::int64_t image = fichier_taille(support().image);
-  return image >= 0 && fin_volume() <= (static_cast<std::uint64_t>(image) + kDepassement) / kTailleSecteur;
-}
-
 }  // namespace
 
 CarteAllocation &carte_allocation() {
   return etat<CarteAllocation>();
 }
 
+std::vector<SuiteBlocs> suites_du_systeme() {
+  const VolumeCourant &volume = volume_courant();
+  std::vector<SuiteBlocs> suites;
+  if (!volume.est_hfsplus) {
+    ajoute_suites(suites, volume.mdb->drXTExtRec);
+    ajoute_suites(suites, volume.mdb->drCTExtRec);
+    return suites;
+  }
+  const EnteteVolumePlus &vhb = *volume.vhb;
+  for (const FourchePlus *fourche :
+       {&vhb.allocationFile, &vhb.extentsFile, &vhb.catalogFile, &vhb.attributesFile, &vhb.startupFile})
+    ajoute_suites(suites, fourche->extents);
+  // TN1150: the first 1,536 bytes are marked, and the last 1,024 where they lie in blocks.
+  const std::uint32_t tete = quotient_haut<std::uint32_t>(1536, volume.taille_bloc);
+  if (vhb.totalBlocks < tete) return suites;
+  suites.push_back({0, tete});
+  const std::uint64_t copie = place_copie_entete();
+  if (copie == 0 || copie >= secteur_de_bloc(vhb.totalBlocks)) return suites;
+  const auto bloc = static_cast<std::uint32_t>((copie - volume.debut_allocation) / volume.secteurs_par_bloc);
+  const std::uint32_t queue = quotient_haut<std::uint32_t>(1024, volume.taille_bloc);
+  suites.push_back({bloc, std::min(queue, vhb.totalBlocks - bloc)});
+  return suites;
+}
+
+std::uint32_t secteurs_bits_hfs() {
+  const Mdb &mdb = *volume_courant().mdb;
+  const std::uint32_t place = mdb.drAlBlSt > mdb.drVBMSt ? std::uint32_t{mdb.drAlBlSt} - mdb.drVBMSt : 0;
+  return std::min(place, quotient_haut<std::uint32_t>(mdb.drNmAlBlks, kTailleSecteur * 8));
+}
+
 bool chargement_carte() {
   const VolumeCourant &volume = volume_courant();
   if (!volume.a_entete()) return false;
-  if (!support().lecture_seule && !tailles_admises()) {
-    operations().journal(GenreJournal::erreur, formate("volume: blocks of %u bytes up to sector %u, refused",
-                                                       {volume.taille_bloc, fin_volume()}));
-    return refuse(kMessageTailles);
+  if (!support().lecture_seule && !admet_changements()) {
+    liberation_carte();
+    return false;
   }
   bool chargee = false;
   if (!support().lecture_seule) {
     chargee = volume.est_hfsplus ? charge_hfsplus() : charge_hfs();
     if (!chargee) return false;
+    adopte_copie();
     marque_systeme();
   }
   if (!carte_noeuds().chargee) charge_carte_noeuds();
@@ -444,6 +494,8 @@ void ecrit_marques() {
   c.bas = ~std::uint64_t{0};
   c.haut = 0;
   if (volume.est_hfsplus) {
+    // Whoever finds the journal's own stamp here would take its old transactions for newer than the volume.
+    volume.vhb->lastMountedVersion = kEstampille;
     ecrit_volume(volume.vhb, volume.debut_allocation + 2, 1);
   } else {
     ecrit_volume(volume.mdb, volume.debut_volume + 2, 1);
@@ -456,8 +508,8 @@ void ecriture_carte_hfs() {
   if (!c.chargee || volume.mdb == nullptr) return;
   volume.mdb->drWrCnt = volume.mdb->drWrCnt + 1;
   const auto mdb = octets_de(*volume.mdb);
-  std::copy(mdb.begin(), mdb.end(), c.tampon.get() + 2 * kOctetsSecteur);
-  ecrit_volume(c.tampon.get(), volume.debut_volume, volume.mdb->drVBMSt + c.secteurs);
+  ecrit_volume(mdb.data(), volume.debut_volume + 2, 1);
+  ecrit_volume(bits_hfs().data(), volume.debut_volume + volume.mdb->drVBMSt, secteurs_bits_hfs());
   ecriture_mdb_secours();
   c = {};
 }

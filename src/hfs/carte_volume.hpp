@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "hfs/fiches.hpp"
 #include "IO/fichier.hpp"
@@ -29,6 +30,7 @@ struct CarteAllocation {
   std::uint32_t secteurs = 0;              ///< the same in sectors
   std::uint32_t taille_recopie = 0;        ///< node size of the catalog, see `ecriture_carte_hfsplus`
   std::uint64_t nb_blocs = 0;              ///< bits that stand for blocks of the volume
+  std::uint64_t limite = 0;  ///< blocks from here on are never given out: the partition ends before they do
   bool chargee = false;
   std::uint64_t bas = ~std::uint64_t{0};  ///< bytes of bitmap marked since they last reached the disk
   std::uint64_t haut = 0;
@@ -37,8 +39,9 @@ struct CarteAllocation {
 
 /// Loads the bitmap, then the catalog's node map, and puts right what would let later changes spoil the
 /// volume (marks of the volume's own files, node count of the catalog, map nodes), with a journal line each.
-/// False, with a message shown, when the volume cannot be changed; silently so when it is read-only, where
-/// only the node map is loaded.
+/// The first time of a mount the trees are judged before (`admet_changements`). False, with a message shown,
+/// when the volume cannot be changed; silently so when it was known to be read-only, where only the node map
+/// is loaded.
 [[nodiscard]] bool chargement_carte();
 /// Drops bitmap, node map and work file without writing. To be called at the unmount.
 void liberation_carte();
@@ -49,8 +52,15 @@ struct SuiteBlocs {
   std::uint32_t nombre = 0;
 };
 
+/// Blocks of the B-tree files and, on HFS+, of the other files of the header and of the headers themselves.
+/// As far as the headers name them: runs of the catalog in the extents tree are not among them.
+[[nodiscard]] std::vector<SuiteBlocs> suites_du_systeme();
+/// Sectors of the bitmap of HFS that have bits for blocks; those up to the first block belong to nobody.
+[[nodiscard]] std::uint32_t secteurs_bits_hfs();
+
 /// Takes one run of up to `voulus` blocks; the caller asks again for the rest, and changes the count of free
-/// blocks. nullopt, with message 1073 shown, when there is no usable run.
+/// blocks. Blocks that the ISO 9660 side of the image uses are passed over, whatever the bitmap says.
+/// nullopt, with message 1073 or 7871 shown, when there is no usable run.
 [[nodiscard]] std::optional<SuiteBlocs> alloue_hfs(std::uint32_t voulus);
 [[nodiscard]] std::optional<SuiteBlocs> alloue_hfsplus(std::uint32_t voulus);
 /// The same for the mounted format, without the message.
@@ -71,8 +81,8 @@ void ajuste_blocs_libres(std::int64_t delta);
 /// disk takes for free.
 void ecrit_marques();
 
-/// What `ecriture_structures` does with the bitmap: HFS writes boot sectors, MDB and bitmap as one request,
-/// and the alternate MDB, then drops the bitmap; HFS+ copies the work file back and keeps it.
+/// What `ecriture_structures` does with the bitmap: HFS writes MDB, bitmap and alternate MDB, then drops the
+/// bitmap; HFS+ copies the work file back and keeps it.
 void ecriture_carte_hfs();
 void ecriture_carte_hfsplus();
 

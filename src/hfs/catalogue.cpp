@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "hfs/fenetre.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/noeud.hpp"
 #include "hfs/texte_mac.hpp"
 #include "hfs/traits.hpp"
@@ -188,6 +189,11 @@ ResultatParcours &finit(ResultatParcours &resultat, Pas pas, std::uint32_t noeud
   return resultat;
 }
 
+ResultatParcours &finit_abime(ResultatParcours &resultat, std::uint32_t noeud) {
+  note_catalogue_abime(noeud);
+  return finit(resultat, Pas::faux, noeud);
+}
+
 // Along the chain of leaves from `noeud` on. `lit` gives the bytes of a leaf by number. A chain that comes
 // back to a leaf is damaged.
 template <typename Traits, typename Lit>
@@ -198,10 +204,11 @@ ResultatParcours parcourt_feuilles(std::uint32_t noeud, std::uint32_t parent, co
   Feuille feuille;
   for (; noeud != 0;) {
     const OctetsNoeud octets = vues.insert(noeud).second ? lit(noeud) : OctetsNoeud{};
-    if (octets.empty() || !est_feuille(octets)) return finit(resultat, Pas::faux, noeud);
+    if (octets.empty() || !est_feuille(octets)) return finit_abime(resultat, noeud);
     feuille.octets.assign(octets.begin(), octets.end());
     feuille.numero = noeud;
     const Pas pas = montre_feuille<Traits>(feuille, parent, visite, resultat);
+    if (pas == Pas::faux) return finit_abime(resultat, noeud);
     if (pas != Pas::suivant) return finit(resultat, pas, noeud);
     noeud = entete_noeud(feuille.noeud())->fLink;
   }

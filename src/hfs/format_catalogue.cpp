@@ -1,14 +1,18 @@
 #include "hfs/format_catalogue.hpp"
 
+#include "hfs/journal.hpp"
 #include "hfs/noeud.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
+#include "res/chaines.hpp"
 
 namespace varnion {
 namespace {
 
 constexpr std::uint16_t kDrapeauVerrou = 1;  // HFSPlusCatalogFile: kHFSFileLockedMask
 constexpr std::uint16_t kDrapeauFil = 2;     // kHFSThreadExistsMask
+
+constexpr int kDuJournal = 7870;  // name
 
 void ajoute16(be16 &champ, int delta) {
   champ = static_cast<std::uint16_t>(champ + delta);
@@ -212,6 +216,26 @@ void ecrit_courant() {
   const DescripteurArbre &arbre = volume_courant().catalogue;
   ecriture_noeud(arbre.noeud, arbre.octets());
 }
+
+template <typename C>
+bool du_journal(const RubriqueLue &lue) {
+  if constexpr (C::kPlus) {
+    const auto *fichier = vue<FichierPlus>(lue.donnees, 0);
+    const JournalVolume journal = lit_journal();
+    if (journal.etat == EtatJournal::aucun || lue.type != kRubriqueFichier || fichier == nullptr)
+      return false;
+    const std::string nom = nom_item_windows(lue.nom);
+    const std::uint32_t bloc = fichier->dataFork.extents[0].startBlock;
+    const bool nomme = lue.parent == kIdRacine && (nom == ".journal" || nom == ".journal_info_block");
+    if (!nomme && (bloc == 0 || (bloc != journal.bloc_info && bloc != journal.bloc))) return false;
+    operations().afficher_erreur(message(kDuJournal, {nom}));
+    return true;
+  }
+  return false;
+}
+
+template bool du_journal<CatalogueHfs>(const RubriqueLue &);
+template bool du_journal<CatalogueHfsPlus>(const RubriqueLue &);
 
 bool modifiable() {
   const VolumeCourant &volume = volume_courant();

@@ -191,6 +191,11 @@ void ecrit_courant();
 /// True when the volume may be changed: mounted, and its bitmap loaded. Else a journal line.
 [[nodiscard]] bool modifiable();
 
+/// True, after message 7870, for a file that the journal of a journaled volume needs where it is: the journal
+/// and its info block are found by their blocks, and their files keep others from taking them (TN1150).
+template <typename C>
+[[nodiscard]] bool du_journal(const RubriqueLue &lue);
+
 /// Raw line of the journal at trace level above 1: "*del name" and the like.
 void trace_operation(std::string_view genre, const NomItem &nom, const NomItem *second = nullptr);
 

@@ -180,8 +180,9 @@ bool divise(std::int32_t garde, std::span<const std::uint8_t> seule) {
     std::copy(seule.begin(), seule.end(), place.begin());
   }
   const CleGardee<Traits> cle_droite(enregistrement(neuf, 0));
-  ecriture_noeud(voisins.gauche, vieux);
+  // The new node first: a process that ends between the two leaves records twice, never none.
   ecriture_noeud(voisins.droite, neuf);
+  ecriture_noeud(voisins.gauche, vieux);
   return raccorde<Traits>(cle_gauche, cle_droite, voisins, tete.height);
 }
 

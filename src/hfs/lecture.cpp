@@ -134,7 +134,6 @@ LecteurFourche::LecteurFourche(bool hfsplus, std::uint32_t fichier, std::uint8_t
   const std::size_t nombre = hfsplus ? std::tuple_size_v<ExtentsPlus> : std::tuple_size_v<ExtentsHfs>;
   std::array<ExtentMac, 8> extents = fourche.extents;
   while (ajoute(std::span(extents).first(nombre), voulus)) {
-    if (hfsplus) support().lecture_seule = true;
     if (!record_suivant(hfsplus, fichier, blocs_, numero, extents)) break;
   }
   atteints_ = std::min({longueur_, blocs_ * taille_bloc, taille_support()});

@@ -31,8 +31,7 @@ struct ResultatFourche {
 /// A fork with all its extents at hand, those of the extents tree included.
 class LecteurFourche {
  public:
-  /// `numero`: kFourcheDonnees or kFourcheRessources. A fork of HFS+ that needs the extents tree sets
-  /// `LectureSeule`.
+  /// `numero`: kFourcheDonnees or kFourcheRessources.
   LecteurFourche(const ElementMac &element, std::uint8_t numero);
   LecteurFourche(bool hfsplus, std::uint32_t fichier, std::uint8_t numero, const FourcheMac &fourche);
 

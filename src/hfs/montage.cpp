@@ -5,8 +5,12 @@
 #include <optional>
 #include <span>
 
+#include "hfs/extents.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
+#include "hfs/zones_iso.hpp"
+#include "IO/lignes_carte.hpp"
 #include "IO/operations.hpp"
 #include "IO/partitions.hpp"
 #include "IO/requete.hpp"
@@ -131,7 +135,7 @@ bool monte_gpt_publiee() {
 // a case-sensitive volume without a map. Read-only, as every volume without a map.
 bool monte_nu() {
   if (!monte_volume(0, true)) return false;
-  support().lecture_seule = true;
+  support().lecture_seule.ajoute(Interdit::sans_carte);
   journalise(charger_chaine(kVolumeNu));
   return true;
 }
@@ -173,6 +177,41 @@ void monte_ancien_hfs(VolumeCourant &volume, std::uint64_t debut, const Mdb &mdb
   journalise(message(kMotAncien, {std::uint16_t{mdb.drEmbedSigWord}}));
 }
 
+// Images of this program count the blocks alone as the partition of an HFS volume, not what stands in front
+// of them and behind: what is missing is the volume's as long as nobody else has it. 0 for any other.
+std::uint64_t fin_sans_voisin(const CarteImage &carte, std::uint64_t fin) {
+  const VolumeCourant &volume = volume_courant();
+  if (volume.est_hfsplus || volume.mdb == nullptr || fin == 0) return 0;
+  const std::uint64_t voulue = secteur_de_bloc(volume.mdb->drNmAlBlks) + 2;
+  if (voulue <= fin || voulue - fin > volume.mdb->drAlBlSt + std::uint64_t{2} || porte_iso()) return 0;
+  const bool voisin = std::any_of(carte.lignes.begin(), carte.lignes.end(), [&](const LigneCarte &ligne) {
+    return ligne.debut >= fin * kTailleSecteur && ligne.debut < voulue * kTailleSecteur;
+  });
+  return voisin ? 0 : voulue;
+}
+
+// Sector behind the partition that begins at `debut`, and behind the room that a wrapper has for its volume;
+// 0 when the map does not tell.
+std::uint64_t fin_de_place(std::uint64_t debut, const Mdb *enveloppe) {
+  if (!support().image.ouvert()) return 0;
+  const CarteImage carte = lit_carte(support().image);
+  const std::uint64_t fin = fin_de_partition(carte, debut * kTailleSecteur) / kTailleSecteur;
+  if (enveloppe == nullptr || enveloppe->drEmbedExtent.blockCount == 0)
+    return std::max(fin, fin_sans_voisin(carte, fin));
+  const std::uint64_t place =
+      volume_courant().debut_allocation +
+      std::uint64_t{enveloppe->drEmbedExtent.blockCount} * enveloppe->drAlBlkSiz / kTailleSecteur;
+  return fin == 0 ? place : std::min(fin, place);
+}
+
+// The words for a bare volume, when there is a map that does not have it, are others.
+void precise_sans_carte() {
+  LectureSeule &seule = support().lecture_seule;
+  if (seule.raison() == Interdit::sans_carte && support().image.ouvert() &&
+      lit_carte(support().image).genre != GenreCarte::aucune)
+    seule = Interdit::hors_carte;
+}
+
 void oublie_volume(VolumeCourant &volume) {
   volume.est_hfsplus = false;
   volume.mdb = nullptr;
@@ -208,22 +247,30 @@ bool monte_volume(std::uint64_t debut, bool publiee) {
   const bool enveloppe = hfs && mdb.drEmbedSigWord == kSignatureHfsPlus;
   if (enveloppe && publiee) corrige_enveloppe(debut, mdb);
   if (hfs && !enveloppe && mdb.drEmbedSigWord != 0 && publiee) monte_ancien_hfs(volume, debut, mdb);
+  volume.fin_partition = fin_de_place(debut, enveloppe ? &mdb : nullptr);
   static_cast<void>(ouverture_arbres());
   const bool sans_entete = volume.est_hfsplus && !est_plus(volume.vhb->signature);
   if (volume.catalogue.taille_noeud == 0 || volume.taille_bloc == 0 || sans_entete ||
       (mdb.drSigWord == kSignatureHfs && !enveloppe && mdb.drCTExtRec[0].blockCount == 0)) {
-    support().lecture_seule = true;
+    support().lecture_seule.ajoute(Interdit::sans_catalogue);
     journalise(charger_chaine(kSansCatalogue));
   }
+  juge_entete();
   partition_courante().nom_volume = nom_volume();
   return true;
 }
 
 int analyse_volume(const OptionsOuverture &options) {
   AnalysePartitions analyse;
+  support().lecture_seule.oublie_volume();
   const int nombre = analyse_partitions(analyse, charger_chaine(kSansTitre));
   const bool publiee = options.descriptions_publiees;
-  if (nombre < 0) return publiee && monte_nu() ? 1 : sans_volume();
+  if (nombre < 0) {
+    if (!publiee || !monte_nu()) return sans_volume();
+    precise_sans_carte();
+    return 1;
+  }
+  precise_sans_carte();
   partition_courante().nb_partitions = nombre;
   operations().afficher_etat(charger_chaine(kAnalyse), charger_chaine(kAttente));
   const auto place = place_choisie(analyse, options);
@@ -232,6 +279,7 @@ int analyse_volume(const OptionsOuverture &options) {
 }
 
 int analyse_gpt(const OptionsOuverture &options) {
+  support().lecture_seule.oublie_volume();
   const Secteur mbr = lit_secteur(0);
   if (mbr[510] != 0x55 || mbr[511] != 0xAA || mbr[kEntreeMbr + 4] != kMbrProtecteur) return 0;
   const std::uint64_t debut = debut_premiere_entree(*vue<le32>(mbr, kEntreeMbr + 8));

@@ -136,7 +136,8 @@ int echange_fourches(const NomItem &nom, std::uint32_t parent) {
   if (!modifiable()) return 1;
   const int resultat = selon_format([&](auto format) {
     using C = decltype(format);
-    if (!rubrique_nommee<C>(C::nom(nom), kRubriqueFichier, parent)) return 1;
+    const auto lue = rubrique_nommee<C>(C::nom(nom), kRubriqueFichier, parent);
+    if (!lue || du_journal<C>(*lue)) return 1;
     const int verdict = echange(*fiche_comme<typename C::Fichier>(C::donnees(enregistrement_courant())));
     if (verdict == 0) ecrit_courant();
     return verdict;

@@ -5,6 +5,7 @@
 
 #include "hfs/croissance.hpp"
 #include "hfs/format_catalogue.hpp"
+#include "hfs/garde.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "noms/regles.hpp"
@@ -42,9 +43,17 @@ bool peut_recevoir(std::uint32_t dossier) {
   return false;
 }
 
-// The next catalog id, 0 when they are used up. It is on the disk before a record has it.
+// The next catalog id, 0 when they are used up; behind all that are in use, whatever the header says. It is
+// on the disk before a record has it.
 template <typename C>
 std::uint32_t prend_id() {
+  const std::uint32_t pris = dernier_id_pris();
+  if (pris >= C::prochain_id()) {
+    operations().journal(
+        GenreJournal::information,
+        formate("volume: next catalog id %u is in use, %u follows", {std::uint32_t{C::prochain_id()}, pris}));
+    C::prochain_id() = pris < std::numeric_limits<std::uint32_t>::max() ? pris + 1 : pris;
+  }
   const std::uint32_t id = C::prochain_id();
   if (id < 16 || id == std::numeric_limits<std::uint32_t>::max()) {
     operations().journal(GenreJournal::erreur, "volume: no catalog id left");

@@ -58,6 +58,7 @@ bool change_cle_et_fil(const RubriqueLue &lue, std::uint32_t parent, const NomIt
 template <typename C>
 int renomme_rubrique(const std::optional<RubriqueLue> &lue, const NomItem &nouveau, std::uint32_t parent) {
   if (!lue || lue->parent != parent || lue->id <= kIdRacine || C::vide(C::nom(nouveau))) return 0;
+  if (du_journal<C>(*lue)) return 0;
   const auto autre = rubrique_nommee<C>(C::nom(nouveau), kRubriqueToute, parent);
   if (autre && autre->id != lue->id) {
     operations().afficher_erreur(message(kMessageNomPris, {nom_item_windows(nouveau)}));
@@ -83,7 +84,7 @@ bool dans(std::uint32_t dossier, std::uint32_t ancetre) {
 template <typename C>
 int deplace_de(const NomItem &nom, std::uint32_t de, std::uint32_t vers) {
   const auto lue = rubrique_nommee<C>(C::nom(nom), kRubriqueToute, de);
-  if (!lue || lue->id <= kIdRacine || de == vers) return 0;
+  if (!lue || lue->id <= kIdRacine || de == vers || du_journal<C>(*lue)) return 0;
   if (existe(nom, vers) != 0) {
     operations().afficher_erreur(
         message(kMessageDeplacement, {tronque_chemin(nom_item_windows(nom), kNomAffiche)}));

@@ -92,7 +92,7 @@ bool vide_dossier(std::uint32_t dossier) {
     if (descend) {
       operations().afficher_etat_seul(nom_item_windows(enfant->nom));
       chemin.push_back(enfant->id);
-    } else if (!supprime_rubrique<C>(*enfant)) {
+    } else if (du_journal<C>(*enfant) || !supprime_rubrique<C>(*enfant)) {
       return false;
     }
   }
@@ -101,7 +101,7 @@ bool vide_dossier(std::uint32_t dossier) {
 
 template <typename C>
 int supprime_item(std::optional<RubriqueLue> lue, std::uint32_t parent) {
-  if (!lue || lue->id <= kIdRacine || lue->parent != parent) return 0;
+  if (!lue || lue->id <= kIdRacine || lue->parent != parent || du_journal<C>(*lue)) return 0;
   if (lue->type == kRubriqueDossier) {
     if (!confirme_dossier<C>(*lue)) return 0;
     operations().afficher_etat_seul(nom_item_windows(lue->nom));

@@ -40,7 +40,7 @@ void prend_driver_fichier() {
 Fichier ouvre_image(const std::string &chemin, bool lecture_seule) {
   Fichier image;
   if (!lecture_seule) image = plateforme::ouvre(chemin, Ouverture::lecture_ecriture);
-  support().lecture_seule = !image;
+  support().lecture_seule = image ? Interdit::aucun : lecture_seule ? Interdit::lecture : Interdit::image;
   if (!image) image = plateforme::ouvre(chemin, Ouverture::lecture);
   return image;
 }

@@ -7,7 +7,9 @@
 #include "hfs/bits.hpp"
 #include "hfs/carte_volume.hpp"
 #include "hfs/creation.hpp"
+#include "hfs/extents.hpp"
 #include "hfs/volume.hpp"
+#include "hfs/zones_iso.hpp"
 #include "IO/operations.hpp"
 #include "IO/requete.hpp"
 #include "res/chaines.hpp"
@@ -161,7 +163,9 @@ bool place_libre(const Plan &plan) {
   const std::int64_t taille = fichier_taille(support().image);
   if (taille < 0 || partition_derriere(plan.place)) return false;
   const auto octets = static_cast<std::uint64_t>(taille);
-  if (!plan.agrandit()) return octets <= octets_avant(plan) && octets_iso() <= octets_apres(plan);
+  const std::uint64_t iso = zones_iso().empty() ? 0 : zones_iso().back().fin * kTailleSecteur;
+  if (!plan.agrandit())
+    return octets <= octets_avant(plan) && std::max(octets_iso(), iso) <= octets_apres(plan);
   return agrandissement_admis(plan, octets) && !porte_octets(octets_avant(plan), octets_apres(plan));
 }
 
@@ -176,7 +180,13 @@ bool allonge_fichier(const Plan &plan) {
 void change_structures(const Plan &plan) {
   Mdb &mdb = *volume_courant().mdb;
   CarteAllocation &carte = carte_allocation();
+  const bool copie = place_copie_entete() != 0;
   mdb.drNmAlBlks = static_cast<std::uint16_t>(plan.blocs);
+  // The copy goes with the end of the partition, where the blocks leave room for it.
+  VolumeCourant &volume = volume_courant();
+  const std::uint64_t fin_blocs = secteur_de_bloc(static_cast<std::uint64_t>(plan.blocs)) + 2;
+  volume.fin_partition = volume.fin_partition > plan.fin_avant ? std::max(plan.fin, fin_blocs) : plan.fin;
+  volume.copie_entete = copie && volume.fin_partition >= fin_blocs ? volume.fin_partition - 2 : 0;
   mdb.drFreeBks = static_cast<std::uint16_t>(mdb.drFreeBks + plan.blocs - plan.blocs_avant);
   if (mdb.drAllocPtr >= plan.blocs) mdb.drAllocPtr = std::uint16_t{0};
   if (!plan.agrandit()) return;

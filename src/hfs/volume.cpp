@@ -10,7 +10,9 @@
 #include "hfs/carte_volume.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/noeud.hpp"
+#include "hfs/zones_iso.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -24,7 +26,7 @@ namespace {
 
 constexpr std::int64_t kEcartEpoques = 2082844800;  // seconds from 1904 to 1970
 constexpr std::size_t kPlaceEntete = 1024;          // header behind the two boot sectors
-constexpr std::uint32_t kSecteursEntete = 4;        // HFS+: boot blocks, header and the sector behind it
+constexpr std::uint64_t kEntete = 2;                // its sector; the copy is as far from the end
 constexpr std::size_t kOctetsSecteur = kTailleSecteur;
 constexpr int kMessageEcriture = 1083;
 
@@ -123,16 +125,27 @@ void ouvre_arbre(const VolumeCourant &volume, DescripteurArbre &arbre) {
   arbre.taille_noeud = taille;
 }
 
-// The two boot sectors of an HFS+ volume belong to whoever starts from it, and TN1150 leaves them alone. Here
-// each flush clears them with the header, and the two sectors in the same places of the copy.
+// Header and alternate header, and nothing beside them: on a volume of small blocks what lies there belongs
+// to files.
 void ecrit_entetes_hfsplus(const VolumeCourant &volume) {
-  std::array<std::uint8_t, kSecteursEntete * kOctetsSecteur> secteurs{};
-  const auto entete = octets_de(*volume.vhb);
-  std::copy(entete.begin(), entete.end(), secteurs.begin() + kPlaceEntete);
-  ecrit_volume(secteurs.data(), volume.debut_allocation, kSecteursEntete);
-  const std::uint64_t fin = std::uint64_t{volume.vhb->totalBlocks} * volume.secteurs_par_bloc;
-  if (fin < kSecteursEntete + kSecteursEntete) return;
-  ecrit_volume(secteurs.data(), volume.debut_allocation + fin - kSecteursEntete, kSecteursEntete);
+  ecrit_volume(volume.vhb, volume.debut_allocation + kEntete, 1);
+  const std::uint64_t copie = place_copie_entete();
+  if (copie > volume.debut_allocation + kEntete && !touche_iso(copie, copie + 1))
+    ecrit_volume(volume.vhb, copie, 1);
+}
+
+// True when a header of the mounted volume's format, made at the same time, stands in a sector.
+bool porte_copie(std::uint64_t secteur) {
+  const VolumeCourant &volume = volume_courant();
+  std::array<std::uint8_t, kTailleSecteur> octets{};
+  lit_secteurs(octets.data(), secteur, 1);
+  if (volume.est_hfsplus) {
+    const auto &copie = *vue<EnteteVolumePlus>(octets, 0);
+    return (copie.signature == kSignatureHfsPlus || copie.signature == kSignatureHfsX) &&
+           copie.createDate == volume.vhb->createDate;
+  }
+  const auto &copie = *vue<Mdb>(octets, 0);
+  return copie.drSigWord == kSignatureHfs && copie.drCrDate == volume.mdb->drCrDate;
 }
 
 std::string filtre_affichage(const std::string &texte) {
@@ -159,6 +172,8 @@ void lecture_entete_volume() {
   std::array<std::uint8_t, 3 * kOctetsSecteur> secteurs{};
   lit_secteurs(secteurs.data(), volume.debut_allocation, 3);
   const std::uint64_t ancien_debut = volume.debut_allocation;
+  volume.fin_partition = 0;
+  volume.copie_entete.reset();
   const std::uint16_t signature = *vue<be16>(secteurs, kPlaceEntete);
   if (signature == kSignatureHfsPlus || signature == kSignatureHfsX) {
     std::uint8_t *zone = volume.bloc.get() + kZoneEntete;
@@ -175,6 +190,7 @@ int ouverture_arbres() {
   VolumeCourant &volume = volume_courant();
   liberation_carte();
   oublie_index_extents();
+  oublie_garde();
   ouvre_arbre(volume, volume.catalogue);
   if (volume.catalogue.taille_noeud != 0) cache_noeuds().prepare(volume.catalogue.taille_noeud);
   ouvre_arbre(volume, volume.extents);
@@ -208,13 +224,33 @@ std::uint32_t date_mac() {
   return date_mac_de(plateforme::maintenant());
 }
 
+std::uint64_t place_copie_entete() {
+  VolumeCourant &volume = volume_courant();
+  if (!volume.a_entete()) return 0;
+  if (volume.copie_entete) return *volume.copie_entete;
+  volume.copie_entete = 0;
+  const std::uint64_t fin = volume.est_hfsplus ? secteur_de_bloc(volume.vhb->totalBlocks) : 0;
+  const std::uint64_t debut = volume.est_hfsplus ? volume.debut_allocation : volume.debut_volume;
+  for (const std::uint64_t bout : {volume.fin_partition, fin}) {
+    if (*volume.copie_entete == 0 && bout > debut + 2 * kEntete && porte_copie(bout - kEntete))
+      volume.copie_entete = bout - kEntete;
+  }
+  return *volume.copie_entete;
+}
+
+void adopte_copie_entete(std::uint64_t secteur) {
+  volume_courant().copie_entete = secteur;
+}
+
 std::uint64_t fin_volume() {
   const VolumeCourant &volume = volume_courant();
   if (!volume.a_entete()) return 0;
   constexpr std::uint64_t kDerriereHfs = 2;  // the alternate MDB and the sector behind it
   const std::uint64_t blocs =
       volume.est_hfsplus ? std::uint64_t{volume.vhb->totalBlocks} : std::uint64_t{volume.mdb->drNmAlBlks};
-  return volume.debut_allocation + blocs * volume.secteurs_par_bloc + (volume.est_hfsplus ? 0 : kDerriereHfs);
+  const std::uint64_t fin =
+      volume.debut_allocation + blocs * volume.secteurs_par_bloc + (volume.est_hfsplus ? 0 : kDerriereHfs);
+  return volume.fin_partition != 0 ? std::min(fin, volume.fin_partition) : fin;
 }
 
 void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nombre) {
@@ -223,6 +259,8 @@ void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nomb
   // where it all goes.
   if (medium.entree_driver_carte == driver_fichier && medium.image.ouvert()) {
     std::uint64_t fin = fin_volume();
+    // The alternate header may stand in the slack behind the blocks.
+    if (position == volume_courant().copie_entete) fin = std::max(fin, position + 1);
     if (!carte_allocation().chargee) {
       const auto taille = static_cast<std::uint64_t>(std::max<std::int64_t>(0, fichier_taille(medium.image)));
       fin = std::min(fin, quotient_haut<std::uint64_t>(taille, kTailleSecteur));
@@ -241,12 +279,16 @@ void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nomb
 void ecriture_mdb_secours() {
   const VolumeCourant &volume = volume_courant();
   if (volume.mdb == nullptr) return;
-  const std::uint64_t fin = std::uint64_t{volume.mdb->drNmAlBlks} * volume.secteurs_par_bloc;
-  ecrit_volume(volume.mdb, volume.debut_allocation + fin, 1);
+  const std::uint64_t fin = secteur_de_bloc(volume.mdb->drNmAlBlks);
+  const std::uint64_t copie = place_copie_entete();
+  const bool dedans = volume.fin_partition == 0 || fin < volume.fin_partition;
+  if (dedans && !touche_iso(fin, fin + 1)) ecrit_volume(volume.mdb, fin, 1);
+  if (copie != 0 && copie != fin && !touche_iso(copie, copie + 1)) ecrit_volume(volume.mdb, copie, 1);
 }
 
 bool ecriture_structures() {
   VolumeCourant &volume = volume_courant();
+  if (support().lecture_seule) return support().echec_ecriture == 0;
   if (carte_noeuds().chargee) recopie_carte_noeuds();
   if (!volume.est_hfsplus && volume.a_entete() && carte_allocation().chargee) {
     operations().afficher_etat_seul(charger_chaine(kMessageEcriture));

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "hfs/arbre.hpp"
@@ -34,6 +35,9 @@ struct VolumeCourant {
   std::uint32_t secteurs_par_bloc = 0;
   std::uint32_t secteurs_carte = 0;  ///< allocation bitmap, sectors
   std::uint32_t octets_carte = 0;    ///< the same in bytes
+  /// Sector behind the partition, or behind the room that a wrapper has for the volume; 0 when no map tells.
+  std::uint64_t fin_partition = 0;
+  std::optional<std::uint64_t> copie_entete;  ///< see `place_copie_entete`; unset before it was looked for
   DescripteurArbre catalogue;
   DescripteurArbre extents;
 
@@ -73,18 +77,28 @@ int ouverture_arbres();
 
 /// The flush: the catalog's node map if it is loaded, then, on HFS+, volume header and alternate header. On
 /// HFS the master directory block goes out with the allocation bitmap, and without a loaded one nothing but
-/// the node map reaches the disk. False when a write failed.
+/// the node map reaches the disk. Boot blocks and whatever else lies beside the headers stay. Nothing is
+/// written to a volume that is read only. False when a write failed.
 [[nodiscard]] bool ecriture_structures();
 
-/// Sector behind the last one that the mounted volume may write by its header; 0 without a header.
+/// Sector of the alternate header: 1,024 bytes before the end of the partition (TN1150; Inside Macintosh:
+/// Files, 2-59), or of the blocks, whichever has one. 0 where neither has: what lies there may be a file.
+[[nodiscard]] std::uint64_t place_copie_entete();
+/// Makes a sector the place of the alternate header of HFS+.
+void adopte_copie_entete(std::uint64_t secteur);
+
+/// Sector behind the last one that the mounted volume may write, by its header and by the map; 0 without a
+/// header.
 [[nodiscard]] std::uint64_t fin_volume();
 /// Writes sectors of the mounted volume. In an image file nothing behind `fin_volume` is written, nor, while
 /// the bitmap is not loaded, behind the end of the file: such a write comes from a damaged structure and
 /// counts as a failed one (EIO), with a journal line.
 void ecrit_volume(const void *tampon, std::uint64_t position, std::uint32_t nombre);
 
-/// Writes the HFS alternate master directory block, at the sector behind the last allocation block. The
-/// format wants it in the last sector but one of the volume; the two agree when the blocks fill the volume.
+/// Writes the HFS alternate master directory block, at the sector behind the last allocation block, where
+/// that lies inside the partition. The format wants it in the last sector but one of the volume; the two
+/// agree when the blocks fill the volume, and where they do not, a copy that stands there is kept up to date
+/// too. A sector that the ISO 9660 side of the image uses is left alone.
 void ecriture_mdb_secours();
 
 }  // namespace varnion

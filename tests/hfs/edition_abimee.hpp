@@ -11,6 +11,7 @@
 #include "hfs/creation.hpp"
 #include "hfs/ecriture.hpp"
 #include "hfs/extents.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/operations_catalogue.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
@@ -155,7 +156,10 @@ class EditionAbimee {
 
   static void edite(std::span<const std::uint8_t> script) {
     for (int tour = 0; tour < 2; ++tour) {
-      if (analyse_volume() == 0 || !chargement_carte()) return;
+      // What is damaged is refused; a user who knows may go on.
+      if (analyse_volume() == 0) return;
+      force_abimes();
+      if (!chargement_carte()) return;
       // The second time with sectors kept in memory, as while files are put into a volume.
       std::optional<MemoireSecteurs> memoire;
       if (tour == 1) memoire.emplace();

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "hfs/catalogue.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/lecture.hpp"
 #include "hfs/ouverture.hpp"
 #include "image_essai.hpp"
@@ -18,7 +19,7 @@ namespace varnion::essai {
 namespace {
 
 constexpr int kGardes = 40;
-constexpr int kPoints = 60;
+constexpr int kPoints = 150;
 
 // Writes up to a number, then the process ends as by a power cut.
 struct Coupure {
@@ -154,7 +155,7 @@ class CoupureTest : public VolumeEdite<Format> {
 
   // Fills what seems free, so that blocks or nodes of others would be run over, and takes some of it away.
   void edite_encore() {
-    ASSERT_TRUE(chargement_carte());
+    ASSERT_TRUE(chargement_carte()) << texte_interdit();
     const std::uint32_t dossier = cree_dossier(nom_item("after"), kIdRacine);
     ASSERT_NE(dossier, 0U);
     for (int i = 0; i < 60; ++i) {

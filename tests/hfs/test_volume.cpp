@@ -180,19 +180,28 @@ TEST_F(Montage, RefusesNodeSizesThatTheBlockCannotHold) {
   }
 }
 
-TEST_F(Montage, FlushesTheHfsPlusHeaderTwice) {
-  pose(std::vector<std::uint8_t>(2048, 0xAB), 40);
-  medium().pose(42, entete_plus());
-  monte(40);
-  volume_courant().vhb->fileCount = 7;
-  ASSERT_TRUE(ecriture_structures());
-  for (const std::uint64_t secteur : {std::uint64_t{40}, std::uint64_t{40 + 4000 - 4}}) {
-    const auto octets = medium().octets(secteur, 4);
-    const auto *entete = vue<EnteteVolumePlus>(octets, 1024);
-    EXPECT_EQ(entete->signature, kSignatureHfsPlus);
-    EXPECT_EQ(entete->fileCount, 7U);
-    EXPECT_EQ(entete->writeCount, 1U);
-    EXPECT_EQ(octets[0] | octets[1023] | octets[1536] | octets[2047], 0) << "boot sectors are cleared";
+// The sectors beside a header are the boot blocks or belong to files, and so does the place of an alternate
+// header on a volume that has none.
+TEST_F(Montage, FlushesTheHfsPlusHeaderAndTheCopyThatIsThere) {
+  for (const bool copie : {true, false}) {
+    SetUp();
+    constexpr std::uint64_t kDebut = 40, kCopie = 40 + 4000 - 4;
+    for (const std::uint64_t secteur : {kDebut, kCopie})
+      pose(std::vector<std::uint8_t>(2048, 0xAB), static_cast<std::uint32_t>(secteur));
+    medium().pose(kDebut + 2, entete_plus());
+    if (copie) medium().pose(kCopie + 2, entete_plus());
+    monte(kDebut);
+    volume_courant().vhb->fileCount = 7;
+    ASSERT_TRUE(ecriture_structures());
+    for (const std::uint64_t secteur : {kDebut, kCopie}) {
+      const auto octets = medium().octets(secteur, 4);
+      for (const std::size_t place : {0U, 1023U, 1536U, 2047U}) EXPECT_EQ(octets[place], 0xAB) << place;
+      const auto *entete = vue<EnteteVolumePlus>(octets, 1024);
+      const bool ecrit = copie || secteur == kDebut;
+      EXPECT_EQ(entete->signature, ecrit ? kSignatureHfsPlus : 0xABAB);
+      EXPECT_EQ(entete->fileCount, ecrit ? 7U : 0xABABABAB);
+      EXPECT_EQ(entete->writeCount, ecrit ? 1U : 0xABABABAB);
+    }
   }
 }
 

@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "app/noyau/actions_projet.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/ouverture.hpp"
 #include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
@@ -17,7 +18,7 @@ constexpr int kSansElement = 6861;
 constexpr int kDossierAbime = 6866;
 constexpr int kArrete = 6869;
 constexpr int kTropProfond = 6871;
-constexpr int kLectureSeule = 6874;           // image, reason
+constexpr int kLectureSeule = 7860;           // image, reason
 constexpr int kTexteEparse = 7403;            // image
 constexpr int kCompressee = 6875;             // image
 constexpr std::uint16_t kInvisible = 0x4000;  // kIsInvisible of the Finder flags
@@ -105,8 +106,10 @@ VolumeOuvert::VolumeOuvert(ContexteCli &contexte, std::string_view image, AccesV
   ouvert_ = ouverture == EtatOuverture::montee;
   if (ouverture == EtatOuverture::eparse)
     operations().afficher_erreur(message(kTexteEparse, {tronque_chemin(*chemin, kCheminMessage)}));
+  if (ecriture && contexte.arguments.a("force")) force_abimes();
   if (ouvert_ && ecriture && support().lecture_seule) {
-    operations().afficher_erreur(message(kLectureSeule, {tronque_chemin(*chemin, kCheminMessage)}));
+    const std::string court = tronque_chemin(*chemin, kCheminMessage);
+    operations().afficher_erreur(message(kLectureSeule, {court, texte_interdit()}));
     fermer_partition();
     ouvert_ = false;
   }

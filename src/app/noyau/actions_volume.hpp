@@ -15,7 +15,7 @@ namespace varnion {
 
 enum class AccesVolume {
   lecture,   ///< the image is opened for reading
-  ecriture,  ///< it must be writable; a compressed one is refused
+  ecriture,  ///< it must be writable; a compressed one is refused; option "force" passes over damage
   permis,    ///< opened for writing where that is possible, which tells what the volume allows
 };
 

@@ -85,7 +85,8 @@ constexpr OptionCli kImage[] = {{"size", '\0', 7450, ""},
                                 {"label", '\0', 7452, ""},
                                 {"zero", '\0', 7453},
                                 {"force", 'f', 6702}};
-constexpr OptionCli kSupprime[] = {{"recursive", 'r', 7454}};
+constexpr OptionCli kModifie[] = {{"force", 'f', 7873}};
+constexpr OptionCli kSupprime[] = {{"recursive", 'r', 7454}, {"force", 'f', 7873}};
 constexpr OptionCli kAttr[] = {{"type", '\0', 6722, ""},
                                {"creator", '\0', 6723, ""},
                                {"created", '\0', 7455, ""},
@@ -101,16 +102,18 @@ constexpr OptionCli kAttr[] = {{"type", '\0', 6722, ""},
                                {"inited", '\0', 7458, kOuiNon},
                                {"no-inits", '\0', 7458, kOuiNon},
                                {"on-desk", '\0', 7458, kOuiNon},
-                               {"color", '\0', 7459, "0|1|2|3|4|5|6|7"}};
-constexpr OptionCli kSignature[] = {{"replace", '\0', 7460, ""}};
-constexpr OptionCli kTaille[] = {{"size", '\0', 7450, ""}};
+                               {"color", '\0', 7459, "0|1|2|3|4|5|6|7"},
+                               {"force", 'f', 7873}};
+constexpr OptionCli kSignature[] = {{"replace", '\0', 7460, ""}, {"force", 'f', 7873}};
+constexpr OptionCli kTaille[] = {{"size", '\0', 7450, ""}, {"force", 'f', 7873}};
 constexpr OptionCli kPut[] = {{"into", '\0', 6952, ""},
                               {"mode", '\0', 6953, "data|resource"},
                               {"replace", '\0', 6954, "ask|yes|no"},
                               {"containers", '\0', 6955, "ask|yes|no"},
                               {"fonts", '\0', 6956, "yes|no"},
                               {"truncate", '\0', 6957, "auto|crc|ask"},
-                              {"signatures", '\0', 6704, ""}};
+                              {"signatures", '\0', 6704, ""},
+                              {"force", 'f', 7873}};
 constexpr OptionCli kFenetre[] = {{"window", '\0', 7463, ""},
                                   {"icon-size", '\0', 7464, "16|32|48|64|80|96|112|128"},
                                   {"text-size", '\0', 7465, "10|12|14|16"},
@@ -175,13 +178,13 @@ constexpr SousCommande kCommandes[] = {
     {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
     {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},
     {"", "new", 1, 1, kImage, commande_new, 7430, 7440},
-    {"", "mkdir", 2, kSansFin, {}, commande_mkdir, 7431, 7441},
+    {"", "mkdir", 2, kSansFin, kModifie, commande_mkdir, 7431, 7441},
     {"", "rm", 2, kSansFin, kSupprime, commande_rm, 7432, 7442},
-    {"", "rename", 3, 3, {}, commande_rename, 7433, 7443},
-    {"", "mv", 3, kSansFin, {}, commande_mv, 7434, 7444},
+    {"", "rename", 3, 3, kModifie, commande_rename, 7433, 7443},
+    {"", "mv", 3, kSansFin, kModifie, commande_mv, 7434, 7444},
     {"", "attr", 2, kSansFin, kAttr, commande_attr, 7435, 7445},
-    {"", "swap", 2, kSansFin, {}, commande_swap, 7436, 7446},
-    {"", "label", 2, 2, {}, commande_label, 7437, 7447},
+    {"", "swap", 2, kSansFin, kModifie, commande_swap, 7436, 7446},
+    {"", "label", 2, 2, kModifie, commande_label, 7437, 7447},
     {"", "signature", 1, 2, kSignature, commande_signature, 7438, 7448},
     {"", "resize", 1, 1, kTaille, commande_resize, 7439, 7449},
     {"", "put", 2, kSansFin, kPut, commande_put, 6950, 6951},

@@ -28,8 +28,6 @@ constexpr int kManques = 6961;
 constexpr int kRemarques = 6962;
 constexpr int kNonEcrit = 6963;
 constexpr int kPasDossier = 6964;
-constexpr int kImmuable = 6965;
-constexpr std::size_t kCheminMessage = 200;
 constexpr double kPasBarre = 0.1;  // seconds between two bars
 
 int reponse_nommee(std::string_view nom, int toujours, int jamais) {
@@ -104,10 +102,7 @@ int commande_put(ContexteCli &contexte) {
   if (!volume) return kEchec;
   const auto dossier = dossier_vise(arguments);
   if (!dossier) return kEchec;
-  if (!chargement_carte()) {
-    operations().afficher_erreur(message(kImmuable, {tronque_chemin(volume.chemin(), kCheminMessage)}));
-    return kEchec;
-  }
+  if (!chargement_carte()) return kEchec;
   const MemoireSecteurs memoire;
   OptionsCopieMac options = options_put(contexte);
   pose_reponses(arguments, contexte.console);

@@ -9,6 +9,7 @@
 #include "app/noyau/json.hpp"
 #include "app/noyau/sous_commandes.hpp"
 #include "hfs/extents.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/lecture.hpp"
 #include "hfs/liens.hpp"
 #include "hfs/ouverture.hpp"
@@ -26,10 +27,6 @@ namespace {
 
 constexpr int kRienTrouve = 1173;
 constexpr int kInfo = 6840;  // and the lines that follow
-constexpr int kImageNonEcrite = 6855;
-constexpr int kSansCarte = 6856;
-constexpr int kSansCatalogue = 6857;
-constexpr int kCopieTemporaire = 6858;
 constexpr int kNon = 6859;
 constexpr int kEnveloppe = 6860;
 constexpr int kEstDossier = 6862;
@@ -37,7 +34,6 @@ constexpr int kAucune = 6868;
 constexpr int kDossierAbime = 6866;
 constexpr int kArrete = 6869;
 constexpr int kFourcheCourte = 6870;
-constexpr int kCauseInconnue = 6873;
 constexpr int kSignatureVide = 6876;
 constexpr std::size_t kCheminMessage = 200;
 constexpr std::uint16_t kMarqueEnveloppe = 0x482B;  // "H+"
@@ -122,13 +118,9 @@ const char *nom_carte(GenreCarte genre) {
 }
 
 // Why the volume would not be written; "" when it would.
-std::string raison_lecture_seule(const std::string &chemin, const CarteImage &carte) {
-  if (partition_courante().image_temporaire) return charger_chaine(kCopieTemporaire);
-  if (!plateforme::ouvre(chemin, Ouverture::lecture_ecriture)) return charger_chaine(kImageNonEcrite);
-  if (!support().lecture_seule) return {};
-  const bool sans_catalogue = volume_courant().catalogue.taille_noeud == 0 || !element_racine();
-  if (sans_catalogue) return charger_chaine(kSansCatalogue);
-  return charger_chaine(carte.genre == GenreCarte::aucune ? kSansCarte : kCauseInconnue);
+std::string raison_lecture_seule() {
+  juge_structure();
+  return texte_interdit();
 }
 
 ObjetJson json_arbre(const DescripteurArbre &arbre) {
@@ -325,7 +317,7 @@ int commande_info(ContexteCli &contexte) {
   const CarteImage carte = lit_carte(support().image);
   const Faits faits = faits_du_volume(carte);
   const int genre = type_image(plateforme::ouvre(volume.chemin(), Ouverture::lecture));
-  const std::string raison = raison_lecture_seule(volume.chemin(), carte);
+  const std::string raison = raison_lecture_seule();
   (contexte.arguments.a("json") ? info_json : info_texte)(
       contexte, {volume.chemin(), nom_genre(genre), carte, faits, raison});
   return kFait;
