@@ -569,12 +569,17 @@ TEST_F(Edition, LeavesAReadOnlyVolumeAsItIs) {
       [&] { depose_volume(*fenetre_, {image}, 2); }, [&] { renomme_volume_sur_place(*fenetre_, id, "x"); },
   };
   for (const auto &commande : commandes) {
-    attend_message("TMessOK", 6965, "MessFermer");
+    attend_message("TMessOK", 7860, "MessFermer");
     commande();
     EXPECT_TRUE(etapes_.empty());
   }
+  // The reason is in sight, and goes with the volume.
   EXPECT_FALSE(action("PC2Mac")->isEnabled());
+  EXPECT_TRUE(texte_panneau(4).startsWith("Read only: ")) << texte_panneau(4).toStdString();
+  EXPECT_EQ(action("PC2Mac")->statusTip(), texte_panneau(4));
   execute("Fermer2");
+  EXPECT_EQ(texte_panneau(4), "");
+  EXPECT_FALSE(action("PC2Mac")->statusTip().contains("Read only"));
   EXPECT_EQ(octets(image), avant);
 }
 

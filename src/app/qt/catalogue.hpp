@@ -148,7 +148,7 @@ struct EtatCommandes {
   bool recents = false;
 };
 [[nodiscard]] bool permise(Condition condition, const EtatCommandes &etat);
-/// True for a condition that a temporary copy, which is only read, never meets.
+/// True for a condition that a volume which is only read never meets.
 [[nodiscard]] bool exige_ecriture(Condition condition);
 
 }  // namespace varnion

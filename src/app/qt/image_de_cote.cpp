@@ -4,6 +4,7 @@
 
 #include "hfs/arbre.hpp"
 #include "hfs/carte_volume.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/montage.hpp"
 #include "hfs/volume.hpp"
 #include "IO/plateforme.hpp"
@@ -15,6 +16,7 @@ ImageDeCote::ImageDeCote() {
   gardee_ = true;
   const VolumeCourant &volume = volume_courant();
   debut_ = volume.est_hfsplus ? volume.debut_allocation : volume.debut_volume;
+  fin_partition_ = volume.fin_partition;
   liberation_carte();
   vide_cache();
   support_ = std::exchange(support(), Support());
@@ -27,6 +29,10 @@ ImageDeCote::~ImageDeCote() {
   support() = std::move(support_);
   partition_courante() = std::move(partition_);
   static_cast<void>(monte_volume(debut_, true));
+  volume_courant().fin_partition = fin_partition_;
+  // The words for what was found damaged tell where.
+  const Interdit raison = support().lecture_seule.raison();
+  if (raison == Interdit::catalogue_abime || raison == Interdit::extents_abimes) juge_structure();
 }
 
 void ImageDeCote::lache() {

@@ -25,7 +25,8 @@ class ImageDeCote {
   bool gardee_ = false;
   Support support_;
   PartitionCourante partition_;
-  std::uint64_t debut_ = 0;  ///< first sector of the volume
+  std::uint64_t debut_ = 0;          ///< first sector of the volume
+  std::uint64_t fin_partition_ = 0;  ///< as `VolumeCourant` has it: a wrapper is not looked at again
 };
 
 }  // namespace varnion

@@ -7,6 +7,7 @@
 #include "app/qt/operations_qt.hpp"
 #include "app/qt/texte_qt.hpp"
 #include "app/qt/tvarnion.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
 #include "IO/memoire_secteurs.hpp"
@@ -21,7 +22,7 @@ namespace varnion {
 namespace {
 
 constexpr int kArret = 1124;
-constexpr int kImmuable = 6965;
+constexpr int kImmuable = 7860;  // image, reason
 constexpr int kOrpheline = 7060;
 constexpr int kCopieTemporaire = 7707;
 constexpr int kNomFaux = 7400;
@@ -48,8 +49,13 @@ Bilan execute_change(const std::function<void()> &change) {
   return bilan;
 }
 
-bool conclut(const Bilan &bilan) {
+bool conclut(TVarnion &fenetre, const Bilan &bilan) {
   operations().afficher_etat({}, {});
+  // A change may find out that there can be none.
+  if (!bilan.chargee && support().lecture_seule) {
+    fenetre.rafraichit_etat();
+    fenetre.rafraichit_commandes();
+  }
   if (!bilan.chargee || bilan.ecrite) return bilan.chargee;
   const std::string raison = plateforme::texte_erreur(support().echec_ecriture);
   const std::string image = tronque_chemin(partition_courante().chemin, kCheminMessage);
@@ -64,22 +70,28 @@ bool volume_modifiable(TVarnion &fenetre) {
   const bool perdue = fichier_orphelin(support().image);
   if (!perdue && !support().lecture_seule) return true;
   const std::string image = tronque_chemin(partition_courante().chemin, kCheminMessage);
-  const int raison = partition_courante().image_temporaire ? kCopieTemporaire : kImmuable;
-  operations().afficher_erreur(message(perdue ? kOrpheline : raison, {image}));
+  if (perdue || partition_courante().image_temporaire)
+    operations().afficher_erreur(message(perdue ? kOrpheline : kCopieTemporaire, {image}));
+  else
+    operations().afficher_erreur(message(kImmuable, {image, texte_interdit()}));
   return false;
 }
 
 bool modifie_volume(TVarnion &fenetre, const std::function<void()> &change) {
   if (!volume_modifiable(fenetre)) return false;
-  const Attente attente;
-  return conclut(execute_change(change));
+  Bilan bilan;
+  {
+    const Attente attente;
+    bilan = execute_change(change);
+  }
+  return conclut(fenetre, bilan);
 }
 
 bool modifie_volume_en_fond(TVarnion &fenetre, const std::function<void()> &change) {
   if (!volume_modifiable(fenetre)) return false;
   Bilan bilan;
   fenetre.operations_fenetre().en_fond([&] { bilan = execute_change(change); });
-  return conclut(bilan);
+  return conclut(fenetre, bilan);
 }
 
 bool arret_confirme() {

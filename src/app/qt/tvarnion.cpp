@@ -49,7 +49,6 @@ constexpr int kMotifsProjets = 1354;  // the ending of older projects is among t
 constexpr int kArretCompilation = 2098;
 constexpr int kOuvrirDossier = 2056;
 constexpr int kIndiceOuvrirDossier = 2256;
-constexpr int kCopieSeulementLue = 7713;
 constexpr int kCoteOutils = 20;  // pixels of a tool bar icon
 constexpr std::array<int, 5> kLargeursPanneaux{110, 90, 110, 110, 160};
 
@@ -394,11 +393,11 @@ void TVarnion::retraduit() {
   rafraichit_jauge();
 }
 
-// A command that a temporary copy keeps off says why.
+// A command that a volume which is only read keeps off says why.
 void TVarnion::pose_indice(const Commande &commande, QAction &action) const {
-  if (copie_dite_ && exige_ecriture(commande.condition)) {
-    action.setStatusTip(chaine_qt(kCopieSeulementLue));
-    action.setToolTip(chaine_qt(kCopieSeulementLue));
+  if (!raison_dite_.isEmpty() && exige_ecriture(commande.condition)) {
+    action.setStatusTip(raison_dite_);
+    action.setToolTip(raison_dite_);
     return;
   }
   const QString indice = chaine_qt(commande.indice);

@@ -63,6 +63,8 @@ class TVarnion final : public QMainWindow {
   /// Path of the open document, working text; "" when none is open.
   [[nodiscard]] std::string chemin_document() const;
   [[nodiscard]] EtatCommandes etat_commandes() const;
+  /// Why the volume is only read, in one line; "" when it may be changed.
+  [[nodiscard]] QString raison_lecture_seule() const;
 
   DemandesFichiers demandes;
 
@@ -197,7 +199,7 @@ class TVarnion final : public QMainWindow {
   bool depuis_liste_ = false;  ///< pane that a file command acts on
   bool hybridation_ = false;
   bool compilation_ = false;
-  bool copie_dite_ = false;    ///< the hints tell that the document is a temporary copy
+  QString raison_dite_;        ///< why nothing may be changed, as the hints tell it
   std::uint32_t dossier_ = 0;  ///< folder shown, 0 none
   std::unique_ptr<FichierProjet> projet_;
   bool brouillon_ = false;  ///< the project is the one without a name that the program made

@@ -36,7 +36,6 @@ constexpr int kModePart = 1113;
 constexpr int kModeIso = 1277;
 constexpr int kEndommage = 7015;
 constexpr int kCopieTemporaire = 7708;
-constexpr int kCopieSeulementLue = 7713;
 
 struct CouleursMode {
   QColor fond, barre;
@@ -210,11 +209,12 @@ void TVarnion::rafraichit_etat() {
   panneaux_[3]->setText(lignes > 0 ? vers_qt(message(kFichiers, {lignes - dossiers})) : QString());
   const bool copie = mode_ == kModePartition && partition_courante().image_temporaire;
   QStringList dits;
-  if (copie) dits << chaine_qt(kCopieTemporaire);
+  const QString raison = raison_lecture_seule();
+  if (!raison.isEmpty()) dits << (copie ? chaine_qt(kCopieTemporaire) : raison);
   if (modele_liste_.endommage() || vide)
     dits << chaine_qt(modele_liste_.endommage() ? kEndommage : kDossierVide);
   panneaux_[4]->setText(dits.join(QString(QChar(0x2002)) + QChar(0x2013) + QChar(0x2002)));
-  panneaux_[4]->setToolTip(copie ? chaine_qt(kCopieSeulementLue) : QString());
+  panneaux_[4]->setToolTip(raison);
 }
 
 void TVarnion::rafraichit_jauge() {

@@ -31,6 +31,7 @@
 #include "app/qt/tvarnion.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "hfs/catalogue.hpp"
+#include "hfs/garde.hpp"
 #include "hfs/ouverture.hpp"
 #include "IO/etat.hpp"
 #include "IO/requete.hpp"
@@ -46,6 +47,8 @@ constexpr int kSansGestionnaire = 7014;
 constexpr int kVersion = 7016;
 constexpr int kDevise = 7017;
 constexpr int kSeulementLu = 7712;  // name of a document
+constexpr int kCopieSeulementLue = 7713;
+constexpr int kPourquoiLue = 7739;  // reason
 
 // The question before a copy mode; 0 for none.
 int question_copie(int mode) {
@@ -276,8 +279,8 @@ void TVarnion::rafraichit_commandes() {
     if (garde && !etat.document && libre) continue;
     action->setEnabled(montree && libre && permise(commande.condition, etat));
   }
-  if (etat.copie != copie_dite_) {
-    copie_dite_ = etat.copie;
+  if (QString raison = raison_lecture_seule(); raison != raison_dite_) {
+    raison_dite_ = std::move(raison);
     for (const Commande &commande : commandes())
       if (QAction *action = actions_.value(commande.nom); action != nullptr && commande.indice != 0)
         pose_indice(commande, *action);
@@ -309,6 +312,12 @@ void TVarnion::rafraichit_coches() {
     action->setCheckable(true);
     action->setChecked(*cochee);
   }
+}
+
+QString TVarnion::raison_lecture_seule() const {
+  if (mode_ != kModePartition || !document_ouvert() || !support().lecture_seule) return {};
+  if (partition_courante().image_temporaire) return chaine_qt(kCopieSeulementLue);
+  return vers_qt(message(kPourquoiLue, {texte_interdit()}));
 }
 
 void TVarnion::rafraichit_titre() {

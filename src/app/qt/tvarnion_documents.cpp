@@ -275,9 +275,9 @@ bool TVarnion::remplace_volume(const std::string &chemin) {
   ancienne.lache();
   hybridation_ = partition_courante().genre != kImageGpt;
   // A change of the copy would go with it, and never reach the image.
-  if (partition_courante().image_temporaire) support().lecture_seule = true;
+  if (partition_courante().image_temporaire) support().lecture_seule = Interdit::copie;
   if (meme && !fichier_verrouille(support().image)) {
-    support().lecture_seule = true;
+    support().lecture_seule = Interdit::image;
     operations().afficher_erreur(message(kDejaPrise, {tronque_chemin(chemin, kCheminMessage)}));
   }
   return true;
@@ -358,6 +358,7 @@ void TVarnion::ferme_volume() {
   fermer_partition();
   hybridation_ = false;
   rafraichit_titre();
+  rafraichit_etat();
   rafraichit_commandes();
 }
 
