@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "compil/conteneurs.hpp"
 #include "compil/execution.hpp"
 #include "compil/preparation.hpp"
 #include "IO/octets.hpp"
@@ -34,8 +35,9 @@ constexpr std::size_t kCheminMessage = 100;
 class Compilation {
  public:
   Compilation(FichierProjet &projet, const DemandeCompilation &demande, SuiviCompilation &suivi)
-      : projet_(projet), demande_(demande), suivi_(suivi) {
+      : projet_(projet), demande_(demande), suivi_(suivi), conteneurs_(suivi) {
     ctx_.projet = &projet;
+    ctx_.conteneurs = &conteneurs_;
     ctx_.chemin_cible = demande.cible;
     ctx_.options = demande.postgap ? kOptionPostgap : 0;
   }
@@ -63,6 +65,7 @@ class Compilation {
   FichierProjet &projet_;
   const DemandeCompilation &demande_;
   SuiviCompilation &suivi_;
+  Conteneurs conteneurs_;
   ContexteCompilation ctx_;
   EnteteProjet entete_;
   FichierVoisin cible_;

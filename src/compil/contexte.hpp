@@ -7,6 +7,7 @@
 
 namespace varnion {
 
+class Conteneurs;
 class FichierProjet;
 
 /// What a compile makes.
@@ -67,6 +68,8 @@ struct SuiviCompilation {
 /// One compile: what is asked, what was counted, and the reserves found too small in a run before.
 struct ContexteCompilation {
   FichierProjet *projet = nullptr;
+  Conteneurs *conteneurs =
+      nullptr;  ///< what the sources turned out to be; none: taken as the project has them
   std::string chemin_cible;
   Nature nature = Nature::hybride_hfs;
   int resultat = 0;

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "compil/conteneurs.hpp"
 #include "compil/descripteurs.hpp"
 #include "compil/noms_disque.hpp"
 #include "compil/repertoires.hpp"
@@ -17,6 +18,7 @@
 #include "noms/regles.hpp"
 #include "noms/tables.hpp"
 #include "noms/texte.hpp"
+#include "projet/arborescence.hpp"
 #include "projet/fichier_projet.hpp"
 #include "projet/nom_hfsplus.hpp"
 #include "res/chaines.hpp"
@@ -68,11 +70,18 @@ class Mesure {
   bool parcourt();
 
  private:
-  [[nodiscard]] std::vector<RubriqueProjet> mesure_dossier(const Attente &ici);
+  bool mesure_dossier(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers);
   bool empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_dossiers);
+  bool lit_enfants(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers,
+                   std::vector<RubriqueProjet> &abimes);
+  [[nodiscard]] bool ouvre_les_fourches(const RubriqueProjet &r, const Attente &ici) const;
+  void mesure_item(const RubriqueProjet &r, const Attente &ici);
+  void mesure_abime(const RubriqueProjet &r, const Attente &ici);
+  void choisit_nom_hfs(RubriqueProjet &r);
   void mesure_iso(const RubriqueProjet &r);
   void mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact);
-  void mesure_noms(const RubriqueProjet &r, const std::string &dossier);
+  void mesure_nom_iso(const RubriqueProjet &r, const std::string &dossier);
+  void mesure_nom_hfs(const RubriqueProjet &r, const std::string &dossier);
   void mesure_longueurs(const RubriqueProjet &r, bool mac);
   void verifie_fourches(const RubriqueProjet &r);
   void note_egaux(int vue, const std::string &dossier, const std::string &nom, const RubriqueProjet &a,
@@ -86,6 +95,7 @@ class Mesure {
   std::size_t exact_iso_ = 0, exact_joliet_ = 0;           // as the directories will be
   std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
+  std::unordered_map<std::string, std::size_t> numeros_hfs_;  // last one given to a name met again
   std::size_t egaux_ = 0;
   std::size_t trop_grandes_ = 0;  // files with a fork that classic HFS cannot hold
   std::size_t repertoires_ = 1;   // on the ISO side, with the root
@@ -102,12 +112,14 @@ void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &
                    tronque_chemin(b, kLongueurMessage), tronque_chemin(chemin_source(a), kLongueurMessage)}));
 }
 
-void Mesure::mesure_noms(const RubriqueProjet &r, const std::string &dossier) {
-  if (ctx_.a_iso() && r.dans_iso() && (!r.nom_hors_page() || r.nom_iso_saisi())) {
-    const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
-    const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
-    if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
-  }
+void Mesure::mesure_nom_iso(const RubriqueProjet &r, const std::string &dossier) {
+  if (!ctx_.a_iso() || !r.dans_iso() || (r.nom_hors_page() && !r.nom_iso_saisi())) return;
+  const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
+  const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
+  if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
+}
+
+void Mesure::mesure_nom_hfs(const RubriqueProjet &r, const std::string &dossier) {
   // A name that comes from the source is known only when the source is at hand.
   if (volume_ == nullptr || !r.dans_hfs() || r.codage() == Codage::ntfs) return;
   const bool plus = nature_est_hfsplus(ctx_.nature);
@@ -170,32 +182,100 @@ void Mesure::mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact) 
   if (apple.data.iso != 0) place(apple.data, kSuiteApple);
 }
 
-std::vector<RubriqueProjet> Mesure::mesure_dossier(const Attente &ici) {
+// Forks are taken out of a container only for a Macintosh side; the others carry it as it is.
+bool Mesure::ouvre_les_fourches(const RubriqueProjet &r, const Attente &ici) const {
+  return volume_ != nullptr ? ici.mac && r.dans_hfs() : ctx_.nature == Nature::iso_apple && r.dans_iso();
+}
+
+void Mesure::mesure_item(const RubriqueProjet &r, const Attente &ici) {
+  if (ctx_.a_iso()) mesure_iso(r);
+  if (volume_ != nullptr && r.dans_hfs()) volume_->compte_item(ctx_, r);
+  if (r.est_dossier()) return;
+  verifie_fourches(r);
+  mesure_longueurs(r, ctx_.a_volume() && ici.mac && r.dans_hfs());
+}
+
+// Gives an item a name that no other one of its folder has: a number ahead of its extension, where the own
+// one is taken.
+void Mesure::choisit_nom_hfs(RubriqueProjet &r) {
+  if (volume_ == nullptr || !r.dans_hfs()) return;
+  const bool plus = nature_est_hfsplus(ctx_.nature);
+  if (plus && r.nom_hors_page()) return;  // the source gives it
+  constexpr std::size_t kExtensionMax = 5;
+  const std::string nom = nom_dans_vue(r, kVueHfs, plus);
+  const std::size_t point = nom.rfind('.');
+  const bool avec = point != std::string::npos && point > 0 && nom.size() - point <= kExtensionMax;
+  const std::string extension = avec ? nom.substr(point) : "";
+  const std::string base = nom.substr(0, nom.size() - extension.size());
+  while (!noms_hfs_.try_emplace(volume_->cle_nom(r, {}), chemin_source(r)).second) {
+    const std::string marque = "~" + std::to_string(++numeros_hfs_[nom]) + extension;
+    const std::size_t limite = plus ? kNomHfsplusMax : kNomHfsMax;
+    pose_nom_hfs(r, base.substr(0, limite - marque.size()) + marque, plus);
+  }
+}
+
+// What goes in as a plain file gives way to the names of the project.
+void Mesure::mesure_abime(const RubriqueProjet &r, const Attente &ici) {
+  const bool plus = nature_est_hfsplus(ctx_.nature);
+  RubriqueProjet simple;
+  if (ctx_.conteneurs->examen(r)->etat == EtatConteneur::abime) {
+    simple = ctx_.conteneurs->effective(r, simple, plus);
+    mesure_nom_iso(simple, ici.chemin);
+    if (simple.nom_hfs_final())
+      mesure_nom_hfs(simple, ici.chemin);
+    else
+      choisit_nom_hfs(simple);
+    ctx_.conteneurs->nomme(r, lit_champ(simple.nom_hfs));
+  } else {
+    const auto compagnon = ctx_.conteneurs->compagnon(r, plus);
+    if (!compagnon) return;
+    simple = *compagnon;
+    choisit_nom_hfs(simple);
+    ctx_.conteneurs->ajoute_compagnon(r, simple);
+  }
+  mesure_item(simple, ici);
+}
+
+bool Mesure::lit_enfants(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers,
+                         std::vector<RubriqueProjet> &abimes) {
+  Conteneurs *conteneurs = ctx_.conteneurs;
+  RubriqueProjet place;
+  LecteurRubriques enfants = index_.enfants(*ctx_.projet, ici.numero);
+  while (const RubriqueProjet *r = enfants.suivant()) {
+    if (conteneurs != nullptr && !r->est_dossier()) {
+      if (ouvre_les_fourches(*r, ici) && !conteneurs->examine(*r)) return false;
+      const ExamenConteneur *examen = conteneurs->examen(*r);
+      const EtatConteneur etat = examen != nullptr ? examen->etat : EtatConteneur::conforme;
+      if (etat == EtatConteneur::abime || etat == EtatConteneur::compagnon_abime) abimes.push_back(*r);
+      if (etat == EtatConteneur::abime) continue;
+      r = &conteneurs->effective(*r, place, nature_est_hfsplus(ctx_.nature));
+    }
+    mesure_nom_iso(*r, ici.chemin);
+    mesure_nom_hfs(*r, ici.chemin);
+    mesure_item(*r, ici);
+    if (!r->est_dossier()) continue;
+    if (r->numero == kDossierFond && lit_champ(r->nom_source) == kNomDossierFond) ctx_.dossier_fond = true;
+    sous_dossiers.push_back(*r);
+  }
+  return true;
+}
+
+bool Mesure::mesure_dossier(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers) {
   constexpr std::size_t kDeuxFiches = 0x44;
   octets_iso_ = octets_joliet_ = exact_iso_ = exact_joliet_ = kDeuxFiches;
   noms_iso_.clear();
   noms_hfs_.clear();
-  std::vector<RubriqueProjet> sous_dossiers;
-  LecteurRubriques enfants = index_.enfants(*ctx_.projet, ici.numero);
-  while (const RubriqueProjet *r = enfants.suivant()) {
-    mesure_noms(*r, ici.chemin);
-    if (ctx_.a_iso()) mesure_iso(*r);
-    if (volume_ != nullptr && r->dans_hfs()) volume_->compte_item(ctx_, *r);
-    if (r->est_dossier()) {
-      if (r->numero == kDossierFond && lit_champ(r->nom_source) == kNomDossierFond) ctx_.dossier_fond = true;
-      sous_dossiers.push_back(*r);
-    } else {
-      verifie_fourches(*r);
-      mesure_longueurs(*r, ctx_.a_volume() && ici.mac && r->dans_hfs());
-    }
-  }
+  numeros_hfs_.clear();
+  std::vector<RubriqueProjet> abimes;
+  if (!lit_enfants(ici, sous_dossiers, abimes)) return false;
+  for (const RubriqueProjet &r : abimes) mesure_abime(r, ici);
   ++ctx_.secteurs_iso;
   ++ctx_.secteurs_joliet;
   dim_.iso.secteurs_iso += quotient_haut<std::size_t>(exact_iso_, kSecteurIso);
   dim_.iso.secteurs_joliet += quotient_haut<std::size_t>(exact_joliet_, kSecteurIso);
   for (const RubriqueProjet &r : sous_dossiers)
     if (volume_ != nullptr && r.dans_hfs()) volume_->compte_fil(ctx_, r);
-  return sous_dossiers;
+  return true;
 }
 
 bool Mesure::empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_dossiers) {
@@ -217,11 +297,14 @@ bool Mesure::empile(const Attente &ici, const std::vector<RubriqueProjet> &sous_
 
 bool Mesure::parcourt() {
   dim_.iso.chemins_iso = dim_.iso.chemins_joliet = 10;  // the root's entry
+  if (ctx_.conteneurs != nullptr) ctx_.conteneurs->commence();
   while (!pile_.empty()) {
     const Attente ici = std::move(pile_.back());
     pile_.pop_back();
-    if (!empile(ici, mesure_dossier(ici))) return false;
+    std::vector<RubriqueProjet> sous_dossiers;
+    if (!mesure_dossier(ici, sous_dossiers) || !empile(ici, sous_dossiers)) return false;
   }
+  if (ctx_.conteneurs != nullptr) ctx_.conteneurs->fini();
   if (ctx_.a_iso() && repertoires_ > kRepertoiresMax) {
     operations().afficher_erreur(charger_chaine(kTropDeDossiers));
     return false;

@@ -116,9 +116,10 @@ class Execution {
   /// Bytes of a Joliet name; one that is not the item's own is told.
   std::string octets_joliet(const NomJoliet &nom, const std::string &chemin);
   void remarque(int id, const std::string &chemin, const std::string &detail = {});
+  void remarque(const std::string &texte);
 
   // inclusion.cpp: the data of one file
-  bool inclusion_fichier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts);
+  bool inclusion_fichier(const RubriqueProjet &rubrique, Niveau &ici, RepertoiresOuverts &ouverts);
   bool inclusion_iso(const Source &source, bool partage, RepertoiresOuverts &ouverts, Fourche &copie);
   bool copie_iso_seul(const Source &source);
   bool copie_donnees(const Fichier &fichier, std::uint64_t position, std::uint64_t longueur,
@@ -128,7 +129,15 @@ class Execution {
                      const Source &source, Fourche &fourche);
   bool reserve_blocs(std::uint64_t longueur);
   bool ressource_double(const Source &source, Fourche &rsrc);
-  /// Decodes a BinHex source into `decode`; false when the run ends.
+  /// The MacBinary form of a MacBinary or BinHex source, where it begins in which file.
+  struct FormeMacBinaire {
+    const Fichier *fichier = nullptr;
+    std::uint64_t base = 0;
+    std::uint16_t drapeaux = 0;
+    Fichier decode;  ///< of a text that the measure did not keep
+  };
+  /// False when the run ends.
+  bool forme_macbinaire(const Source &source, FormeMacBinaire &forme);
   bool decode_source(const Source &source, Fichier &decode);
   bool copie_single(const Source &source, Fourche &data, Fourche &rsrc);
   bool copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc, std::uint16_t &drapeaux);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "compil/conteneurs.hpp"
 #include "compil/execution.hpp"
 #include "fichiers/applesimple.hpp"
 #include "fichiers/binhex.hpp"
@@ -25,7 +26,6 @@ constexpr int kSourceFermee = 6316;        // path, system error
 constexpr int kSourceChangee = 6317;       // path
 constexpr int kSourceTropGrande = 6318;    // path
 constexpr int kLectureInterrompue = 6319;  // path, system error
-constexpr int kBinhexFaux = 6320;          // journal: path
 
 constexpr std::uint64_t kTrancheSecteurs = 0x100;
 
@@ -56,7 +56,7 @@ Route route(const RubriqueProjet &r) {
 }  // namespace
 
 PlageFourche plage_verifiee(const Fichier &fichier, std::uint32_t magie, std::uint32_t entree) {
-  std::array<std::uint8_t, kLectureAppleScan> tampon{};
+  std::array<std::uint8_t, kLectureApple> tampon{};
   const std::int64_t lus = fichier.lire_a(tampon, 0);
   const std::int64_t taille = fichier_taille(fichier);
   if (lus <= 0 || taille <= 0) return {};
@@ -175,8 +175,8 @@ bool Execution::decode_source(const Source &source, Fichier &decode) {
   ControleBinHex controle;
   if (source.fichier.ouvert()) decode = decode_binhex(source.fichier, &controle);
   if (decode.ouvert()) {
-    if (!controle.juste())
-      operations().journal(GenreJournal::information, message(kBinhexFaux, {source.chemin}));
+    // The text was sound when the project was measured.
+    if (!controle.juste()) remarque(kSourceChangee, source.chemin);
     return true;
   }
   const int erreur = errno;
@@ -185,17 +185,32 @@ bool Execution::decode_source(const Source &source, Fichier &decode) {
   return true;
 }
 
+bool Execution::forme_macbinaire(const Source &source, FormeMacBinaire &forme) {
+  forme.fichier = &source.fichier;
+  if (source.rubrique.codage() == Codage::binhex) {
+    const ExamenConteneur *examen =
+        ctx_.conteneurs != nullptr ? ctx_.conteneurs->examen(source.rubrique) : nullptr;
+    if (examen != nullptr && examen->decode) {
+      forme.fichier = &ctx_.conteneurs->decodes();
+      forme.base = examen->position;
+      forme.drapeaux = examen->drapeaux;
+      return true;
+    }
+    if (!decode_source(source, forme.decode)) return false;
+    forme.fichier = &forme.decode;
+  }
+  if (const auto tete = lit_tete_macbinaire(*forme.fichier)) forme.drapeaux = drapeaux_macbinaire(*tete);
+  return true;
+}
+
 bool Execution::copie_macbinaire(const Source &source, Fourche &data, Fourche &rsrc,
                                  std::uint16_t &drapeaux) {
   const RubriqueProjet &r = source.rubrique;
-  Fichier decode;
-  const bool binhex = r.codage() == Codage::binhex;
-  if (binhex && !decode_source(source, decode)) return false;
-  const Fichier &macbinaire = binhex ? decode : source.fichier;
-  const auto tete = lit_tete_macbinaire(macbinaire);
-  if (tete) drapeaux |= drapeaux_macbinaire(*tete);
-  return copie_fourche(macbinaire, sizeof(TeteMacBinaire), r.lg_data, source, data) &&
-         copie_fourche(macbinaire, position_ressource(r.lg_data), r.lg_rsrc, source, rsrc);
+  FormeMacBinaire forme;
+  if (!forme_macbinaire(source, forme)) return false;
+  drapeaux |= forme.drapeaux;
+  return copie_fourche(*forme.fichier, forme.base + sizeof(TeteMacBinaire), r.lg_data, source, data) &&
+         copie_fourche(*forme.fichier, forme.base + position_ressource(r.lg_data), r.lg_rsrc, source, rsrc);
 }
 
 bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
@@ -245,7 +260,11 @@ bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
   return true;
 }
 
-bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, RepertoiresOuverts &ouverts) {
+bool Execution::inclusion_fichier(const RubriqueProjet &rubrique, Niveau &ici, RepertoiresOuverts &ouverts) {
+  const bool plus = nature_est_hfsplus(ctx_.nature);
+  RubriqueProjet effective;
+  const RubriqueProjet &r =
+      ctx_.conteneurs != nullptr ? ctx_.conteneurs->effective(rubrique, effective, plus) : rubrique;
   const bool iso = ouverts.iso != nullptr && r.dans_iso();
   const bool mac = va_sur_volume(r, ici);
   if (!iso && !mac) return true;
@@ -267,6 +286,8 @@ bool Execution::inclusion_fichier(const RubriqueProjet &r, Niveau &ici, Repertoi
     source.taille = donnees.taille;
     if (source.taille != r.lg_source) remarque(kSourceChangee, chemin);
   }
+  if (ctx_.conteneurs != nullptr && (mac || ctx_.nature == Nature::iso_apple))
+    if (const std::string texte = ctx_.conteneurs->constat(rubrique, plus); !texte.empty()) remarque(texte);
   if (ctx_.nature == Nature::iso_apple) return inclusion_apple(source, ouverts);
   Fourche copie;
   const bool partage = iso && mac && copie_partagee(r);

@@ -95,13 +95,11 @@ bool Execution::iso_single(const Source &source, RepertoiresOuverts &ouverts) {
 
 bool Execution::iso_macbinary(const Source &source, RepertoiresOuverts &ouverts) {
   const RubriqueProjet &r = source.rubrique;
-  Fichier decode;
-  const bool binhex = r.codage() == Codage::binhex;
-  if (binhex && !decode_source(source, decode)) return false;
-  const Fichier &macbinaire = binhex ? decode : source.fichier;
-  return place_paire(source, {macbinaire, position_ressource(r.lg_data), r.lg_rsrc},
-                     {macbinaire, sizeof(TeteMacBinaire), r.lg_data}, date_annee_modulo_100(r.date_modif),
-                     ouverts);
+  FormeMacBinaire forme;
+  if (!forme_macbinaire(source, forme)) return false;
+  return place_paire(source, {*forme.fichier, forme.base + position_ressource(r.lg_data), r.lg_rsrc},
+                     {*forme.fichier, forme.base + sizeof(TeteMacBinaire), r.lg_data},
+                     date_annee_modulo_100(r.date_modif), ouverts);
 }
 
 bool Execution::inclusion_apple(const Source &source, RepertoiresOuverts &ouverts) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <span>
 
+#include "compil/conteneurs.hpp"
 #include "compil/execution.hpp"
 #include "hfs/fiches.hpp"
 #include "IO/operations.hpp"
@@ -35,8 +36,12 @@ plateforme::DonneesRecherche donnees_virtuelles(const RubriqueProjet &r) {
 }  // namespace
 
 void Execution::remarque(int id, const std::string &chemin, const std::string &detail) {
+  remarque(message(id, {tronque_chemin(chemin, kLongueurMessage), detail}));
+}
+
+void Execution::remarque(const std::string &texte) {
   ++ctx_.remarques;
-  suivi_.remarque(message(id, {tronque_chemin(chemin, kLongueurMessage), detail}));
+  suivi_.remarque(texte);
 }
 
 bool Execution::va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const {
@@ -100,12 +105,15 @@ bool Execution::place_dossier(const RubriqueProjet &r, Niveau &ici, RepertoiresO
 
 bool Execution::place_enfants(std::uint32_t dossier, Niveau &ici, RepertoiresOuverts &ouverts,
                               std::vector<DossierEnAttente> &attente) {
+  const auto place = [&](const RubriqueProjet &r) {
+    return r.est_dossier() ? place_dossier(r, ici, ouverts, attente) : inclusion_fichier(r, ici, ouverts);
+  };
   LecteurRubriques enfants = index_.enfants(*ctx_.projet, dossier);
-  while (const RubriqueProjet *r = enfants.suivant()) {
-    const bool place =
-        r->est_dossier() ? place_dossier(*r, ici, ouverts, attente) : inclusion_fichier(*r, ici, ouverts);
-    if (!place) return echoue(kCompilEchec);
-  }
+  while (const RubriqueProjet *r = enfants.suivant())
+    if (!place(*r)) return echoue(kCompilEchec);
+  if (ctx_.conteneurs != nullptr)
+    for (const RubriqueProjet &r : ctx_.conteneurs->compagnons(dossier))
+      if (!place(r)) return echoue(kCompilEchec);
   return true;
 }
 

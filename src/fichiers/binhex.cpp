@@ -201,8 +201,8 @@ class Expansion {
 /// Last step: the expanded stream to a MacBinary file, with the checksums counted on the way.
 class VersMacBinaire {
  public:
-  VersMacBinaire(const Fichier &source, const Fichier *cible)
-      : flux_(source), cible_(cible), tampon_(kTampon, '\0') {}
+  VersMacBinaire(const Fichier &source, const Fichier *cible, std::uint64_t base = 0)
+      : flux_(source), cible_(cible), base_(base), tampon_(kTampon, '\0') {}
 
   /// Length of the target, nullopt on a failed read or write.
   std::optional<std::uint64_t> convertit(ControleBinHex &controle) {
@@ -262,13 +262,14 @@ class VersMacBinaire {
 
   bool ecrit(std::span<const std::uint8_t> octets) {
     if (octets.empty()) return true;
-    if (cible_ != nullptr && !cible_->ecrire_a(octets, position_)) return false;
+    if (cible_ != nullptr && !cible_->ecrire_a(octets, base_ + position_)) return false;
     position_ += octets.size();
     return true;
   }
 
   Expansion flux_;
   const Fichier *cible_;
+  std::uint64_t base_;
   std::string tampon_;
   std::uint64_t position_ = 0;
   std::uint64_t debut_rsrc_ = 0;
@@ -291,9 +292,9 @@ bool est_binhex(std::span<const std::uint8_t> debut) {
 }
 
 std::optional<std::uint64_t> decode_binhex(const Fichier &source, const Fichier &cible,
-                                           ControleBinHex *controle) {
+                                           ControleBinHex *controle, std::uint64_t base) {
   ControleBinHex local;
-  return VersMacBinaire(source, &cible).convertit(controle != nullptr ? *controle : local);
+  return VersMacBinaire(source, &cible, base).convertit(controle != nullptr ? *controle : local);
 }
 
 Fichier decode_binhex(const Fichier &source, ControleBinHex *controle) {

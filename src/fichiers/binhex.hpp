@@ -30,9 +30,10 @@ struct ControleBinHex {
 /// Decodes `source` into `cible`, an empty file open for writing, as a MacBinary file: its length, or nullopt
 /// when a read or write fails (`errno` tells). Announced fork lengths that the text does not hold give a
 /// short target. Checksums never change the result; they are told in `controle` when that is given. The
-/// position of `source` stays.
+/// position of `source` stays. The target begins at `base` of `cible`, which is empty from there on.
 [[nodiscard]] std::optional<std::uint64_t> decode_binhex(const Fichier &source, const Fichier &cible,
-                                                         ControleBinHex *controle = nullptr);
+                                                         ControleBinHex *controle = nullptr,
+                                                         std::uint64_t base = 0);
 /// The same into an unnamed temporary file: closed when it cannot be made or written. The decoder passes
 /// through memory, so that nothing is ever written beside the source, whose folder may be read-only or hold a
 /// user's file of the same name with the extension BIN.

@@ -6,6 +6,7 @@
 #include "fichiers/applesimple.hpp"
 #include "fichiers/binhex.hpp"
 #include "fichiers/element.hpp"
+#include "fichiers/integrite.hpp"
 #include "fichiers/macbinaire.hpp"
 #include "fichiers/sfm.hpp"
 #include "IO/octets.hpp"
@@ -37,8 +38,9 @@ void pose_info(ElementFichier &element, std::size_t position, std::span<const st
             element.info_finder.begin() + static_cast<std::ptrdiff_t>(position));
 }
 
-/// The head from a MacBinary file or a decoded BinHex text; false when there is none.
-bool prend_macbinaire(const FichierPartage &fichier, Conteneur &conteneur) {
+/// The head from a MacBinary file or, with its checksums, a decoded BinHex text; false when there is none.
+bool prend_macbinaire(const FichierPartage &fichier, Conteneur &conteneur,
+                      const ControleBinHex *controle = nullptr) {
   const auto tete = lit_tete_macbinaire(*fichier);
   if (!tete) return false;
   ElementFichier &element = conteneur.element;
@@ -48,9 +50,11 @@ bool prend_macbinaire(const FichierPartage &fichier, Conteneur &conteneur) {
   element.dates.creation = tete->date_creation;
   element.dates.modification = tete->date_modif;
   const std::uint64_t lg = taille(*fichier);
-  element.data = fourche_de_fichier(fichier, plage_data_macbinaire(*tete, lg));
-  element.rsrc = fourche_de_fichier(fichier, plage_rsrc_macbinaire(*tete, lg));
-  conteneur.intact = element.data.longueur == tete->lg_data && element.rsrc.longueur == tete->lg_rsrc;
+  const FourchesConteneur fourches =
+      controle != nullptr ? fourches_binhex(*tete, lg, *controle) : fourches_macbinaire(*tete, lg);
+  element.data = fourche_de_fichier(fichier, fourches.data);
+  element.rsrc = fourche_de_fichier(fichier, fourches.rsrc);
+  conteneur.intact = fourches.intact();
   return true;
 }
 
@@ -60,15 +64,12 @@ void prend_apple(const FichierPartage &fichier, Conteneur &conteneur) {
   const std::int64_t lus = fichier->lire_a(octets, 0);
   const auto debut =
       std::span<const std::uint8_t>(octets).first(static_cast<std::size_t>(std::max<std::int64_t>(lus, 0)));
-  const auto fourche = [&](std::uint32_t id, FluxFourche &cible) {
-    const auto entree = cherche_entree_apple(debut, id);
-    if (!entree) return;
-    cible = fourche_de_fichier(fichier, plage_bornee(entree->position, entree->longueur, taille(*fichier)));
-    if (cible.longueur != entree->longueur) conteneur.intact = false;
-  };
+  const FourchesConteneur fourches = fourches_apple(debut, taille(*fichier));
   pose_info(conteneur.element, 0, info_finder_apple(debut));
-  fourche(kEntreeRessource, conteneur.element.rsrc);
-  if (magie_apple(debut) == kMagieAppleSingle) fourche(kEntreeData, conteneur.element.data);
+  conteneur.element.rsrc = fourche_de_fichier(fichier, fourches.rsrc);
+  if (magie_apple(debut) == kMagieAppleSingle)
+    conteneur.element.data = fourche_de_fichier(fichier, fourches.data);
+  conteneur.intact = fourches.intact();
 }
 
 void prend_sfm(std::string_view chemin, Fichier ressource, ElementFichier &element) {
@@ -83,9 +84,7 @@ void prend_sfm(std::string_view chemin, Fichier ressource, ElementFichier &eleme
 bool prend_binhex(const Fichier &fichier, Conteneur &conteneur) {
   ControleBinHex controle;
   auto decode = std::make_shared<const Fichier>(decode_binhex(fichier, &controle));
-  if (!decode->ouvert() || !prend_macbinaire(decode, conteneur)) return false;
-  conteneur.intact = conteneur.intact && controle.juste();
-  return true;
+  return decode->ouvert() && prend_macbinaire(decode, conteneur, &controle);
 }
 
 }  // namespace

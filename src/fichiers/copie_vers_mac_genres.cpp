@@ -5,6 +5,7 @@
 #include "fichiers/applesimple.hpp"
 #include "fichiers/binhex.hpp"
 #include "fichiers/copie_vers_mac.hpp"
+#include "fichiers/integrite.hpp"
 #include "fichiers/macbinaire.hpp"
 #include "fichiers/mode_copie.hpp"
 #include "fichiers/nom_volume.hpp"
@@ -119,8 +120,9 @@ CopieVersMac::Suite CopieVersMac::copie_conteneur(const FichierPc &fichier, bool
   const auto debut = binhex ? std::span<const std::uint8_t>() : fichier.debut();
   Ecriture ecriture;
   ecriture.genre = GenreEcritureMac::macbinaire;
-  ecriture.data = {&source, plage_data_macbinaire(*tete, lg), lg, debut};
-  ecriture.rsrc = {&source, plage_rsrc_macbinaire(*tete, lg), lg, debut};
+  const FourchesConteneur fourches = fourches_binhex(*tete, lg, controle);
+  ecriture.data = {&source, fourches.data, lg, debut};
+  ecriture.rsrc = {&source, fourches.rsrc, lg, debut};
   ecriture.signature = signature_macbinaire(*tete);
   ecriture.drapeaux = drapeaux_macbinaire(*tete);
   ecriture.creation = tete->date_creation;
@@ -135,9 +137,7 @@ CopieVersMac::Suite CopieVersMac::copie_conteneur(const FichierPc &fichier, bool
     ++bilan_.renommes;
     operations().afficher_avis(message(kRenomme, {nom_windows(nom), nom_item_windows(ecriture.nom)}));
   }
-  if (!controle.juste() || ecriture.data.plage.longueur != tete->lg_data ||
-      ecriture.rsrc.plage.longueur != tete->lg_rsrc)
-    signale_abime(fichier);
+  if (!fourches.intact()) signale_abime(fichier);
   if (ecriture.signature == kSignatureIcone && nom.starts_with(kNomIcone) && tete->lg_data != 0U)
     return copie_icone(fichier, ecriture, parent);
   return ecriture_fichier_mac(fichier, ecriture, parent);
@@ -172,26 +172,19 @@ CopieVersMac::Suite CopieVersMac::copie_apple(const FichierPc &fichier, const Fi
   }
   const Fichier &porteur = compagnon != nullptr ? *compagnon : fichier.fichier;
   const std::uint64_t lg = compagnon != nullptr ? taille(*compagnon) : fichier.taille;
-  bool entier = true;
-  const auto fourche = [&](std::uint32_t id) {
-    const auto entree = cherche_entree_apple(debut, id);
-    if (!entree) return Fourche{};
-    const PlageFourche plage = plage_bornee(entree->position, entree->longueur, lg);
-    entier = entier && plage.longueur == entree->longueur;
-    return Fourche{&porteur, plage, lg};
-  };
+  const FourchesConteneur fourches = fourches_apple(debut, lg);
   Ecriture ecriture;
   ecriture.nom = *nom;
-  ecriture.rsrc = fourche(kEntreeRessource);
+  ecriture.rsrc = {&porteur, fourches.rsrc, lg};
   if (compagnon == nullptr) {
     ecriture.genre = GenreEcritureMac::applesingle;
-    ecriture.data = fourche(kEntreeData);
+    ecriture.data = {&porteur, fourches.data, lg};
   } else {
     ecriture.genre = GenreEcritureMac::appledouble;
     ecriture.data = {&fichier.fichier, {0, fichier.taille}, fichier.taille, fichier.debut()};
   }
   ecriture.signature = signature_apple(debut).value_or(options_.signature(fichier.donnees->nom_long));
-  if (!entier) signale_abime(fichier);
+  if (!fourches.intact()) signale_abime(fichier);
   return ecriture_fichier_mac(fichier, ecriture, parent);
 }
 
