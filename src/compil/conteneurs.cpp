@@ -228,33 +228,33 @@ const ExamenConteneur *Conteneurs::examen(const RubriqueProjet &rubrique) const 
   return place == examens_.end() ? nullptr : &place->second;
 }
 
-const RubriqueProjet &Conteneurs::effective(const RubriqueProjet &rubrique, RubriqueProjet &place,
-                                            bool hfsplus) const {
+const RubriqueProjet &Conteneurs::effective(const RubriqueProjet &rubrique,
+                                            std::optional<RubriqueProjet> &place, bool hfsplus) const {
   const ExamenConteneur *e = examen(rubrique);
   if (e == nullptr || e->etat == EtatConteneur::conforme) return rubrique;
-  place = rubrique;
+  RubriqueProjet &r = place.emplace(rubrique);
   switch (e->etat) {
     case EtatConteneur::abime:
-      devient_simple(place, *e, hfsplus);
+      devient_simple(r, *e, hfsplus);
       if (const auto nom = noms_.find(rubrique.numero); nom != noms_.end())
-        ecrit_champ_coupe(place.nom_hfs, nom->second);
+        ecrit_champ_coupe(r.nom_hfs, nom->second);
       break;
     case EtatConteneur::compagnon_abime:
       // Type and creator stay: they are the project's, and true of the file.
-      place.codage(Codage::aucun);
-      place.est_appledouble(false);
-      place.icone_perso(false);
-      place.lg_rsrc = 0;
-      if (place.date_creation == 0U) place.date_creation = e->date;
-      if (place.date_modif == 0U) place.date_modif = e->date;
+      r.codage(Codage::aucun);
+      r.est_appledouble(false);
+      r.icone_perso(false);
+      r.lg_rsrc = 0;
+      if (r.date_creation == 0U) r.date_creation = e->date;
+      if (r.date_modif == 0U) r.date_modif = e->date;
       break;
     default:
-      place.lg_data = e->lg_data;
-      place.lg_rsrc = e->lg_rsrc;
-      place.lg_source = e->lg_source;
+      r.lg_data = e->lg_data;
+      r.lg_rsrc = e->lg_rsrc;
+      r.lg_source = e->lg_source;
       break;
   }
-  return place;
+  return r;
 }
 
 // --- damaged companions

@@ -55,8 +55,8 @@ class Conteneurs {
   /// nullptr: the source is what the project says, or is no container.
   [[nodiscard]] const ExamenConteneur *examen(const RubriqueProjet &rubrique) const;
   /// The item as it goes on the disc: `rubrique` itself, or `place` with what the source asks for.
-  [[nodiscard]] const RubriqueProjet &effective(const RubriqueProjet &rubrique, RubriqueProjet &place,
-                                                bool hfsplus) const;
+  [[nodiscard]] const RubriqueProjet &effective(const RubriqueProjet &rubrique,
+                                                std::optional<RubriqueProjet> &place, bool hfsplus) const;
 
   /// Name in the HFS view of an item that goes in as a plain file, as the measure of this attempt chose it.
   void nomme(const RubriqueProjet &rubrique, const std::string &nom_hfs) { noms_[rubrique.numero] = nom_hfs; }

@@ -219,7 +219,8 @@ void Mesure::mesure_abime(const RubriqueProjet &r, const Attente &ici) {
   const bool plus = nature_est_hfsplus(ctx_.nature);
   RubriqueProjet simple;
   if (ctx_.conteneurs->examen(r)->etat == EtatConteneur::abime) {
-    simple = ctx_.conteneurs->effective(r, simple, plus);
+    std::optional<RubriqueProjet> place;
+    simple = ctx_.conteneurs->effective(r, place, plus);
     mesure_nom_iso(simple, ici.chemin);
     if (simple.nom_hfs_final())
       mesure_nom_hfs(simple, ici.chemin);
@@ -239,7 +240,7 @@ void Mesure::mesure_abime(const RubriqueProjet &r, const Attente &ici) {
 bool Mesure::lit_enfants(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers,
                          std::vector<RubriqueProjet> &abimes) {
   Conteneurs *conteneurs = ctx_.conteneurs;
-  RubriqueProjet place;
+  std::optional<RubriqueProjet> place;
   LecteurRubriques enfants = index_.enfants(*ctx_.projet, ici.numero);
   while (const RubriqueProjet *r = enfants.suivant()) {
     if (conteneurs != nullptr && !r->est_dossier()) {

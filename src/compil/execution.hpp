@@ -62,7 +62,7 @@ class Execution {
     std::unique_ptr<Repertoire> iso, joliet;
     NomsIso noms;
     NomsJoliet noms_joliet;
-    std::unordered_set<std::u16string> noms_mac;  ///< of the folder on the volume, as the catalog compares
+    std::unordered_set<std::u16string> noms_tardifs;  ///< on the volume, those that came from the source
   };
   /// A folder whose content comes after its siblings.
   struct DossierEnAttente {
@@ -112,7 +112,8 @@ class Execution {
   [[nodiscard]] bool va_sur_volume(const RubriqueProjet &r, const Niveau &ici) const;
   bool note_catalogue(Catalogue resultat, const RubriqueProjet &r);
   /// False, after a message, when another item of the folder has the name that the volume is to have.
-  bool nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large, RepertoiresOuverts &ouverts);
+  bool nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large, const Niveau &ici,
+                     RepertoiresOuverts &ouverts);
   /// Bytes of a Joliet name; one that is not the item's own is told.
   std::string octets_joliet(const NomJoliet &nom, const std::string &chemin);
   void remarque(int id, const std::string &chemin, const std::string &detail = {});

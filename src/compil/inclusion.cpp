@@ -254,7 +254,7 @@ bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
       fait = copie_macbinaire(source, fiche.data, fiche.rsrc, fiche.drapeaux);
       break;
   }
-  if (!fait || !nom_mac_libre(r, fiche.nom_large, ouverts)) return false;
+  if (!fait || !nom_mac_libre(r, fiche.nom_large, ici, ouverts)) return false;
   if (!note_catalogue(volume_->cree_fichier(ici.cnid, fiche), r)) return false;
   ++ici.valence;
   return true;
@@ -262,7 +262,7 @@ bool Execution::inclusion_mac(Source &source, const Fourche *copie, Niveau &ici,
 
 bool Execution::inclusion_fichier(const RubriqueProjet &rubrique, Niveau &ici, RepertoiresOuverts &ouverts) {
   const bool plus = nature_est_hfsplus(ctx_.nature);
-  RubriqueProjet effective;
+  std::optional<RubriqueProjet> effective;
   const RubriqueProjet &r =
       ctx_.conteneurs != nullptr ? ctx_.conteneurs->effective(rubrique, effective, plus) : rubrique;
   const bool iso = ouverts.iso != nullptr && r.dans_iso();

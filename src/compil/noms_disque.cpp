@@ -184,27 +184,19 @@ std::string NomsIso::dossier(const RubriqueProjet &rubrique, const plateforme::D
   return place(nom.value_or(court.substr(0, 8)));
 }
 
-// `nom` is without its version.
-NomJoliet NomsJoliet::reserve(std::u16string nom, std::u16string_view version) {
-  const auto entier = [&](const std::u16string &choisi) {
-    return gros_bout(choisi + std::u16string(version));
-  };
-  if (pris_.insert(nom).second) return {entier(nom), {}};
-  const std::u16string_view extension = extension_joliet(nom);
-  const std::u16string_view base = std::u16string_view(nom).substr(0, nom.size() - extension.size());
-  for (std::size_t &n = suivants_[nom];;) {
+// The last `version` units of `nom` are its version.
+NomJoliet NomsJoliet::reserve(const std::u16string &nom, std::size_t version) {
+  const std::u16string choix = nom.substr(0, nom.size() - version);
+  if (pris_.insert(choix).second) return {gros_bout(nom), {}};
+  const std::u16string_view extension = extension_joliet(choix);
+  const std::u16string_view base = std::u16string_view(choix).substr(0, choix.size() - extension.size());
+  for (std::size_t &n = suivants_[choix];;) {
     const std::u16string marque = plateforme::texte_vers_large("~" + std::to_string(++n));
-    const std::size_t place = kJolietMax - version.size() - marque.size() - extension.size();
-    std::u16string essai = tete_joliet(base, place) + marque + std::u16string(extension);
+    const std::size_t place = kJolietMax - version - marque.size() - extension.size();
+    const std::u16string essai = tete_joliet(base, place) + marque + std::u16string(extension);
     if (!pris_.insert(essai).second) continue;
-    return {entier(essai), plateforme::large_vers_texte(essai)};
+    return {gros_bout(essai + nom.substr(choix.size())), plateforme::large_vers_texte(essai)};
   }
-}
-
-NomJoliet NomsJoliet::fichier(std::u16string nom) {
-  const std::u16string version = nom.substr(nom.size() - kVersion);
-  nom.resize(nom.size() - kVersion);
-  return reserve(std::move(nom), version);
 }
 
 NomJoliet NomsJoliet::place(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
@@ -213,16 +205,17 @@ NomJoliet NomsJoliet::place(const RubriqueProjet &rubrique, const plateforme::Do
   if (rubrique.est_dossier()) {
     const std::u16string nom =
         large ? donnees.nom_large : plateforme::texte_vers_large(nom_long_ou_court(donnees, court));
-    return reserve(nom_joliet_dossier(nom, court), {});
+    return reserve(nom_joliet_dossier(nom, court), 0);
   }
   const std::u16string nom =
       large ? donnees.nom_large : plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
-  return fichier(nom_joliet_fichier(nom, court));
+  return reserve(nom_joliet_fichier(nom, court), kVersion);
 }
 
 NomJoliet NomsJoliet::place_apple(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees,
                                   bool hfsplus) {
-  return fichier(nom_joliet_fichier(nom_joliet_apple(rubrique, donnees, hfsplus), nom_court_de(donnees)));
+  return reserve(nom_joliet_fichier(nom_joliet_apple(rubrique, donnees, hfsplus), nom_court_de(donnees)),
+                 kVersion);
 }
 
 }  // namespace varnion

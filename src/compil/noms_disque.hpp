@@ -89,8 +89,7 @@ class NomsJoliet {
                                       const plateforme::DonneesRecherche &donnees, bool hfsplus);
 
  private:
-  NomJoliet fichier(std::u16string nom);
-  NomJoliet reserve(std::u16string nom, std::u16string_view version);
+  NomJoliet reserve(const std::u16string &nom, std::size_t version);
   std::unordered_set<std::u16string> pris_;                   ///< without versions
   std::unordered_map<std::u16string, std::size_t> suivants_;  ///< last number given to a name met again
 };

@@ -56,10 +56,17 @@ bool Execution::note_catalogue(Catalogue resultat, const RubriqueProjet &r) {
   return echoue(kCompilEchec);
 }
 
-// Names that come from the source are known only now; the others were compared before the image was begun.
-bool Execution::nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large,
+// Names of the project were compared before the image was begun. One that comes from the source is known only
+// now: it may be that of an item in the catalog, or of one that is still to come.
+bool Execution::nom_mac_libre(const RubriqueProjet &r, std::u16string_view nom_large, const Niveau &ici,
                               RepertoiresOuverts &ouverts) {
-  if (ouverts.noms_mac.insert(volume_->cle_nom(r, nom_large)).second) return true;
+  const bool tardif = volume_->nom_de_la_source(r, nom_large);
+  bool libre = !tardif || !volume_->existe(ici.cnid, r, nom_large);
+  if (tardif)
+    ouverts.noms_tardifs.insert(volume_->cle_nom(r, nom_large));
+  else if (!ouverts.noms_tardifs.empty())
+    libre = !ouverts.noms_tardifs.contains(volume_->cle_nom(r, nom_large));
+  if (libre) return true;
   operations().afficher_erreur(message(kNomDejaLa, {tronque_chemin(chemin_source(r), kLongueurMessage)}));
   return echoue(kCompilEchec);
 }
@@ -95,7 +102,7 @@ bool Execution::place_dossier(const RubriqueProjet &r, Niveau &ici, RepertoiresO
         fiche, octets_du_nom(octets_joliet(ouverts.noms_joliet.place(r, donnees), chemin_source(r))));
   }
   if (va_sur_volume(r, ici)) {
-    if (!nom_mac_libre(r, d.nom_large, ouverts)) return false;
+    if (!nom_mac_libre(r, d.nom_large, ici, ouverts)) return false;
     if (!note_catalogue(volume_->cree_dossier(ici.cnid, r, d.nom_large, d.cnid), r)) return false;
     ++ici.valence;
   }

@@ -51,6 +51,15 @@ std::u16string VolumeHfs::cle_nom(const RubriqueProjet &rubrique, std::u16string
   return poids;
 }
 
+bool VolumeHfs::nom_de_la_source(const RubriqueProjet &rubrique, std::u16string_view /*nom_large*/) const {
+  return rubrique.codage() == Codage::ntfs;
+}
+
+bool VolumeHfs::existe(std::uint32_t parent, const RubriqueProjet &rubrique,
+                       std::u16string_view nom_large) const {
+  return !cherche_exacte_hfs(nom_hfs_de(rubrique, nom_large), kRubriqueToute, parent).empty();
+}
+
 void VolumeHfs::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
   const std::uint32_t cle = taille_cle(lit_champ(rubrique.nom_hfs).size());
   const std::uint32_t fiche = rubrique.est_dossier() ? sizeof(DossierHfs) : sizeof(FichierHfs);

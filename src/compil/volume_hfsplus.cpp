@@ -81,6 +81,16 @@ std::u16string VolumeHfsPlus::cle_nom(const RubriqueProjet &rubrique, std::u16st
   return cle;
 }
 
+bool VolumeHfsPlus::nom_de_la_source(const RubriqueProjet &rubrique, std::u16string_view nom_large) const {
+  return prend_nom_large(rubrique, nom_large) || rubrique.codage() == Codage::ntfs;
+}
+
+bool VolumeHfsPlus::existe(std::uint32_t parent, const RubriqueProjet &rubrique,
+                           std::u16string_view nom_large) const {
+  return !cherche_exacte_hfsplus_sans_joker(nom_hfsplus_de(rubrique, nom_large), kRubriqueToute, parent)
+              .empty();
+}
+
 void VolumeHfsPlus::compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const {
   const auto longueur = static_cast<std::uint32_t>(2 * lit_champ(rubrique.nom_hfs).size());
   const std::uint32_t fiche = rubrique.est_dossier() ? sizeof(DossierPlus) : sizeof(FichierPlus);

@@ -13,6 +13,10 @@ class VolumeHfsPlus final : public VolumeMac {
  public:
   [[nodiscard]] std::u16string cle_nom(const RubriqueProjet &rubrique,
                                        std::u16string_view nom_large) const override;
+  [[nodiscard]] bool nom_de_la_source(const RubriqueProjet &rubrique,
+                                      std::u16string_view nom_large) const override;
+  [[nodiscard]] bool existe(std::uint32_t parent, const RubriqueProjet &rubrique,
+                            std::u16string_view nom_large) const override;
   void compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   void compte_fil(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const override;
   [[nodiscard]] PlanVolume plan(const ContexteCompilation &contexte, std::uint64_t secteurs,

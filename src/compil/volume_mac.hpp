@@ -43,6 +43,13 @@ class VolumeMac {
   [[nodiscard]] virtual std::u16string cle_nom(const RubriqueProjet &rubrique,
                                                std::u16string_view nom_large) const = 0;
 
+  /// True when the name is, or may be, that of the source: such a one is compared only when that is at hand.
+  [[nodiscard]] virtual bool nom_de_la_source(const RubriqueProjet &rubrique,
+                                              std::u16string_view nom_large) const = 0;
+  /// True when the catalog has an item of that name in the folder.
+  [[nodiscard]] virtual bool existe(std::uint32_t parent, const RubriqueProjet &rubrique,
+                                    std::u16string_view nom_large) const = 0;
+
   /// Sizing: one item of a folder's run that is in the HFS view.
   virtual void compte_item(ContexteCompilation &contexte, const RubriqueProjet &rubrique) const = 0;
   /// Sizing: the thread records that come behind the run.
