@@ -71,5 +71,34 @@ TEST_F(Sources, une_fourche_de_deux_gigaoctets_est_refusee_en_hfs) {
   }
 }
 
+// Damaged containers end a master with status 1, each with its fault; hfsutils finds their own bytes.
+TEST_F(Sources, conteneurs_abimes_d_un_dossier) {
+  outils::FichierMac f;
+  f.nom = "Inside";
+  f.data = octets_quelconques(1000, 1);
+  f.rsrc = octets_quelconques(500, 2);
+  const std::string single = outils::applesingle(f), compagnon = outils::appledouble(f);
+  fichier("src/sound.as", single);
+  fichier("src/cut.as", single.substr(0, single.size() - 1));
+  fichier("src/cut.bin", outils::macbinary(f).substr(0, 128 + 1024 + 448));
+  std::string texte = outils::binhex(f);
+  texte[700] = texte[700] == 'A' ? 'B' : 'A';
+  fichier("src/wrong.hqx", texte);
+  fichier("src/pair", "data of the pair");
+  fichier("src/._pair", compagnon.substr(0, compagnon.size() - 1));
+  fichier("src/large.dat", octets_quelconques(1'000'000, 3));  // hfsutils wants 800 KB
+  for (const char *genre : {"hybrid", "hfs"}) {
+    const Fin fin = lance({"master", "src", "-o", "o.iso", "--hfs", "--kind", genre, "-f"});
+    EXPECT_EQ(fin.statut, 1) << genre;
+    EXPECT_EQ(compte(fin.messages, "is damaged"), 4U) << fin.messages;
+    EXPECT_EQ(compte(fin.messages, "sound.as"), 0U) << fin.messages;
+    for (const char *nom : {"cut.as", "cut.bin", "wrong.hqx", "pair", "._pair"}) {
+      const auto copie = outils::lance("cd " + outils::cite(d) + " && hmount o.iso && hcopy -r ':" + nom +
+                                       "' out && humount && cmp out src/" + nom + " && rm out");
+      EXPECT_EQ(copie.statut, 0) << genre << " " << nom << "\n" << copie.texte;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace varnion::essai
