@@ -480,7 +480,7 @@ TEST_F(LigneCommande, LettersDoTheSameAsTheReadableCommands) {
       {"project", "add", "b.vnpr", "src/a.txt", "src/Sous"},
       {"project", "add", "b.vnpr", "src", "--view", "iso"},
       {"project", "label", "b.vnpr", "--iso", "LABEL", "--hfs", "Label \xC3\xA9"},
-      {"compile", "b.vnpr"},
+      {"compile", "b.vnpr", "--classic"},
   };
   for (const auto &mots : commandes) {
     const Fin fin = lance_sous(fixe, mots);
