@@ -1,5 +1,7 @@
 #include "IO/iodmg.hpp"
 
+#include <sys/statvfs.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -39,6 +41,8 @@ class Conversion {
     resultat_.tables = plan_.fin.tables;
     resultat_.octets = plan_.octets;
     resultat_.octets_nus = plan_.octets_nus;
+    resultat_.pleins = plan_.pleins;
+    resultat_.partages = plan_.partages;
     if (!plan_.morceaux.empty() || plan_.fin.reussi()) deroule();
     if (!resultat_.reussi()) return resultat_;
     if (!plan_.fin.reussi()) return plan_.fin;
@@ -62,7 +66,7 @@ class Conversion {
       echoue(EtatDmg::ecriture);
       return;
     }
-    if (plan_.morceaux.empty()) return;
+    if (plan_.morceaux.empty() || !place_suffit()) return;
     AtelierDmg atelier(source_, plan_.morceaux, !options_.usuelle, options_.fils);
     if (!atelier.pret()) {
       echoue(EtatDmg::memoire);
@@ -72,6 +76,14 @@ class Conversion {
       if (!recoit(*piece)) return;
       atelier.rend();
     }
+  }
+
+  // The room that the file system promises now. Where it tells none, the writing finds out.
+  bool place_suffit() {
+    struct statvfs fiche {};
+    if (::fstatvfs(cible_.descripteur(), &fiche) != 0 || fiche.f_blocks == 0) return true;
+    resultat_.libres = std::uint64_t{fiche.f_bavail} * fiche.f_frsize;
+    return plan_.pleins <= resultat_.libres || echoue(EtatDmg::place);
   }
 
   bool recoit(PieceDmg &piece) {
@@ -234,6 +246,7 @@ ApercuDmg apercu_dmg(const Fichier &source) {
   apercu.tables_usuelles = usuel.fin.reussi() ? usuel.fin.tables : 0;
   apercu.usuelle_entiere = usuel.fin.reussi() && entier.fin.reussi() && memes_morceaux(usuel, entier);
   apercu.octets = entier.octets;
+  apercu.pleins = entier.pleins;
   return apercu;
 }
 

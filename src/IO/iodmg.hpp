@@ -19,6 +19,7 @@ enum class EtatDmg {
   fin_fausse,       ///< the trailer gives places outside the file, or (usual reading) a list not at their end
   sans_table,       ///< no block table, or (usual reading) a section that is none
   table_fausse,     ///< an entry that lies outside the image, lies over another or is too large
+  partage,          ///< the chunks name the same compressed bytes over and over
   type_inconnu,     ///< `ResultatDmg::type` names the chunk type
   donnees_fausses,  ///< a chunk that cannot be read or gives another length than announced
   controle_table,   ///< the CRC-32 of table `ResultatDmg::table` does not agree
@@ -26,6 +27,7 @@ enum class EtatDmg {
   controle_donnees,  ///< that of the data fork does not, and the tables carry none
   lecture,           ///< the image cannot be opened (`ResultatDmg::erreur` has the errno)
   ecriture,          ///< a write failed (`ResultatDmg::erreur` has the errno)
+  place,             ///< less room for the target (`ResultatDmg::libres`) than it needs (`pleins`)
   memoire,           ///< no memory or no thread
   arret,             ///< the caller stopped it
 };
@@ -52,6 +54,9 @@ struct ResultatDmg {
   std::uint32_t table = 0;        ///< block table (from 1) where it ended
   std::uint32_t tables = 0;       ///< block tables of the list
   std::uint64_t octets = 0;       ///< size of the target
+  std::uint64_t pleins = 0;       ///< of it what is written; the rest are holes, which read as zeros
+  std::uint64_t libres = 0;       ///< bytes free for the target, with `place`
+  std::uint64_t partages = 0;     ///< compressed bytes that more than one chunk names
   int erreur = 0;                 ///< errno of a failed write
   bool copie_publiee = false;     ///< the published copy of ADC was needed and taken
   bool controle_fait = false;     ///< the whole image was compared with its checksums
@@ -67,10 +72,12 @@ struct ApercuDmg {
   std::uint32_t tables_usuelles = 0;  ///< those that the usual reading takes; 0 when it fails
   bool usuelle_entiere = false;       ///< the usual reading gives the whole image
   std::uint64_t octets = 0;           ///< size of the plain image
+  std::uint64_t pleins = 0;           ///< of it what is written; the rest are holes
 };
 [[nodiscard]] ApercuDmg apercu_dmg(const Fichier &source);
 
-/// Reads the whole disk image `source` into `cible` (open for reading and writing, cut to nothing first). On
+/// Reads the whole disk image `source` into `cible` (open for reading and writing, cut to nothing first).
+/// Nothing is written where the room for it is missing. On
 /// failure the target holds what was written so far; removing it is the caller's.
 [[nodiscard]] ResultatDmg decompresse_image(const Fichier &source, const Fichier &cible,
                                             const OptionsDmg &options = {});

@@ -1,7 +1,10 @@
 #include "IO/iodmg_morceaux.hpp"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include <bzlib.h>
 #include <zlib.h>
@@ -14,6 +17,11 @@ namespace {
 
 // Small enough to stay in the cache from the read to the checksum.
 constexpr std::uint64_t kPieceBrute = 256U << 10;
+
+// What idle buffers keep for the next piece; the rest is for the pieces in flight.
+constexpr std::uint64_t kBudgetRepos = kBudgetPieces / 4;
+constexpr std::uint64_t kBudgetVol = kBudgetPieces - kBudgetRepos;
+constexpr std::uint64_t kTravailBzip2 = 4U << 20;  // bytes of its tables at the largest block size
 
 void echoue(PieceDmg &piece, EtatDmg etat, int code = -1) {
   piece.etat = etat;
@@ -89,7 +97,40 @@ void lit_brut(const Fichier &source, const MorceauDmg &morceau, PieceDmg &piece)
     echoue(piece, EtatDmg::donnees_fausses);
 }
 
+// A checked build keeps the allocator, which sees a write past the end.
+#if defined(__SANITIZE_ADDRESS__)
+std::uint8_t *prend_octets(std::size_t taille) {
+  return new (std::nothrow) std::uint8_t[taille];
+}
+void rend_octets(std::uint8_t *octets, std::size_t /*taille*/) {
+  delete[] octets;
+}
+#else
+std::uint8_t *prend_octets(std::size_t taille) {
+  void *place = ::mmap(nullptr, taille, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return place == MAP_FAILED ? nullptr : static_cast<std::uint8_t *>(place);
+}
+void rend_octets(std::uint8_t *octets, std::size_t taille) {
+  ::munmap(octets, taille);
+}
+#endif
+
 }  // namespace
+
+bool TamponDmg::assure(std::size_t taille) {
+  if (taille <= place_) return true;
+  rend_au_dessus(0);
+  octets_ = prend_octets(taille);
+  place_ = octets_ != nullptr ? taille : 0;
+  return place_ != 0;
+}
+
+void TamponDmg::rend_au_dessus(std::size_t garde) {
+  if (place_ <= garde) return;
+  rend_octets(octets_, place_);
+  octets_ = nullptr;
+  place_ = 0;
+}
 
 std::uint32_t crc_zeros(std::uint64_t longueur) {
   // Two CRCs joined are that of both texts: powers of two of zeros make any number of them.
@@ -143,6 +184,7 @@ AtelierDmg::AtelierDmg(const Fichier &source, const std::vector<MorceauDmg> &mor
   if (fils == 0) fils = std::max(1U, std::thread::hardware_concurrency());
   fils = std::min(fils, 64U);
   places_ = std::vector<PieceDmg>(std::size_t{fils} * 2 + 1);
+  garde_ = static_cast<std::size_t>(kBudgetRepos / (places_.size() + fils));
   fils_.reserve(fils);
   try {
     for (unsigned i = 0; i < fils; ++i) fils_.emplace_back([this] { travaille(); });
@@ -160,9 +202,27 @@ AtelierDmg::~AtelierDmg() {
   for (std::thread &fil : fils_) fil.join();
 }
 
+std::uint64_t AtelierDmg::pas_suivant() const {
+  const MorceauDmg &morceau = morceaux_[morceau_];
+  const std::uint64_t reste = morceau.longueur - decalage_;
+  return morceau.type == kDmgBrut ? std::min(reste, kPieceBrute) : reste;
+}
+
+std::uint64_t AtelierDmg::cout_suivant() const {
+  const MorceauDmg &morceau = morceaux_[morceau_];
+  if (morceau.nul()) return 0;
+  std::uint64_t cout = pas_suivant();
+  if (morceau.type == kDmgBrut) return cout;
+  cout += morceau.comprime;
+  if (morceau.type == kDmgAdc && controle_) cout += morceau.longueur;
+  return morceau.type == kDmgBzip2 ? cout + kTravailBzip2 : cout;
+}
+
 PieceDmg *AtelierDmg::reclame(std::unique_lock<std::mutex> &verrou) {
   a_faire_.wait(verrou, [this] {
-    return arret_ || morceau_ == morceaux_.size() || reclamees_ - rendues_ < places_.size();
+    if (arret_ || morceau_ == morceaux_.size()) return true;
+    return reclamees_ - rendues_ < places_.size() &&
+           (reclamees_ == rendues_ || en_vol_ + cout_suivant() <= kBudgetVol);
   });
   if (arret_ || morceau_ == morceaux_.size()) return nullptr;
   const MorceauDmg &morceau = morceaux_[morceau_];
@@ -172,8 +232,9 @@ PieceDmg *AtelierDmg::reclame(std::unique_lock<std::mutex> &verrou) {
   piece.etat = EtatDmg::bon;
   piece.code = 0;
   piece.ecart = piece.prete = false;
-  std::uint64_t pas = morceau.longueur;
-  if (morceau.type == kDmgBrut) pas = std::min(pas - decalage_, kPieceBrute);
+  piece.cout = cout_suivant();
+  en_vol_ += piece.cout;
+  const std::uint64_t pas = pas_suivant();
   piece.longueur = morceau.nul() ? 0 : static_cast<std::size_t>(pas);
   decalage_ += pas;
   if (decalage_ == morceau.longueur) {
@@ -190,6 +251,7 @@ void AtelierDmg::travaille() {
     const MorceauDmg &morceau = morceaux_[piece->morceau];
     verrou.unlock();
     decode_piece(source_, morceau, controle_, entree, *piece);
+    entree.rend_au_dessus(garde_);
     verrou.lock();
     piece->prete = true;
     faite_.notify_one();
@@ -208,6 +270,9 @@ PieceDmg *AtelierDmg::prend() {
 void AtelierDmg::rend() {
   {
     const std::lock_guard garde(verrou_);
+    PieceDmg &piece = places_[static_cast<std::size_t>(rendues_ % places_.size())];
+    piece.sortie.rend_au_dessus(garde_);
+    en_vol_ -= piece.cout;
     ++rendues_;
   }
   a_faire_.notify_all();

@@ -216,6 +216,29 @@ bool se_recouvrent(const std::vector<MorceauDmg> &morceaux) {
   return false;
 }
 
+// Counts the bytes that will be written, and the compressed ones that several chunks name. An image may spare
+// a few bytes so; one whose bytes are read twice over on the whole is damaged, or made to fill the disk.
+void pese(PlanDmg &plan) {
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> places;  // start, end
+  for (const MorceauDmg &morceau : plan.morceaux) {
+    if (morceau.nul()) continue;
+    plan.pleins = somme(plan.pleins, morceau.longueur);
+    places.emplace_back(morceau.source, somme(morceau.source, morceau.comprime));
+  }
+  std::sort(places.begin(), places.end());
+  std::uint64_t couvert = 0, fin = 0;
+  for (const auto &[debut, bout] : places) {
+    const std::uint64_t neuf = std::max(debut, fin);
+    if (bout > neuf) couvert = somme(couvert, bout - neuf);
+    const std::uint64_t commun = std::min(bout, fin);
+    if (commun > debut) plan.partages = somme(plan.partages, commun - debut);
+    fin = std::max(fin, bout);
+  }
+  if (plan.partages <= couvert) return;
+  plan.morceaux.clear();
+  echoue(plan, EtatDmg::partage);
+}
+
 // The usual reading looks at the low words only, and puts each chunk behind the one before.
 MorceauDmg morceau_usuel(const EntreeTable &entree, const PlanDmg &plan) {
   MorceauDmg morceau;
@@ -353,6 +376,7 @@ PlanDmg plan_entier(const Fichier &source) {
     if (!plan.fin.reussi() || !ajoute_table(plan, decode_base64(section), bornes)) break;
   if (plan.fin.reussi() && se_recouvrent(plan.morceaux)) echoue(plan, EtatDmg::table_fausse);
   if (!plan.fin.reussi()) plan.morceaux.clear();
+  pese(plan);
   plan.fin.tables = static_cast<std::uint32_t>(sections.size());
   plan.octets_nus = plan.fin.reussi() ? octets_nus(plan) : 0;
   plan.controle = a_crc(fin->genre_controle, fin->bits_controle);
@@ -383,6 +407,7 @@ PlanDmg plan_usuel(const Fichier &source) {
   }
   // An image without a byte is none.
   if (plan.fin.reussi() && plan.octets == 0) echoue(plan, EtatDmg::sans_table);
+  pese(plan);
   return plan;
 }
 

@@ -51,6 +51,8 @@ struct PlanDmg {
   std::vector<TableDmg> tables;
   std::uint64_t octets = 0;
   std::uint64_t octets_nus = 0;  ///< of these, bytes that no table speaks of
+  std::uint64_t pleins = 0;      ///< of these, bytes of chunks that are not zeros
+  std::uint64_t partages = 0;    ///< compressed bytes that more than one chunk names
   bool controle = false;         ///< the trailer carries the CRC-32 of those of the tables
   std::uint32_t crc = 0;
   FourcheDmg donnees;

@@ -1,13 +1,19 @@
 #include "IO/iodmg.hpp"
 
 #include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <functional>
+#include <thread>
 
 #include "IO/adc.hpp"
 #include "IO/bac.hpp"
 #include "IO/iodmg_crc.hpp"
+#include "IO/iodmg_morceaux.hpp"
 #include "outils/decomprime.hpp"
 #include "outils/fabrique_dmg.hpp"
 
@@ -296,6 +302,76 @@ TEST_F(Dmg, ArretEtEchecEcriture) {
   EXPECT_TRUE(tout(neuf) == clair);
   for (const auto &entree : std::filesystem::directory_iterator(bac))
     EXPECT_EQ(entree.path().string().find(".part"), std::string::npos);
+}
+
+// A chunk of 1,000 sectors named 50 times is no image but a trap; one that two chunks share is read, and
+// told.
+TEST_F(Dmg, MorceauxPartages) {
+  const std::string clair = secteurs(1000, 5), comprime = FabriqueDmg::par_zlib(clair);
+  FabriqueDmg piege;
+  piege.tables.push_back({0, {{0x80000005, 1000, comprime}}, {}});
+  while (piege.tables[0].chunks.size() < 50)
+    piege.tables[0].chunks.push_back({0x80000005, 1000, {}, UINT64_MAX, comprime.size(), 0});
+  for (const OptionsDmg &options : {OptionsDmg{}, usuelle()}) {
+    const Lecture lecture = lit(piege.image(), options);
+    EXPECT_EQ(lecture.resultat.etat, EtatDmg::partage);
+    EXPECT_EQ(lecture.clair, "left of a file before") << "nothing is written";
+  }
+  const std::string autre = secteurs(1000, 6);
+  FabriqueDmg deux;
+  deux.tables.push_back({0,
+                         {{0x80000005, 1000, comprime},
+                          {0x80000005, 1000, {}, UINT64_MAX, comprime.size(), 0},
+                          {0x80000005, 1000, FabriqueDmg::par_zlib(autre)}},
+                         clair + clair + autre});
+  const Lecture lecture = lit(deux.image());
+  EXPECT_TRUE(lecture.resultat.reussi());
+  EXPECT_EQ(lecture.resultat.partages, comprime.size());
+  EXPECT_TRUE(lecture.clair == clair + clair + autre);
+  EXPECT_EQ(apercu_dmg(fichier_de(deux.image())).pleins, 3 * clair.size());
+}
+
+// What cannot fit is refused ahead of the first byte.
+TEST_F(Dmg, SansPlaceRienNEstEcrit) {
+  constexpr std::uint64_t kSecteurs = (64U << 20) / 512;
+  struct statvfs disque {};
+  ASSERT_EQ(::statvfs(bac.c_str(), &disque), 0);
+  const std::uint64_t libres = std::uint64_t{disque.f_bavail} * disque.f_frsize;
+  const std::uint64_t nombre = libres / (kSecteurs * 512) + 2;
+  if (nombre > 200'000) GTEST_SKIP() << "a disk with more than 12 TB free";
+  FabriqueDmg fabrique;
+  fabrique.tables.push_back({0, std::vector<ChunkDmg>(nombre, {0x80000006, kSecteurs, "x"}), {}});
+  pose("trop.dmg", fabrique.image());
+  ResultatDmg resultat;
+  EXPECT_EQ(decompresse_fichier(bac + "trop.dmg", bac + "plein", {}, &resultat), -1);
+  EXPECT_EQ(resultat.etat, EtatDmg::place);
+  EXPECT_GT(resultat.pleins, resultat.libres);
+  EXPECT_FALSE(std::filesystem::exists(bac + "plein"));
+}
+
+// Sixty-four threads hold no more memory than two: who takes the pieces is slow here.
+TEST_F(Dmg, UnBudgetPourTousLesFils) {
+  constexpr std::uint64_t kMorceau = 16U << 20, kMegas = 40 * (kMorceau >> 20);
+  const std::string comprime = FabriqueDmg::par_zlib(std::string(kMorceau, '\0'));
+  const Fichier source = fichier_de(comprime);
+  const std::vector<MorceauDmg> morceaux(40, {kDmgZlib, 0, 0, kMorceau, 0, comprime.size(), false});
+  const pid_t enfant = ::fork();
+  if (enfant == 0) {
+    AtelierDmg atelier(source, morceaux, false, 64);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    int prises = 0;
+    while (const PieceDmg *piece = atelier.prend()) {
+      if (piece->etat != EtatDmg::bon || piece->longueur != kMorceau) ::_exit(1);
+      ++prises;
+      atelier.rend();
+    }
+    ::_exit(prises == 40 ? 0 : 2);
+  }
+  int statut = 0;
+  rusage usage{};
+  ASSERT_EQ(::wait4(enfant, &statut, 0, &usage), enfant);
+  EXPECT_EQ(statut, 0);
+  EXPECT_LT(usage.ru_maxrss, 330 * 1024) << "KB, for " << kMegas << " MB of pieces";
 }
 
 TEST(CrcDmg, ParProduit) {

@@ -18,6 +18,7 @@ struct ChunkDmg {
   std::string donnees;  ///< as they lie in the image
   std::uint64_t premier = UINT64_MAX;
   std::uint64_t annonce = UINT64_MAX;  ///< compressed length told, when not that of `donnees`
+  std::uint64_t source = UINT64_MAX;   ///< place of its bytes told, when not behind those of the last chunk
 };
 
 struct TableFabriquee {
@@ -109,7 +110,8 @@ struct FabriqueDmg {
     for (const ChunkDmg &chunk : table.chunks) {
       const std::uint64_t place = chunk.premier != UINT64_MAX ? chunk.premier : premier;
       const std::uint64_t longueur = chunk.annonce != UINT64_MAX ? chunk.annonce : chunk.donnees.size();
-      entrees += be(chunk.type, 4) + be(0, 4) + be(place, 8) + be(chunk.secteurs, 8) + be(octets.size(), 8) +
+      const std::uint64_t source = chunk.source != UINT64_MAX ? chunk.source : octets.size();
+      entrees += be(chunk.type, 4) + be(0, 4) + be(place, 8) + be(chunk.secteurs, 8) + be(source, 8) +
                  be(longueur, 8);
       octets += chunk.donnees;
       premier = place + chunk.secteurs;
