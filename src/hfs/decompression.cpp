@@ -1,12 +1,15 @@
 #include "hfs/decompression.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
+#include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "res/chaines.hpp"
+#include "res/tailles.hpp"
 
 namespace varnion {
 
@@ -29,6 +32,12 @@ constexpr int kLecture = 6047;
 constexpr int kLueEntiere = 6048;
 constexpr int kCopiePublieePrise = 6049;
 constexpr int kControleDonnees = 6400;
+constexpr int kExpansion = 7903;  // image, its size, size of what it becomes
+constexpr int kContinuer = 7904;
+constexpr int kSansForcer = 7905;
+constexpr int kPartage = 7907;   // image
+constexpr int kPartages = 7908;  // image, bytes
+constexpr int kPlace = 7909;     // image, size it becomes, free, target
 constexpr std::size_t kCheminMessage = 200;
 
 std::string texte_type(std::uint32_t type) {
@@ -57,6 +66,28 @@ bool veut_copie_publiee(bool questions) {
 
 }  // namespace
 
+bool accepte_expansion(const std::string &source) {
+  const Fichier image = plateforme::ouvre(source, Ouverture::lecture);
+  const ApercuDmg apercu = image ? apercu_dmg(image) : ApercuDmg{};
+  const auto taille =
+      static_cast<std::uint64_t>(std::max<std::int64_t>(image ? fichier_taille(image) : 0, 0));
+  const bool demesure = apercu.pleins > kExpansionSure && apercu.pleins / kExpansionFois > taille;
+  if (apercu.pleins <= kExpansionMax && !demesure) return true;
+  const std::string fait = message(kExpansion, {tronque_chemin(source, kCheminMessage),
+                                                taille_lisible(taille), taille_lisible(apercu.pleins)}) +
+                           "\n";
+  if (!etat<OptionsProgramme>().mode_lot)
+    return operations().demander_oui_non(fait + charger_chaine(kContinuer)) != 0;
+  operations().afficher_erreur(fait + charger_chaine(kSansForcer));
+  return false;
+}
+
+void annonce_partages(const ResultatDmg &resultat, const std::string &source) {
+  if (resultat.partages == 0) return;
+  operations().afficher_avis(
+      message(kPartages, {tronque_chemin(source, kCheminMessage), taille_lisible(resultat.partages)}));
+}
+
 void decide_lecture_dmg(const std::string &source, bool questions, OptionsDmg &options) {
   if (!options.usuelle) options.usuelle = !veut_entiere(source, questions);
   options.accepte_copie_publiee = [questions] { return veut_copie_publiee(questions); };
@@ -79,6 +110,11 @@ std::string texte_echec_dmg(const ResultatDmg &resultat, const std::string &sour
       return message(kSansTable, {image});
     case EtatDmg::table_fausse:
       return message(kTableFausse, {resultat.table, image});
+    case EtatDmg::partage:
+      return message(kPartage, {image});
+    case EtatDmg::place:
+      return message(kPlace, {image, taille_lisible(resultat.pleins), taille_lisible(resultat.libres),
+                              tronque_chemin(cible, kCheminMessage)});
     case EtatDmg::type_inconnu:
       return image + "\n" + message(kTypeInconnu, {texte_type(resultat.type)});
     case EtatDmg::donnees_fausses:

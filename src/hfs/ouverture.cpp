@@ -91,6 +91,7 @@ EtatOuverture decompresse(const std::string &source, const OptionsOuverture &opt
   const std::string court = tronque_chemin(source, kCheminMessage);
   if (options.questions && operations().demander_oui_non(message(kImageCompressee, {court})) == 0)
     return EtatOuverture::refusee;
+  if (!options.sans_borne && !accepte_expansion(source)) return EtatOuverture::refusee;
   const auto cible = choisit_cible(options);
   if (!cible) return EtatOuverture::refusee;
   operations().afficher_etat_seul(message(kDecompression, {court}));
@@ -107,6 +108,7 @@ EtatOuverture decompresse(const std::string &source, const OptionsOuverture &opt
     return EtatOuverture::decompression;
   }
   if (resultat.copies_douteuses) operations().afficher_avis(charger_chaine(kCopiesDouteuses));
+  annonce_partages(resultat, source);
   if (!prend_image(support().image, *cible, options)) return EtatOuverture::fichier;
   if (!partition_courante().image_temporaire) partition_courante().chemin = *cible;
   return EtatOuverture::montee;

@@ -44,6 +44,8 @@ struct OptionsOuverture {
   /// Asks what the user wants with a compressed image. Without questions it is decompressed whole into a
   /// temporary copy.
   bool questions = false;
+  /// A compressed image is expanded however large it becomes, unasked.
+  bool sans_borne = false;
   /// Asks for the path where a decompressed image is saved; nullopt gives up. Without it such an image cannot
   /// be saved, and the question is not put.
   std::function<std::optional<std::string>()> chemin_sauvegarde;

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "app/noyau/actions_projet.hpp"
+#include "hfs/decompression.hpp"
 #include "hfs/extents.hpp"
 #include "hfs/liens.hpp"
 #include "inspect/lignes.hpp"
@@ -38,18 +39,25 @@ bool ouvre_fourche(ContexteCli &contexte, SourceOuverte &ouverte) {
 }
 
 // The plain image of a compressed one, in an unnamed file.
-bool decompresse(ContexteCli &contexte, SourceOuverte &ouverte, std::uint64_t octets) {
+bool decompresse(ContexteCli &contexte, SourceOuverte &ouverte, const std::string &chemin,
+                 std::uint64_t octets) {
+  if (!contexte.arguments.a("force") && !accepte_expansion(chemin)) return false;
   auto plein = std::make_shared<Fichier>(plateforme::fichier_anonyme());
   OptionsDmg options;
   BarreInspection suivi(contexte.console, octets);
   options.progression = [&](std::uint64_t fait, std::uint64_t) { return suivi.avance(fait); };
   const ResultatDmg resultat = *plein ? decompresse_image(*ouverte.fichier, *plein, options) : ResultatDmg{};
   if (*plein && resultat.reussi()) {
+    annonce_partages(resultat, chemin);
     ouverte.fichier = std::move(plein);
     return true;
   }
-  operations().afficher_erreur(resultat.etat == EtatDmg::arret ? charger_chaine(kArrete)
-                                                               : message(kNonDecompressee, {ouverte.nom}));
+  const std::string raison = resultat.etat == EtatDmg::place
+                                 ? "\n" + texte_echec_dmg(resultat, chemin, plateforme::dossier_temporaire())
+                                 : "";
+  operations().afficher_erreur(resultat.etat == EtatDmg::arret
+                                   ? charger_chaine(kArrete)
+                                   : message(kNonDecompressee, {ouverte.nom}) + raison);
   return false;
 }
 
@@ -62,7 +70,7 @@ bool ouvre_fichier(ContexteCli &contexte, SourceOuverte &ouverte) {
     return false;
   }
   const ApercuDmg apercu = apercu_dmg(*ouverte.fichier);
-  if (apercu.etat == EtatDmg::bon && !decompresse(contexte, ouverte, apercu.octets)) return false;
+  if (apercu.etat == EtatDmg::bon && !decompresse(contexte, ouverte, *chemin, apercu.octets)) return false;
   ouverte.source = source_fichier(ouverte.fichier, ouverte.nom);
   return true;
 }

@@ -82,6 +82,7 @@ VolumeOuvert::VolumeOuvert(ContexteCli &contexte, std::string_view image, AccesV
   OptionsOuverture options;
   options.lecture_seule = acces == AccesVolume::lecture;
   options.verrou = ecriture;
+  options.sans_borne = contexte.arguments.a("force");
   options.questions = contexte.console.options.interroge && !ecriture;
   if (ecriture) {
     const Fichier fichier = plateforme::ouvre(*chemin, Ouverture::lecture);

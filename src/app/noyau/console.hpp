@@ -7,6 +7,7 @@
 
 #include "compil/contexte.hpp"
 #include "IO/operations.hpp"
+#include "res/tailles.hpp"
 
 // The user at a terminal: messages, status and progress go to one stream, answers come from another. Results
 // of a command do not pass here.
@@ -108,7 +109,5 @@ struct Avancement {
 [[nodiscard]] std::string texte_avancement(const Avancement &avancement);
 /// A bar with that text, and as much of `nom` as `colonnes` leave.
 [[nodiscard]] std::string barre_avancement(const Avancement &avancement, std::string_view nom, int colonnes);
-/// "512 bytes", "1.5 MB": units of 1024.
-[[nodiscard]] std::string taille_lisible(std::uint64_t octets);
 
 }  // namespace varnion

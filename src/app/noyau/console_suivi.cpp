@@ -16,7 +16,6 @@ namespace {
 constexpr int kPourcent = 6530;
 constexpr int kDebit = 6531;
 constexpr int kReste = 6532;
-constexpr int kOctets = 6533;      // then one id for each unit above
 constexpr double kPasBarre = 0.1;  // seconds between two bars
 constexpr double kPasLigne = 5.0;  // and between two plain lines
 constexpr double kMesure = 0.5;    // before a rate means anything
@@ -25,19 +24,6 @@ constexpr std::size_t kNomMin = 8;  // columns worth showing a name in
 constexpr std::uint64_t kSecteur = kSecteurIso;
 
 }  // namespace
-
-std::string taille_lisible(std::uint64_t octets) {
-  constexpr int kUnites = 4;  // KB to TB
-  if (octets < 1024) return message(kOctets, {octets});
-  int unite = 1;
-  std::uint64_t base = 1024;
-  while (unite < kUnites && octets / base >= 1024) {
-    base *= 1024;
-    ++unite;
-  }
-  const std::uint64_t dixiemes = octets / base * 10 + octets % base * 10 / base;
-  return message(kOctets + unite, {dixiemes / 10, dixiemes % 10});
-}
 
 std::string texte_avancement(const Avancement &a) {
   const std::uint64_t faits = std::min(a.faits, a.total);

@@ -23,6 +23,7 @@ constexpr OptionCli kMkdir[] = {{"view", '\0', 6713, kVues}};
 constexpr OptionCli kLabel[] = {{"iso", '\0', 6714, ""}, {"hfs", '\0', 6715, ""}};
 constexpr OptionCli kLs[] = {{"recursive", 'R', 6716}, {"view", '\0', 6717, kVues}, {"json", '\0', 6718}};
 constexpr OptionCli kInfo[] = {{"json", '\0', 6718}};
+constexpr OptionCli kInfoImage[] = {{"force", 'f', 7902}, {"json", '\0', 6718}};
 constexpr OptionCli kOptionsProjet[] = {{"system", '\0', 6802, ""},
                                         {"volume", '\0', 6803, ""},
                                         {"volume-set", '\0', 6804, ""},
@@ -66,15 +67,20 @@ constexpr OptionCli kDehybrid[] = {{"output", 'o', 7787, ""}, {"force", 'f', 778
 constexpr OptionCli kTrackRaw[] = {{"mode", '\0', 6754, "1|2"}, {"force", 'f', 6702}};
 constexpr OptionCli kUnpack[] = {{"usual", '\0', 6703}, {"force", 'f', 6702}};
 constexpr const char *kFormes = "data|resource|macbinary|appledouble|applesingle";
-constexpr OptionCli kListe[] = {
-    {"long", 'l', 6900}, {"recursive", 'R', 6902}, {"all", 'a', 6901}, {"json", '\0', 6718}};
+constexpr OptionCli kListe[] = {{"long", 'l', 6900},
+                                {"recursive", 'R', 6902},
+                                {"all", 'a', 6901},
+                                {"force", 'f', 7902},
+                                {"json", '\0', 6718}};
 constexpr OptionCli kGet[] = {{"to", '\0', 6903, ""},
                               {"mode", '\0', 6904, kFormes},
                               {"names", '\0', 6905, "long|keep|whole"},
                               {"overwrite", '\0', 6906, "ask|yes|no"},
                               {"fonts", '\0', 6907, "yes|no"},
+                              {"force", 'f', 7901},
                               {"signatures", '\0', 6704, ""}};
-constexpr OptionCli kFind[] = {{"signature", '\0', 6908, ""}, {"long", 'l', 6900}, {"json", '\0', 6718}};
+constexpr OptionCli kFind[] = {
+    {"signature", '\0', 6908, ""}, {"long", 'l', 6900}, {"force", 'f', 7902}, {"json", '\0', 6718}};
 constexpr OptionCli kRsrc[] = {{"extract", '\0', 6940, ""},
                                {"output", 'o', 6941, ""},
                                {"hex", '\0', 6942},
@@ -137,13 +143,11 @@ constexpr OptionCli kDump[] = {{"resource", '\0', 6909},
                                {"save", '\0', 6974, ""},
                                {"hex", '\0', 6975},
                                {"force", 'f', 6702}};
-constexpr OptionCli kAnalyze[] = {{"resource", '\0', 6909},
-                                  {"sector", '\0', 6976, ""},
-                                  {"as", '\0', 6977, kGenresSecteur},
-                                  {"tree", '\0', 6987},
-                                  {"json", '\0', 6718}};
+constexpr OptionCli kAnalyze[] = {
+    {"resource", '\0', 6909}, {"sector", '\0', 6976, ""}, {"as", '\0', 6977, kGenresSecteur},
+    {"tree", '\0', 6987},     {"force", 'f', 7902},       {"json", '\0', 6718}};
 constexpr OptionCli kRegles[] = {{"markdown", '\0', 7942}, {"json", '\0', 6718}};
-constexpr OptionCli kCat[] = {{"resource", '\0', 6909}};
+constexpr OptionCli kCat[] = {{"resource", '\0', 6909}, {"force", 'f', 7902}};
 
 constexpr SousCommande kCommandes[] = {
     {"project", "new", 1, 1, kNew, commande_projet_new, 6610, 6660},
@@ -167,7 +171,7 @@ constexpr SousCommande kCommandes[] = {
     {"", "dehybrid", 1, 1, kDehybrid, commande_dehybrid, 6747, 6751},
     {"track", "raw", 2, 2, kTrackRaw, commande_track_raw, 6748, 6752},
     {"track", "video", 2, 2, {}, commande_track_video, 6749, 6753},
-    {"", "info", 1, 1, kInfo, commande_info, 6880, 6890},
+    {"", "info", 1, 1, kInfoImage, commande_info, 6880, 6890},
     {"", "ls", 1, 2, kListe, commande_ls, 6881, 6891},
     {"", "get", 2, kSansFin, kGet, commande_get, 6882, 6892},
     {"", "find", 1, 2, kFind, commande_find, 6883, 6893},
@@ -175,7 +179,7 @@ constexpr SousCommande kCommandes[] = {
     {"", "dump", 1, 2, kDump, commande_dump, 6966, 6968},
     {"", "analyze", 1, 2, kAnalyze, commande_analyze, 6967, 6969},
     {"", "rsrc", 1, 2, kRsrc, commande_rsrc, 6930, 6935},
-    {"", "alias", 1, 2, kInfo, commande_alias, 6931, 6936},
+    {"", "alias", 1, 2, kInfoImage, commande_alias, 6931, 6936},
     {"", "convert", 1, kSansFin, kGet, commande_convert, 6932, 6937},
     {"", "new", 1, 1, kImage, commande_new, 7430, 7440},
     {"", "mkdir", 2, kSansFin, kModifie, commande_mkdir, 7431, 7441},

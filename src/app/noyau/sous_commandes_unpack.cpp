@@ -69,6 +69,7 @@ int decompresse_vers(ContexteCli &contexte, const std::string &source, const std
     return kEchec;
   }
   if (resultat.copies_douteuses) console.afficher_avis(charger_chaine(kCopiesDouteuses));
+  annonce_partages(resultat, source);
   if (resultat.octets_nus != 0)
     console.afficher_avis(message(kSansTables, {taille_lisible(resultat.octets_nus)}));
   const std::string ligne = message(kFaite, {cible, taille_lisible(resultat.octets), resultat.tables});
