@@ -24,21 +24,28 @@ std::string clos(std::string chemin) {
 
 }  // namespace
 
-std::optional<DossierSortie> DossierSortie::ouvre(std::string_view chemin) {
+std::optional<DossierSortie> DossierSortie::ouvre(std::string_view chemin, bool suit_liens) {
   const auto resolu = plateforme::resout_existant(chemin.empty() ? std::string_view(".") : chemin);
   if (!resolu) return std::nullopt;
   Fichier dossier(::open(resolu->utf8.c_str(), kOuvreDossier));
   if (!dossier) return std::nullopt;
-  return DossierSortie(std::move(dossier), clos(resolu->utf8));
+  return DossierSortie(std::move(dossier), clos(resolu->utf8), suit_liens);
 }
 
 std::optional<DossierSortie> DossierSortie::descend(const std::string &nom, bool *cree) const {
   const bool fait = ::mkdirat(dossier_.descripteur(), nom.c_str(), 0777) == 0;
   if (!fait && errno != EEXIST) return std::nullopt;
   if (cree != nullptr) *cree = fait;
-  Fichier dossier(::openat(dossier_.descripteur(), nom.c_str(), kOuvreDossier));
-  if (!dossier) return std::nullopt;
-  return DossierSortie(std::move(dossier), clos(chemin_ + nom));
+  const int modes = suit_liens_ ? kOuvreDossier : kOuvreDossier | O_NOFOLLOW;
+  Fichier dossier(::openat(dossier_.descripteur(), nom.c_str(), modes));
+  if (dossier) return DossierSortie(std::move(dossier), clos(chemin_ + nom), suit_liens_);
+  const int erreur = errno;
+  struct stat fiche {};
+  const bool lien = !suit_liens_ &&
+                    ::fstatat(dossier_.descripteur(), nom.c_str(), &fiche, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    S_ISLNK(fiche.st_mode);
+  errno = lien ? ELOOP : erreur;
+  return std::nullopt;
 }
 
 Fichier DossierSortie::cree(const std::string &nom) const {

@@ -17,10 +17,12 @@ constexpr std::size_t kNomDisqueMax = 255;
 /// kept. `errno` tells about each failure.
 class DossierSortie {
  public:
-  /// An existing folder, by its working-text path.
-  [[nodiscard]] static std::optional<DossierSortie> ouvre(std::string_view chemin);
+  /// An existing folder, by its working-text path. With `suit_liens`, links to folders that lie in it are
+  /// followed on the way down.
+  [[nodiscard]] static std::optional<DossierSortie> ouvre(std::string_view chemin, bool suit_liens = false);
 
-  /// The folder of that name in here, made when it is not there yet. `cree`: set when it was made now.
+  /// The folder of that name in here, made when it is not there yet; a link is refused (ELOOP) unless links
+  /// are followed. `cree`: set when it was made now.
   [[nodiscard]] std::optional<DossierSortie> descend(const std::string &nom, bool *cree = nullptr) const;
   /// A new file, open for reading and writing; closed when the name is taken (EEXIST) or on failure.
   [[nodiscard]] Fichier cree(const std::string &nom) const;
@@ -48,11 +50,12 @@ class DossierSortie {
   [[nodiscard]] const std::string &chemin() const { return chemin_; }
 
  private:
-  DossierSortie(Fichier dossier, std::string chemin)
-      : dossier_(std::move(dossier)), chemin_(std::move(chemin)) {}
+  DossierSortie(Fichier dossier, std::string chemin, bool suit_liens)
+      : dossier_(std::move(dossier)), chemin_(std::move(chemin)), suit_liens_(suit_liens) {}
 
   Fichier dossier_;
   std::string chemin_;
+  bool suit_liens_;
 };
 
 }  // namespace varnion

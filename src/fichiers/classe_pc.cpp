@@ -90,6 +90,8 @@ ClassePc classe_fichier_pc(const FichierPc &fichier, const IndicesPc &indices, F
   if (magie_apple(debut) == kMagieAppleSingle) return ClassePc::applesingle;
   if (indices.compagnon_possible && compagnon_valable(fichier, compagnon)) return ClassePc::appledouble;
   const ClassePc police = indices.polices ? classe_police(fichier.donnees->nom_long) : ClassePc::simple;
+  // Nothing converts a PFB file: there is nothing to ask.
+  if (police == ClassePc::pfb) return police;
   if (police != ClassePc::simple)
     return veut_convertir_police(indices.hfsplus ? CotePolices::pc_large : CotePolices::pc, fichier.affiche())
                ? police

@@ -57,7 +57,8 @@ struct IndicesPc {
   bool hfsplus = false;
 };
 /// The class of a file, by the first test that agrees; for a container or a font the user is asked (1258,
-/// 1259, 1125), and No makes it a plain file. An AppleDouble companion comes back open in `compagnon`.
+/// 1259, 1125; not for a PFB file, which nothing converts), and No makes it a plain file. An AppleDouble
+/// companion comes back open in `compagnon`.
 [[nodiscard]] ClassePc classe_fichier_pc(const FichierPc &fichier, const IndicesPc &indices,
                                          Fichier &compagnon);
 

@@ -30,21 +30,19 @@ enum class GenreEcritureMac : int {
 
 struct BilanCopieMac {
   std::uint64_t fichiers = 0, dossiers = 0;
-  std::uint64_t octets = 0;         ///< of all forks written
-  std::uint64_t renommes = 0;       ///< told by name: the volume holds another name than the PC
-  std::uint64_t sautes = 0;         ///< left out by an answer or a rule, told by name
-  std::uint64_t echecs = 0;         ///< failed, told by name
-  std::uint64_t non_atteints = 0;   ///< entries of folders behind one that ended the walk
-  std::uint64_t compagnons = 0;     ///< "._" files not copied by themselves: their file has taken them in
-  std::uint64_t abimes = 0;         ///< told by name: damaged containers, copied as far as they go
-  std::uint64_t polices = 0;        ///< fonts made, within `fichiers`
-  std::uint64_t polices_vides = 0;  ///< of them those of PFB files, which get no content
-  bool arret = false;               ///< the user stopped it, or the volume takes no more
+  std::uint64_t octets = 0;          ///< of all forks written
+  std::uint64_t renommes = 0;        ///< told by name: the volume holds another name than the PC
+  std::uint64_t sautes = 0;          ///< left out by an answer or a rule, told by name
+  std::uint64_t echecs = 0;          ///< failed, told by name
+  std::uint64_t non_atteints = 0;    ///< entries of folders behind one that ended the walk
+  std::uint64_t compagnons = 0;      ///< "._" files not copied by themselves: their file has taken them in
+  std::uint64_t abimes = 0;          ///< told by name: damaged containers, copied as far as they go
+  std::uint64_t polices = 0;         ///< fonts made, within `fichiers`
+  std::uint64_t polices_telles = 0;  ///< PFB files that were to be converted: they went in unchanged
+  bool arret = false;                ///< the user stopped it, or the volume takes no more
 
   /// Everything is on the volume.
-  [[nodiscard]] bool complet() const {
-    return !arret && sautes + echecs + non_atteints + abimes + polices_vides == 0;
-  }
+  [[nodiscard]] bool complet() const { return !arret && sautes + echecs + non_atteints + abimes == 0; }
 };
 
 struct OptionsCopieMac {

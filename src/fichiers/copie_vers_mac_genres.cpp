@@ -27,10 +27,10 @@ namespace {
 
 constexpr int kPoliceExiste = 1121;
 constexpr int kCreePolice = 1127;
-constexpr int kIllisible = 6127;   // path, reason
-constexpr int kRenomme = 6129;     // path, name on the volume
-constexpr int kAbime = 6139;       // path
-constexpr int kPoliceVide = 6140;  // name of the font, path
+constexpr int kIllisible = 6127;    // path, reason
+constexpr int kRenomme = 6129;      // path, name on the volume
+constexpr int kAbime = 6139;        // path
+constexpr int kPoliceTelle = 6140;  // name of the font, path
 constexpr std::size_t kCheminMessage = 200;
 
 constexpr std::string_view kSignatureIcone = "ICNSMACS";
@@ -206,8 +206,7 @@ CopieVersMac::Suite CopieVersMac::copie_flux(const FichierPc &fichier, std::uint
 // --- fonts
 // ----------------------------------------------------------------------------------------------------
 
-// A PFB file becomes a file with an empty resource fork: by design nothing of it is converted. A file that
-// names no font goes in as it is.
+// Nothing converts a PFB file: it goes in as it is, like a file that names no font.
 CopieVersMac::Suite CopieVersMac::copie_police(const FichierPc &fichier, bool truetype,
                                                std::uint32_t parent) {
   const auto nom =
@@ -215,6 +214,12 @@ CopieVersMac::Suite CopieVersMac::copie_police(const FichierPc &fichier, bool tr
   if (!nom) {
     annonce_sans_police(fichier.affiche());
     return copie_simple(fichier, parent);
+  }
+  if (!truetype) {
+    operations().afficher_avis(message(kPoliceTelle, {*nom, court(fichier.affiche())}));
+    const Suite suite = copie_simple(fichier, parent);
+    if (suite == Suite::entre) ++bilan_.polices_telles;
+    return suite;
   }
   Ecriture ecriture;
   ecriture.genre = GenreEcritureMac::ressource;
@@ -227,16 +232,11 @@ CopieVersMac::Suite CopieVersMac::copie_police(const FichierPc &fichier, bool tr
     return Suite::saute;
   }
   operations().afficher_etat_seul(message(kCreePolice, {*nom}));
-  Fichier fourche;
-  if (truetype) {
-    fourche = fourche_truetype(fichier.fichier, fichier.taille, nom_mac(*nom), options_.numero_police());
-    if (!fourche)
-      return echec(message(kIllisible, {court(fichier.affiche()), plateforme::texte_erreur(errno)}));
-    ecriture.rsrc = {&fourche, {0, taille(fourche)}, taille(fourche)};
-  } else {
-    ++bilan_.polices_vides;
-    operations().afficher_erreur(message(kPoliceVide, {*nom, court(fichier.affiche())}));
-  }
+  const Fichier fourche =
+      fourche_truetype(fichier.fichier, fichier.taille, nom_mac(*nom), options_.numero_police());
+  if (!fourche)
+    return echec(message(kIllisible, {court(fichier.affiche()), plateforme::texte_erreur(errno)}));
+  ecriture.rsrc = {&fourche, {0, taille(fourche)}, taille(fourche)};
   const Suite suite = ecriture_fichier_mac(fichier, ecriture, parent);
   if (suite == Suite::entre) ++bilan_.polices;
   return suite;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <utility>
+#include <vector>
 
 #include "fichiers/applesimple.hpp"
 #include "fichiers/ecriture.hpp"
@@ -21,6 +22,7 @@
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
 #include "res/chaines.hpp"
+#include "res/tailles.hpp"
 
 namespace varnion {
 
@@ -50,6 +52,12 @@ constexpr int kEstSource = 6160;      // path
 constexpr int kTropProfond = 6159;    // Macintosh path
 
 constexpr int kTrompeur = 7900;  // Macintosh path, name on the PC
+constexpr int kContinuer = 7904;
+constexpr int kSansForcer = 7905;
+constexpr int kLien = 7906;          // path
+constexpr int kPlaceTotale = 7910;   // bytes, bytes free, path
+constexpr int kRecouvrement = 7911;  // Macintosh path, bytes, bytes of the volume
+constexpr int kAmpute = 7912;        // resource forks: one, several; data forks: one, several
 
 constexpr std::size_t kProfondeurMax = 400;  // folders held open at once
 constexpr std::size_t kCheminEtat = 25;
@@ -112,6 +120,41 @@ std::uint64_t taille_image() {
   return static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(support().image), 0));
 }
 
+// Bytes of the mounted volume that its image holds.
+std::uint64_t taille_volume() {
+  const VolumeCourant &volume = volume_courant();
+  if (!volume.a_entete()) return 0;
+  const std::uint64_t blocs =
+      volume.est_hfsplus ? std::uint64_t{volume.vhb->totalBlocks} : std::uint64_t{volume.mdb->drNmAlBlks};
+  const std::uint64_t debut = volume.debut_allocation * kTailleSecteur;
+  return std::min(blocs * volume.taille_bloc, taille_image() - std::min(taille_image(), debut));
+}
+
+// Bytes of a fork that lie in the extents of its catalog record and inside the volume.
+std::uint64_t octets_places(const FourcheMac &fourche, std::uint64_t volume) {
+  std::uint64_t octets = 0;
+  for (const ExtentMac &extent : fourche.extents) {
+    const std::uint64_t bloc = volume_courant().taille_bloc;
+    const std::uint64_t debut = std::min(extent.debut * bloc, volume);
+    octets += std::min(extent.nombre * bloc, volume - debut);
+  }
+  return std::min(fourche.longueur, octets);
+}
+
+// A batch run refuses in words, who can be asked decides.
+bool continue_malgre(const std::string &fait) {
+  if (!etat<OptionsProgramme>().mode_lot)
+    return operations().demander_oui_non(fait + "\n" + charger_chaine(kContinuer)) != 0;
+  operations().afficher_erreur(fait + "\n" + charger_chaine(kSansForcer));
+  return false;
+}
+
+// Bytes that the mode leaves behind in a fork of their own.
+std::uint64_t octets_laisses(const FichierCopie &fichier) {
+  if (forme() == kCopieData) return fichier.element.rsrc.longueur;
+  return forme() == kCopieRessource ? fichier.element.data.longueur : 0;
+}
+
 // Modification time, Unix seconds.
 std::int64_t date_unix(const ElementFichier &element) {
   return std::int64_t{element.date_locale(element.dates.modification)} - kEpoqueMac +
@@ -164,6 +207,13 @@ std::string texte_copies(std::uint64_t fichiers, std::uint64_t octets) {
   return message(kCompte, {fichiers, megas, milliemes});
 }
 
+std::string texte_amputes(const BilanCopiePc &bilan) {
+  if (bilan.amputes == 0) return {};
+  // French counts 1 alone as singular above 0, as English does.
+  const int nombre = bilan.amputes == 1 ? 0 : 1;
+  return message(kAmpute + (forme() == kCopieRessource ? 2 : 0) + nombre, {bilan.amputes});
+}
+
 bool CopieVersPc::arret_voulu() {
   if (!operations().arret_demande()) return false;
   bilan_.arret =
@@ -176,7 +226,55 @@ bool CopieVersPc::copie_vers_pc(const ElementMac &element, const DossierSortie &
   const std::size_t fin = chemin ? chemin->rfind('/') : std::string::npos;
   source_ = fin == std::string::npos ? "/" : chemin->substr(0, fin + 1);
   vus_.clear();
+  if (!options_.force && !taille_admise(element, cible)) {
+    ++bilan_.echecs;
+    bilan_.arret = true;
+    return false;
+  }
   return copie_element(element, cible);
+}
+
+// Weighs what lies below an item before the first byte is written. Files of a sound volume have blocks of
+// their own: together they never hold more than the volume. The forks count as far as their catalog records
+// place them, so that a damaged length proves nothing.
+bool CopieVersPc::taille_admise(const ElementMac &element, const DossierSortie &cible) {
+  const std::uint64_t volume = taille_volume();
+  std::uint64_t a_ecrire = 0;
+  const auto pese = [&](const ElementMac &lien) {
+    if (est_comprime(lien)) return;
+    const ElementMac fichier = sans_lien(lien);
+    const std::uint64_t data = octets_places(fichier.donnees, volume);
+    const std::uint64_t rsrc = octets_places(fichier.ressources, volume);
+    if (forme() != kCopieRessource) a_ecrire += data;
+    if (forme() != kCopieData) a_ecrire += rsrc;
+    if (peses_.insert(fichier.id).second) octets_peses_ += data + rsrc;
+  };
+  std::vector<std::uint32_t> dossiers;
+  const auto range = [&](const ElementMac &enfant) {
+    if (enfant.dossier)
+      dossiers.push_back(enfant.id);
+    else
+      pese(enfant);
+    return !operations().arret_demande();
+  };
+  static_cast<void>(range(element));
+  std::unordered_set<std::uint32_t> vus;
+  while (!dossiers.empty() && !operations().arret_demande()) {
+    const std::uint32_t id = dossiers.back();
+    dossiers.pop_back();
+    if (vus.insert(id).second) static_cast<void>(liste_dossier(id, range));
+  }
+  const std::string chemin = texte(source_ + element.nom_chemin());
+  if (volume != 0 && octets_peses_ > volume &&
+      !continue_malgre(
+          message(kRecouvrement, {chemin, taille_lisible(octets_peses_), taille_lisible(volume)})))
+    return false;
+  // Files that are replaced give their room back: only the run can tell whether it is enough.
+  const auto libre = cible.espace_libre();
+  const bool remplace = reponses_copie_pc().remplacement == Remplacement::tous;
+  return remplace || !libre || a_ecrire <= *libre ||
+         continue_malgre(message(kPlaceTotale,
+                                 {taille_lisible(a_ecrire), taille_lisible(*libre), texte(cible.chemin())}));
 }
 
 bool CopieVersPc::copie_element(const ElementMac &element, const DossierSortie &cible) {
@@ -211,6 +309,7 @@ bool CopieVersPc::copie_dossier_vers_pc(const ElementMac &dossier, const Dossier
   const auto dedans = cible.descend(nom);
   if (!dedans) {
     const int erreur = errno;
+    if (erreur == ELOOP) return dossier_refuse(message(kLien, {texte(cible.chemin() + nom)}), 0);
     return dossier_refuse(
         message(kDossierPris, {texte(cible.chemin() + nom), plateforme::texte_erreur(erreur)}), erreur);
   }
@@ -545,6 +644,7 @@ CopieVersPc::Suite CopieVersPc::ecrit(const FichierCopie &fichier, const Dossier
     return Suite::continue_;
   }
   ++bilan_.copies;
+  if (octets_laisses(fichier) != 0) ++bilan_.amputes;
   bilan_.octets_lus += octets_copies(fichier);
   return Suite::continue_;
 }

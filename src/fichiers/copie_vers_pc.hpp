@@ -39,6 +39,7 @@ struct BilanCopiePc {
   std::uint64_t vides = 0;       ///< files without the fork that was asked for, copied as empty files
   std::uint64_t renommes = 0;    ///< told by name: cut, cleared of characters that mislead, or numbered
   std::uint64_t sautes = 0;      ///< left out by an answer or for want of the fork
+  std::uint64_t amputes = 0;     ///< of `copies`, those with another fork that the mode leaves out
   std::uint64_t echecs = 0;      ///< not whole, each told by name
   bool arret = false;            ///< the user stopped it, or nothing more could be written
   [[nodiscard]] bool complet() const { return !arret && echecs == 0; }
@@ -63,6 +64,7 @@ struct OptionsCopiePc {
   ModeNommage nommage = ModeNommage::longs;
   ExtensionDeSignature extension;
   bool polices = true;  ///< fonts may be converted, once the user agrees
+  bool force = false;   ///< neither the room on the disk nor that in the volume is weighed before a copy
   /// Asks for the name on the PC where the rule of names wants that: `nom` is the one proposed and becomes
   /// the answer, at most `limite` characters; false leaves the file out. Empty: `Operations::demander_nom`.
   std::function<bool(const std::string &mac, std::string &nom, std::size_t limite)> demande_nom = {};
@@ -102,6 +104,7 @@ class CopieVersPc {
     arret,
   };
 
+  [[nodiscard]] bool taille_admise(const ElementMac &element, const DossierSortie &cible);
   bool copie_element(const ElementMac &element, const DossierSortie &dossier);
   bool copie_dossier_vers_pc(const ElementMac &dossier, const DossierSortie &cible);
   bool copie_contenu(const ElementMac &dossier, const DossierSortie &dedans, const std::string &chemin);
@@ -137,14 +140,19 @@ class CopieVersPc {
 
   OptionsCopiePc options_;
   BilanCopiePc bilan_;
-  std::string source_;                      ///< path of the folder being copied, in UTF-8, closed by "/"
-  std::unordered_set<std::string> donnes_;  ///< PC paths that this copy has given
-  std::unordered_set<std::uint32_t> vus_;   ///< folders entered: a damaged tree may lead into itself
+  std::string source_;                       ///< path of the folder being copied, in UTF-8, closed by "/"
+  std::unordered_set<std::string> donnes_;   ///< PC paths that this copy has given
+  std::unordered_set<std::uint32_t> vus_;    ///< folders entered: a damaged tree may lead into itself
+  std::unordered_set<std::uint32_t> peses_;  ///< files whose blocks are in `octets_peses_`
+  std::uint64_t octets_peses_ = 0;
   std::size_t profondeur_ = 0;
 };
 
 /// A file of the mounted volume for the writers of containers.
 [[nodiscard]] ElementFichier element_de_volume(const ElementMac &fichier);
+
+/// How many files lost a fork to the copy mode, and which modes keep it; "" when none did.
+[[nodiscard]] std::string texte_amputes(const BilanCopiePc &bilan);
 
 /// " - Copied: %d f. (%lu.%03lu MB)"
 [[nodiscard]] std::string texte_copies(std::uint64_t fichiers, std::uint64_t octets);

@@ -24,6 +24,8 @@ constexpr int kCreation = 1127;
 constexpr int kPostCourte = 6125;
 constexpr int kSansFin = 6126;
 constexpr int kCodageInconnu = 6176;                     // name of the font
+constexpr int kRecouvrement = 7916;                      // font file
+constexpr int kSansPlace = 7917;                         // path of the font
 constexpr std::size_t kTexteMax = std::size_t{1} << 20;  ///< clear text that is looked through
 constexpr std::size_t kNomsTemporaires = 100000;
 constexpr std::uint32_t kTetePost = 2;  ///< kind and a byte that is not used
@@ -55,6 +57,26 @@ std::string nom_fichier(std::string_view nom, std::string_view extension) {
   bool coupe = false;
   const std::string texte = remplace_interdits(nom) + std::string(extension);
   return nom_disque(nom_sans_interdits(plateforme::texte_vers_large(texte)), kNomDisqueMax, coupe);
+}
+
+// True, after a message, where the resources of a type hold more than the fork: they lie over one another.
+bool se_recouvrent(const Travail &travail, std::string_view type) {
+  std::uint64_t octets = 0;
+  for (const RessourceMac &ressource : travail.ressources)
+    if (ressource.type == type && ressource.presente) octets += ressource.longueur;
+  if (octets <= static_cast<std::uint64_t>(std::max<std::int64_t>(fichier_taille(*travail.fourche), 0)))
+    return false;
+  operations().afficher_erreur(message(kRecouvrement, {travail.nom}));
+  return true;
+}
+
+// False, after a message, where a font has no room in the folder.
+bool place_pour(const Travail &travail, std::uint64_t octets, const std::string &nom_utf8) {
+  const auto libre = travail.dossier.espace_libre();
+  if (!libre || octets <= *libre) return true;
+  operations().afficher_erreur(
+      message(kSansPlace, {plateforme::utf8_vers_texte(travail.dossier.chemin() + nom_utf8)}));
+  return false;
 }
 
 bool echoue(ResultatEcriture resultat, std::string_view chemin) {
@@ -170,6 +192,9 @@ bool convertit_postscript(Travail &travail) {
   if (posts->empty() || !nom) return true;
   const std::string nom_texte = nom_permis(travail, nom_windows(*nom));
   const std::string nom_pfb = nom_fichier(nom_texte, ".pfb");
+  std::uint64_t octets = 0;
+  for (const Post &post : *posts) octets += post.plage.longueur;
+  if (!place_pour(travail, octets, nom_pfb)) return false;
   annonce(nom_pfb);
   CibleFichier cible(travail.dossier, nom_pfb);
   if (!cible.ouverte()) return echoue(ResultatEcriture::ecriture, cible.chemin());
@@ -199,6 +224,7 @@ bool cree_truetype(const Travail &travail, const RessourceMac &ressource, std::s
   while (rang < kNomsTemporaires) {
     CibleFichier cible(travail.dossier, nom_ttf, false);
     if (cible.ouverte()) {
+      if (!place_pour(travail, ressource.longueur, nom_ttf)) return false;
       annonce(nom_ttf);
       return copie_truetype(travail, ressource, cible);
     }
@@ -233,7 +259,9 @@ ResultatPolice convertit_police_mac(const ElementFichier &element, const Dossier
     return ResultatPolice::echec;
   }
   travail.ressources = lit_ressources(*travail.fourche).value_or(std::vector<RessourceMac>());
-  const bool faite = element.type() == "LWFN" ? convertit_postscript(travail) : convertit_valise(travail);
+  const bool postscript = element.type() == "LWFN";
+  if (se_recouvrent(travail, postscript ? "POST" : "sfnt")) return ResultatPolice::echec;
+  const bool faite = postscript ? convertit_postscript(travail) : convertit_valise(travail);
   if (!faite) return ResultatPolice::echec;
   if (travail.nb_polices > 0) return ResultatPolice::convertie;
   annonce_sans_police(travail.nom);

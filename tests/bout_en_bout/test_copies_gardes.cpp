@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "bout_en_bout/programme.hpp"
+#include "outils/conteneurs.hpp"
+#include "outils/fabrique_dmg.hpp"
 
 // What protects who reads an image from strangers: names that deceive, room on the disk, links in the target.
 
@@ -89,6 +91,92 @@ TEST_F(CopiesGardees, ListsOfJsonAreWellFormed) {
   commence({"ls", "v.img", "--json"}, 0);
   commence({"project", "ls", "p.vnpr", "-R", "--json"}, 3);
   commence({"alias", "i.iso", "--json"}, 0);
+}
+
+// Below a folder of the target lies a link: nothing goes through it unless the user says so.
+TEST_F(CopiesGardees, LinksInTheTargetAreNotFollowed) {
+  fichier("src/src/deep/a", "x");
+  maitre({"src"});
+  fs::create_directories(d + "elsewhere");
+  fs::create_directories(d + "o/src");
+  fs::create_directory_symlink(d + "elsewhere", d + "o/src/deep");
+  fs::create_directory_symlink(d + "o", d + "link");
+  for (const char *cible : {"o", "link"}) {
+    const Fin fin = lance({"get", "i.iso", "src", "--to", cible});
+    EXPECT_EQ(fin.statut, 1) << cible;
+    EXPECT_TRUE(a(fin.messages, "src/deep") && a(fin.messages, "is a link")) << fin.messages;
+    EXPECT_TRUE(fs::is_empty(d + "elsewhere")) << cible;
+  }
+  reussit({"get", "i.iso", "src", "--to", "o", "--force"});
+  EXPECT_EQ(lit(d + "elsewhere/a"), "x");
+  // A link where a file is to be written is replaced, not followed.
+  fichier("other", "untouched");
+  fs::create_directories(d + "p/src/deep");
+  fs::create_symlink(d + "other", d + "p/src/deep/a");
+  reussit({"get", "i.iso", "src", "--to", "p", "--overwrite", "yes"});
+  EXPECT_EQ(lit(d + "other"), "untouched");
+  EXPECT_EQ(lit(d + "p/src/deep/a"), "x");
+}
+
+TEST_F(CopiesGardees, ForksThatAModeLeavesOutAreTold) {
+  outils::FichierMac mac;
+  mac.rsrc = "r";
+  for (const char *nom : {"one", "two"}) {
+    mac.nom = nom;
+    fichier(std::string("src/") + nom + ".bin", outils::macbinary(mac));
+  }
+  fichier("src/three", "no fork");
+  maitre({"src"}, false);
+  EXPECT_TRUE(a(reussit({"get", "i.iso", "one", "three", "--to", "o"}), "\n1 file had a resource fork"));
+  const std::string deux = reussit({"get", "i.iso", "one", "two", "--to", "p"});
+  EXPECT_TRUE(a(deux, "\n2 files had a resource fork") && a(deux, "MacBinary")) << deux;
+  EXPECT_FALSE(a(reussit({"get", "i.iso", "three", "--to", "q"}), "fork"));
+  EXPECT_FALSE(a(reussit({"get", "i.iso", "one", "--to", "r", "--mode", "macbinary"}), "fork"));
+}
+
+// A small image that becomes a large one: no reading command does that unasked.
+TEST_F(CopiesGardees, AnImageThatExpandsOutOfProportionIsRefused) {
+  constexpr std::uint64_t kMorceau = 64U << 20;
+  const std::string zeros = essai::FabriqueDmg::par_zlib(std::string(kMorceau, '\0'));
+  essai::FabriqueDmg bombe;
+  bombe.tables.push_back({0, std::vector<essai::ChunkDmg>(5, {0x80000005, kMorceau / 512, zeros}), {}});
+  fichier("bomb.dmg", bombe.image());
+  for (const std::vector<std::string> &mots : std::vector<std::vector<std::string>>{
+           {"info", "bomb.dmg"},
+           {"ls", "bomb.dmg"},
+           {"find", "bomb.dmg", "a"},
+           {"cat", "bomb.dmg", "a"},
+           {"get", "bomb.dmg", "a", "--to", "o"},
+           {"alias", "bomb.dmg"},
+           {"dump", "bomb.dmg"},
+           {"analyze", "bomb.dmg", "--sector", "0"},
+       }) {
+    const Conditions petit{.taille_max = kMorceau};
+    const Fin fin = lance_sous(petit, mots);
+    EXPECT_EQ(fin.statut, 1) << mots[0];
+    EXPECT_TRUE(a(fin.messages, "320.0 MB") && a(fin.messages, "--force")) << mots[0] << fin.messages;
+  }
+  // Asked for, it goes on: to the end of the room, here.
+  const Fin force = lance_sous({.taille_max = kMorceau}, {"info", "bomb.dmg", "--force"});
+  EXPECT_EQ(force.statut, 1);
+  EXPECT_FALSE(a(force.messages, "--force")) << force.messages;
+  EXPECT_TRUE(a(force.messages, "cannot be written")) << force.messages;
+}
+
+TEST_F(CopiesGardees, SharedChunksAreNoticed) {
+  const std::string comprime = essai::FabriqueDmg::par_zlib(std::string(200 * 512, 'x'));
+  essai::FabriqueDmg image;
+  image.tables.push_back({0, {{0x80000005, 200, comprime}}, {}});
+  while (image.tables[0].chunks.size() < 30)
+    image.tables[0].chunks.push_back({0x80000005, 200, {}, UINT64_MAX, comprime.size(), 0});
+  fichier("shared.dmg", image.image());
+  for (const std::vector<std::string> &mots :
+       std::vector<std::vector<std::string>>{{"info", "shared.dmg"}, {"unpack", "shared.dmg", "plain"}}) {
+    const Fin fin = lance(mots);
+    EXPECT_EQ(fin.statut, 1);
+    EXPECT_TRUE(a(fin.messages, "names the same bytes")) << fin.messages;
+    EXPECT_FALSE(existe("plain"));
+  }
 }
 
 }  // namespace

@@ -330,13 +330,16 @@ TEST_P(Put, FontsBecomeMacintoshFonts) {
   fichier("f.pfb", "\x80\x01....%!PS-AdobeFont-1.0\n/FontName /Essai-Roman def\n");
   entre({"plain.ttf", "--fonts", "yes"});
   EXPECT_EQ(data("plain.ttf"), "no font at all");
+  // Nothing converts this font: its file goes in as it is, and so does a second of the same name.
+  fichier("sub/f.pfb", "\x80\x01....%!PS-AdobeFont-1.0\n/FontName /Essai-Roman Bold\n");
   const Fin fin = met({"f.pfb", "--fonts", "yes"});
-  EXPECT_EQ(fin.statut, 1);  // by design the file is made without content, which is told
-  EXPECT_TRUE(a("Essai-Roman", fin.messages)) << fin.messages;
-  EXPECT_EQ(rsrc("Essai-Roman"), "");
-  EXPECT_TRUE(a("tfilmovr", liste())) << liste();
-  entre({"f.pfb"});
-  EXPECT_TRUE(a("Essai-Roman def", data("f.pfb")));
+  EXPECT_EQ(fin.statut, 0) << fin.messages;
+  EXPECT_TRUE(a("Essai-Roman", fin.messages) && a("unchanged", fin.messages)) << fin.messages;
+  EXPECT_TRUE(a("Fonts copied unchanged: 1.", fin.sortie)) << fin.sortie;
+  entre({"sub", "--fonts", "yes"});
+  EXPECT_EQ(data("f.pfb"), lit(d + "f.pfb"));
+  EXPECT_EQ(data("sub/f.pfb"), lit(d + "sub/f.pfb"));
+  EXPECT_FALSE(a("tfilmovr", liste())) << liste();
 }
 
 class PutHfs : public Put {};

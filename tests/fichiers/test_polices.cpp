@@ -318,6 +318,24 @@ TEST_F(Polices, Echecs) {
   EXPECT_EQ(operations_.erreurs.size(), 3U);
 }
 
+// Fifty references to one font: the fork holds it once, the folder would get it fifty times.
+TEST_F(Polices, RessourcesQuiSeRecouvrent) {
+  for (const char *type : {"sfnt", "POST"}) {
+    const bool postscript = std::string_view(type) == "POST";
+    const std::string police = postscript ? post(1, std::string(kTexte) + std::string(5000, ' '))
+                                          : sfnt({{1, 0, 0, 6, std::string(5000, 'n')}});
+    std::vector<outils::RessourceFaite> toutes(50, {type, 1, ""});
+    toutes[0].octets = police;
+    std::string fourche = fait_fourche(toutes);
+    const std::size_t liste = fourche.size() - 50 * 12;  // the references end the map: there are no names
+    for (std::size_t i = 1; i < 50; ++i) pose(fourche, liste + i * 12 + 4, gros_bout(0, 4));
+    operations_.erreurs.clear();
+    EXPECT_EQ(convertit(postscript ? "LWFN" : "tfil", fourche), ResultatPolice::echec) << type;
+    EXPECT_EQ(operations_.erreurs.size(), 1U) << type;
+    EXPECT_TRUE(noms().empty()) << type;
+  }
+}
+
 TEST_F(Polices, Consentement) {
   EXPECT_TRUE(est_police_mac("LWFN") && est_police_mac("tfil") && est_police_mac("FFIL"));
   EXPECT_FALSE(est_police_mac("ffil") || est_police_mac(""));

@@ -78,6 +78,7 @@ OptionsCopiePc options_copie(ContexteCli &contexte) {
   options.nommage = nommage(arguments);
   options.extension = extension_copie;
   options.polices = polices != "no";
+  options.force = arguments.a("force");
   options.suivi = [&console, dernier = plateforme::chronometre()](const BilanCopiePc &bilan) mutable {
     if (!console.options.terminal || plateforme::chronometre() - dernier < kPasBarre) return;
     dernier = plateforme::chronometre();
@@ -89,9 +90,10 @@ OptionsCopiePc options_copie(ContexteCli &contexte) {
 std::optional<DossierSortie> dossier_cible(const ContexteCli &contexte) {
   const auto chemin = chemin_argument(contexte.arguments.valeur("to"));
   if (!chemin) return std::nullopt;
-  auto dossier = DossierSortie::ouvre(*chemin);
+  const bool suit_liens = contexte.arguments.a("force");
+  auto dossier = DossierSortie::ouvre(*chemin, suit_liens);
   if (!dossier && errno == ENOENT && plateforme::cree_dossier(*chemin))
-    dossier = DossierSortie::ouvre(*chemin);
+    dossier = DossierSortie::ouvre(*chemin, suit_liens);
   if (!dossier) {
     const std::string raison = plateforme::texte_erreur(errno);
     operations().afficher_erreur(message(kCibleFermee, {tronque_chemin(*chemin, kCheminMessage), raison}));
@@ -106,6 +108,7 @@ int conclut_copie(ContexteCli &contexte, const BilanCopiePc &bilan) {
   };
   ligne(message(kCopies, {bilan.copies, bilan.dossiers, taille_lisible(bilan.octets_lus)}));
   if (bilan.vides != 0) ligne(message(kVides, {bilan.vides}));
+  if (bilan.amputes != 0) ligne(texte_amputes(bilan));
   if (bilan.sautes + bilan.echecs != 0) ligne(message(kManques, {bilan.sautes, bilan.echecs}));
   if (bilan.arret && contexte.console.arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
   return bilan.complet() ? kFait : kEchec;

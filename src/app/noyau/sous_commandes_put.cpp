@@ -87,8 +87,8 @@ int conclut(ContexteCli &contexte, const BilanCopieMac &bilan) {
   ligne(message(kCopies, {bilan.fichiers, bilan.dossiers, taille_lisible(bilan.octets)}));
   if (bilan.sautes + bilan.echecs + bilan.non_atteints != 0)
     ligne(message(kManques, {bilan.sautes, bilan.echecs, bilan.non_atteints}));
-  if (bilan.renommes + bilan.abimes + bilan.polices_vides != 0)
-    ligne(message(kRemarques, {bilan.renommes, bilan.abimes, bilan.polices_vides}));
+  if (bilan.renommes + bilan.abimes + bilan.polices_telles != 0)
+    ligne(message(kRemarques, {bilan.renommes, bilan.abimes, bilan.polices_telles}));
   if (bilan.arret && contexte.console.arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
   return bilan.complet() ? kFait : kEchec;
 }

@@ -43,8 +43,8 @@ QString texte_bilan(const BilanCopieMac &bilan) {
       vers_qt(message(kCopies, {bilan.fichiers, bilan.dossiers, taille_lisible(bilan.octets)}))};
   if (bilan.sautes + bilan.echecs + bilan.non_atteints != 0)
     lignes << vers_qt(message(kManques, {bilan.sautes, bilan.echecs, bilan.non_atteints}));
-  if (bilan.renommes + bilan.abimes + bilan.polices_vides != 0)
-    lignes << vers_qt(message(kRemarques, {bilan.renommes, bilan.abimes, bilan.polices_vides}));
+  if (bilan.renommes + bilan.abimes + bilan.polices_telles != 0)
+    lignes << vers_qt(message(kRemarques, {bilan.renommes, bilan.abimes, bilan.polices_telles}));
   return lignes.join(' ');
 }
 

@@ -88,6 +88,7 @@ void copie_vers_le_pc(TVarnion &fenetre) {
   const BilanCopiePc &bilan = copie.bilan();
   fenetre.statusBar()->showMessage(
       vers_qt(message(kCopies, {bilan.copies, bilan.dossiers, bilan.sautes, bilan.echecs})), kDureeBilan);
+  if (bilan.amputes != 0) operations().afficher_avis(texte_amputes(bilan));
   fenetre.rafraichit_commandes();
 }
 
