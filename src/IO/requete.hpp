@@ -49,8 +49,10 @@ enum class Interdit : std::uint8_t {
   partage_iso,        ///< the volume's own tables lie in files of the ISO 9660 side
   journal_plein,      ///< transactions that have not reached the volume
   journal_illisible,  ///< a journal on another device, or none that can be read
+  ordre_classique,    ///< names in the order of the classic rule, while the published one holds
   comptes_abimes,     ///< counts of the header that cannot be
-  catalogue_abime,    ///< a node of the catalog; may be forced, as the one before and the one behind
+  desordre,           ///< names of an HFS catalog in no known order
+  catalogue_abime,    ///< a node of the catalog; may be forced, as the ones before and behind from the counts on
   extents_abimes,     ///< a node of the extents tree
 };
 

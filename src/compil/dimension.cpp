@@ -16,7 +16,6 @@
 #include "noms/iso.hpp"
 #include "noms/ordre.hpp"
 #include "noms/regles.hpp"
-#include "noms/tables.hpp"
 #include "noms/texte.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/fichier_projet.hpp"

@@ -15,7 +15,6 @@
 #include "IO/requete.hpp"
 #include "noms/ordre.hpp"
 #include "noms/regles.hpp"
-#include "noms/tables.hpp"
 #include "noms/texte.hpp"
 #include "noms/unicode.hpp"
 
@@ -45,9 +44,10 @@ std::string nom_hfs_de(const RubriqueProjet &rubrique, std::u16string_view nom_l
 }
 
 std::u16string VolumeHfs::cle_nom(const RubriqueProjet &rubrique, std::u16string_view nom_large) const {
+  const PoidsHfs &table = poids_hfs(ordre_hfs_voulu());
   std::u16string poids;
   for (const char c : nom_hfs_de(rubrique, nom_large))
-    poids.push_back(static_cast<char16_t>(ordre_hfs[static_cast<std::uint8_t>(c)]));
+    poids.push_back(static_cast<char16_t>(table[static_cast<std::uint8_t>(c)]));
   return poids;
 }
 
@@ -188,6 +188,7 @@ bool VolumeHfs::ecrit_structures(const ContexteCompilation &contexte, const Ente
 
   volume_courant().debut_allocation = plan.debut;
   lecture_entete_volume();
+  volume_courant().ordre.lu = true;
   ouverture_arbres();
   charge_carte_noeuds();
   return ajoute_noeuds_carte();

@@ -116,7 +116,7 @@ TraitsHfs::Nom TraitsHfs::nom_du_fil(std::span<const std::uint8_t> donnees) {
 }
 
 int TraitsHfs::compare(Nom a, Nom b) {
-  return compare_hfs(a, b);
+  return compare_hfs(a, b, volume_courant().ordre.noms);
 }
 int TraitsHfs::compare_motif(Nom motif, Nom nom) {
   return compare_nom_hfs(motif, nom);

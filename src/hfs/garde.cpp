@@ -11,6 +11,7 @@
 #include "hfs/extents.hpp"
 #include "hfs/journal.hpp"
 #include "hfs/lecture.hpp"
+#include "hfs/ordre_catalogue.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
 #include "hfs/zones_iso.hpp"
@@ -66,8 +67,12 @@ int texte_de(Interdit raison) {
       return 7865;
     case Interdit::journal_illisible:
       return 7866;
+    case Interdit::ordre_classique:
+      return 7950;
     case Interdit::comptes_abimes:
       return 7874;
+    case Interdit::desordre:
+      return 7951;
     case Interdit::catalogue_abime:
       return 7867;
     case Interdit::extents_abimes:
@@ -187,6 +192,13 @@ void juge_comptes() {
   if (!admis) interdit_abime(Interdit::comptes_abimes, 0);
 }
 
+// Names go in where the others stand. The look at the tree, behind this, goes by the order that was found.
+void juge_ordre() {
+  const RefusOrdre refus = refus_ordre();
+  if (refus == RefusOrdre::classique) interdit(Interdit::ordre_classique);
+  if (refus == RefusOrdre::desordre) interdit_abime(Interdit::desordre, 0);
+}
+
 // --- what the ISO side has of the volume's own tables
 
 void juge_partage() {
@@ -234,6 +246,7 @@ void juge_structure() {
   if (g.structure || !volume_courant().a_entete() || support().lecture_seule) return;
   g.structure = true;
   juge_comptes();
+  juge_ordre();
   const ExamenArbre catalogue = examine_catalogue();
   const ExamenArbre extents = examine_extents();
   if (!catalogue.sain) interdit_abime(Interdit::catalogue_abime, catalogue.noeud);

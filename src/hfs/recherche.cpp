@@ -2,6 +2,7 @@
 
 #include "hfs/arbre.hpp"
 #include "hfs/noeud.hpp"
+#include "hfs/ordre_catalogue.hpp"
 #include "hfs/traits.hpp"
 #include "hfs/volume.hpp"
 #include "IO/operations.hpp"
@@ -171,6 +172,17 @@ OctetsNoeud cherche_exacte(const typename Traits::CleLue &voulue, int voulu) {
   });
 }
 
+// The same in a catalog whose names stand in no order: all records of the folder are tried.
+OctetsNoeud cherche_en_marchant(const TraitsHfs::CleLue &voulue, int voulu) {
+  return parcourt(descend_avant<TraitsHfs>({voulue.parent, {}}), [&](OctetsNoeud, std::span<std::uint8_t> fiche) {
+    const auto cle = TraitsHfs::cle(fiche);
+    if (!cle || cle->parent < voulue.parent) return Suite::continuer;
+    if (cle->parent > voulue.parent) return Suite::absent;
+    const bool trouve = compare_cles<TraitsHfs>(*cle, voulue) == 0 && type_voulu(TraitsHfs::type(fiche), voulu);
+    return trouve ? Suite::trouve : Suite::continuer;
+  });
+}
+
 template <typename Traits>
 OctetsNoeud cherche_par_id(std::uint32_t id, int voulu, std::uint32_t parent) {
   return parcourt(descend_parent<Traits>(1, parent), [&](OctetsNoeud, std::span<std::uint8_t> fiche) {
@@ -288,8 +300,17 @@ OctetsNoeud cherche_rubrique_exacte_hfsplus(const NomUnicode &nom, int type, std
   return cherche_rubrique<TraitsHfsPlus>(nom.vue(), type, parent, true);
 }
 
+// Keys without a name stand first in every order; another one that is not found may stand elsewhere.
 OctetsNoeud cherche_exacte_hfs(std::string_view nom, int type, std::uint32_t parent) {
-  return cherche_exacte<TraitsHfs>({parent, nom}, type);
+  const TraitsHfs::CleLue cle{parent, nom};
+  const OrdreCatalogue &ordre = volume_courant().ordre;
+  if (ordre.desordre && !nom.empty()) return cherche_en_marchant(cle, type);
+  const OctetsNoeud trouve = cherche_exacte<TraitsHfs>(cle, type);
+  if (!trouve.empty() || nom.empty() || ordre.lu) return trouve;
+  const OrdreHfs suppose = ordre.noms;
+  reconnait_ordre();
+  if (ordre.desordre) return cherche_en_marchant(cle, type);
+  return ordre.noms != suppose ? cherche_exacte<TraitsHfs>(cle, type) : OctetsNoeud{};
 }
 OctetsNoeud cherche_exacte_hfsplus_sans_joker(const NomUnicode &nom, int type, std::uint32_t parent) {
   return cherche_exacte<TraitsHfsPlus>({parent, nom.vue()}, type);

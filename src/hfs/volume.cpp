@@ -169,6 +169,7 @@ VolumeCourant &volume_courant() {
 
 void lecture_entete_volume() {
   VolumeCourant &volume = volume_courant();
+  volume.ordre = {ordre_hfs_voulu()};
   std::array<std::uint8_t, 3 * kOctetsSecteur> secteurs{};
   lit_secteurs(secteurs.data(), volume.debut_allocation, 3);
   const std::uint64_t ancien_debut = volume.debut_allocation;

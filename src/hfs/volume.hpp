@@ -8,6 +8,7 @@
 
 #include "hfs/arbre.hpp"
 #include "hfs/fiches.hpp"
+#include "noms/ordre.hpp"
 
 // The mounted volume. One at a time, in process-wide state; the engine is not reentrant.
 
@@ -20,6 +21,13 @@ constexpr std::size_t kZoneExtentsTampon = 36864;     ///< 32,768: extents tree,
 constexpr std::size_t kZoneCatalogueEntete = 69632;   ///< 32,768: catalog tree, header node
 constexpr std::size_t kZoneCatalogueTampon = 102400;  ///< 96,256: catalog tree, current node
 constexpr std::uint32_t kTailleNoeudMax = 32768;
+
+/// In which order the names of an HFS catalog stand, as far as that is known (`ordre_catalogue.hpp`).
+struct OrdreCatalogue {
+  OrdreHfs noms = OrdreHfs::publie;  ///< by which names are searched and inserted
+  bool lu = false;                   ///< the leaves have been looked at, or the catalog is this program's own
+  bool desordre = false;             ///< they stand in neither order: names are found by walking
+};
 
 /// Headers and nodes stay big-endian in the engine block: a field stored here is what the flush writes.
 struct VolumeCourant {
@@ -40,6 +48,7 @@ struct VolumeCourant {
   std::optional<std::uint64_t> copie_entete;  ///< see `place_copie_entete`; unset before it was looked for
   DescripteurArbre catalogue;
   DescripteurArbre extents;
+  OrdreCatalogue ordre;
 
   /// The engine block, zeroed at the start and never moved.
   std::unique_ptr<std::uint8_t[]> bloc;

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <string>
 
-#include "noms/tables.hpp"
+#include "IO/ecarts.hpp"
 #include "noms/texte.hpp"
 
 namespace varnion {
 
 namespace {
 
-int poids(std::string_view texte, std::size_t rang) {
-  return rang < texte.size() ? ordre_hfs[static_cast<std::uint8_t>(texte[rang])] : 0;
+int poids(const PoidsHfs &poids, std::string_view texte, std::size_t rang) {
+  return rang < texte.size() ? poids[static_cast<std::uint8_t>(texte[rang])] : 0;
 }
 
 /// The next unit of a name that the compare does not ignore, folded; 0 at the end.
@@ -34,17 +34,26 @@ bool contient(std::string_view texte, std::string_view partie) {
 
 }  // namespace
 
-int compare_hfs(std::string_view a, std::string_view b) {
+OrdreHfs ordre_hfs_voulu() {
+  return publie(Ecart::ordre_hfs) ? OrdreHfs::publie : OrdreHfs::classique;
+}
+
+const PoidsHfs &poids_hfs(OrdreHfs ordre) {
+  return ordre == OrdreHfs::publie ? poids_hfs_publies : poids_hfs_classiques;
+}
+
+int compare_hfs(std::string_view a, std::string_view b, OrdreHfs ordre) {
   const std::size_t commun = std::min(a.size(), b.size());
-  const int difference = compare_hfs_n(a, b, commun);
+  const int difference = compare_hfs_n(a, b, commun, ordre);
   if (difference != 0 || a.size() == b.size()) return difference;
   return a.size() < b.size() ? -1 : 1;
 }
 
-int compare_hfs_n(std::string_view a, std::string_view b, std::size_t nombre) {
+int compare_hfs_n(std::string_view a, std::string_view b, std::size_t nombre, OrdreHfs ordre) {
+  const PoidsHfs &table = poids_hfs(ordre);
   const std::size_t fin = std::min(nombre, std::max(a.size(), b.size()));
   for (std::size_t i = 0; i < fin; ++i) {
-    const int difference = poids(a, i) - poids(b, i);
+    const int difference = poids(table, a, i) - poids(table, b, i);
     if (difference != 0) return difference;
   }
   return 0;

@@ -6,16 +6,25 @@
 #include <string_view>
 
 #include "IO/octets.hpp"
+#include "noms/tables.hpp"
 #include "noms/unicode.hpp"
 
 namespace varnion {
 
-/// Order of two HFS names in Mac Roman: difference of the first differing weights (`ordre_hfs`); a text that
-/// ends first is lower, -1 or 1; 0 equal.
-[[nodiscard]] int compare_hfs(std::string_view a, std::string_view b);
+/// The orders in which the names of an HFS catalog stand.
+enum class OrdreHfs : std::uint8_t { publie, classique };
+
+/// The one that the rule in force gives to catalogs that are made.
+[[nodiscard]] OrdreHfs ordre_hfs_voulu();
+[[nodiscard]] const PoidsHfs &poids_hfs(OrdreHfs ordre);
+
+/// Order of two HFS names in Mac Roman: difference of the first differing weights; a text that ends first is
+/// lower, -1 or 1; 0 equal.
+[[nodiscard]] int compare_hfs(std::string_view a, std::string_view b, OrdreHfs ordre = ordre_hfs_voulu());
 
 /// The same over exactly `nombre` bytes, without regard to where the texts end; past its end a text weighs 0.
-[[nodiscard]] int compare_hfs_n(std::string_view a, std::string_view b, std::size_t nombre);
+[[nodiscard]] int compare_hfs_n(std::string_view a, std::string_view b, std::size_t nombre,
+                                OrdreHfs ordre = ordre_hfs_voulu());
 
 /// Wildcard compare of an HFS name: 0 is a match. Blanks and bytes A0 at the end of the name do not count.
 /// "*" matches anything. The parts before and after the first "*" are searched in the lower-cased name,

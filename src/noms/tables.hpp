@@ -22,8 +22,10 @@ extern const TableOctets filtre_noms;
 extern const TableOctets dos_vers_windows;
 extern const TableOctets ebcdic_vers_windows;
 
-/// Weight of a Mac Roman byte in the order of HFS names. "\" (5C) has weight 0, as low as the end of the
-/// text.
-extern const std::array<std::uint16_t, 256> ordre_hfs;
+/// Weights of the Mac Roman bytes in an order of HFS names: the published one, and that of the classic rule, in
+/// which "\" (5C) has weight 0, as low as the end of the text.
+using PoidsHfs = std::array<std::uint16_t, 256>;
+extern const PoidsHfs poids_hfs_publies;
+extern const PoidsHfs poids_hfs_classiques;
 
 }  // namespace varnion
