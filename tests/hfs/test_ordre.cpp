@@ -3,9 +3,11 @@
 #include <vector>
 
 #include "hfs/catalogue.hpp"
-#include "IO/ecarts.hpp"
-#include "noms/texte.hpp"
+#include "hfs/garde.hpp"
 #include "image_essai.hpp"
+#include "IO/ecarts.hpp"
+#include "noms/ordre.hpp"
+#include "noms/texte.hpp"
 
 // Volumes whose names stand in the published order, in that of the classic rule, and in none.
 
@@ -20,6 +22,7 @@ class OrdreVolume : public VolumeEdite<SurHfs> {
  protected:
   void cree_sous(Regle r) {
     fixer_regle(r);
+    oublie_garde();
     cree(2);
     for (const std::string &nom : kNoms) ASSERT_NE(ajoute(kIdRacine, nom, "content of " + nom), 0U) << nom;
     ASSERT_TRUE(ecriture_structures());
@@ -29,6 +32,8 @@ class OrdreVolume : public VolumeEdite<SurHfs> {
     fixer_regle(r);
     liberation_carte();
     vide_cache();
+    oublie_garde();
+    support().lecture_seule.oublie_volume();
     volume_courant().debut_allocation = SurHfs::kEntete;
     lecture_entete_volume();
     ouverture_arbres();
