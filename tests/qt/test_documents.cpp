@@ -28,7 +28,9 @@
 #include "fenetre_essai.hpp"
 #include "hfs/ouverture.hpp"
 #include "hfs/volume.hpp"
+#include "IO/plateforme.hpp"
 #include "IO/requete.hpp"
+#include "outils/fabrique_dmg.hpp"
 #include "projet/arborescence.hpp"
 #include "res/chaines.hpp"
 
@@ -340,6 +342,27 @@ TEST_F(Documents, AProjectStaysWhenAnotherDoesNotOpen) {
   execute("Nouveau1");
   EXPECT_EQ(vers_qt(fenetre_->chemin_document()), autre);
   EXPECT_EQ(noms(), QStringList());
+}
+
+// A few hundred bytes that tell of two gigabytes: the question comes from the worker that opens the image.
+TEST_F(Documents, AnImageThatGrowsOutOfProportionIsAskedAbout) {
+  const QString image = QString::fromStdString(copie_donnee(kImage));
+  ASSERT_TRUE(fenetre_->router_parametre(de_qt(image)));
+  essai::FabriqueDmg fabrique;
+  fabrique.secteurs = std::uint64_t{4} << 20;
+  fabrique.tables = {{0, {{0x00000002, fabrique.secteurs, ""}}, ""}};
+  const QString bombe = fichier("bombe.dmg", QByteArray::fromStdString(fabrique.image()));
+  repond_chemin(bombe);
+  prevoit("TMessON", clique("MessOui"));  // expand it
+  prevoit("TMessON", [](QDialog &forme) {
+    const QString texte = forme.findChild<QLabel *>("texte")->text();
+    EXPECT_TRUE(texte.contains("2.0 GB")) << texte.toStdString();
+    forme.reject();
+  });
+  lance([&] { execute("Ouvrir2"); });
+  EXPECT_EQ(fenetre_->windowTitle(), "hformat_800k.hfs [Varnion]");
+  EXPECT_EQ(texte_panneau(2), "Folders: 20");
+  EXPECT_TRUE(QDir(vers_qt(plateforme::dossier_temporaire())).entryList({"image*"}, QDir::Files).isEmpty());
 }
 
 TEST_F(Documents, ATemporaryCopyIsOnlyReadAndSaysSo) {
