@@ -344,19 +344,21 @@ TEST_F(Documents, AProjectStaysWhenAnotherDoesNotOpen) {
   EXPECT_EQ(noms(), QStringList());
 }
 
-// A few hundred bytes that tell of two gigabytes: the question comes from the worker that opens the image.
+// A few thousand bytes that tell of more than a gigabyte: the question comes from the worker that opens the
+// image.
 TEST_F(Documents, AnImageThatGrowsOutOfProportionIsAskedAbout) {
   const QString image = QString::fromStdString(copie_donnee(kImage));
   ASSERT_TRUE(fenetre_->router_parametre(de_qt(image)));
   essai::FabriqueDmg fabrique;
-  fabrique.secteurs = std::uint64_t{4} << 20;
-  fabrique.tables = {{0, {{0x00000002, fabrique.secteurs, ""}}, ""}};
+  const essai::ChunkDmg morceau{0x80000005, 0x20000, essai::FabriqueDmg::par_zlib("x")};
+  fabrique.tables = {{0, std::vector<essai::ChunkDmg>(20, morceau), ""}};
+  fabrique.secteurs = 20 * morceau.secteurs;
   const QString bombe = fichier("bombe.dmg", QByteArray::fromStdString(fabrique.image()));
   repond_chemin(bombe);
   prevoit("TMessON", clique("MessOui"));  // expand it
   prevoit("TMessON", [](QDialog &forme) {
     const QString texte = forme.findChild<QLabel *>("texte")->text();
-    EXPECT_TRUE(texte.contains("2.0 GB")) << texte.toStdString();
+    EXPECT_TRUE(texte.contains("1.2 GB")) << texte.toStdString();
     forme.reject();
   });
   lance([&] { execute("Ouvrir2"); });

@@ -593,6 +593,10 @@ TEST_F(CopiePc, FiveModesAndNamesThatCollide) {
     copie_vers(dossier);
     // The second of the two stops at the question.
     message_attendu("TMessONT", "x_y.txt", "MessNon");
+    // A mode of one fork tells what it left out of those that were copied.
+    if (mode == kCopieData) message_attendu("TMessOK", "2 fichiers avaient une branche de r", "MessFermer");
+    if (mode == kCopieRessource)
+      message_attendu("TMessOK", "2 fichiers avaient une branche de d", "MessFermer");
     execute("Mac2PC");
     EXPECT_EQ(noms(dossier), attendus) << mode;
     EXPECT_TRUE(contenu(dossier + "/note.txt").startsWith(debut)) << mode;
@@ -608,6 +612,7 @@ TEST_F(CopiePc, FiveModesAndNamesThatCollide) {
     clique(forme, "MessOui");
   });
   message_attendu("TMessOK", "x_y", "MessFermer");
+  message_attendu("TMessOK", "3 fichiers avaient une branche de r", "MessFermer");
   execute("Mac2PC");
   EXPECT_EQ(noms(cible_ + "1"), QStringList({"note.txt", "x_y-001.txt", "x_y.txt"}));
 }
@@ -623,6 +628,7 @@ TEST_F(CopiePc, AnEmptyForkIsToldUntilItIsSilenced) {
     clique(forme, "Toujours");
     clique(forme, "MessFermer");
   });
+  message_attendu("TMessOK", "1 file had a data fork", "MessFermer");
   execute("Mac2PC");
   EXPECT_EQ(noms(cible_), QStringList("c.txt"));
   EXPECT_TRUE(contenu(cible_ + "/c.txt").isEmpty());
