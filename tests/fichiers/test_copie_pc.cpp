@@ -17,8 +17,9 @@
 #include "res/chaines.hpp"
 
 namespace {
-int panne = 0;  // what each write to a file fails with
-}
+int panne = 0;          // what each write to a file fails with
+int panne_dossier = 0;  // and each new folder
+}  // namespace
 
 // In place of the library's, so that a write fails as a disk of one's choice would make it fail.
 extern "C" ssize_t pwrite64(int fichier, const void *octets, size_t nombre, off64_t place) {
@@ -27,6 +28,14 @@ extern "C" ssize_t pwrite64(int fichier, const void *octets, size_t nombre, off6
     return -1;
   }
   return ::syscall(SYS_pwrite64, fichier, octets, nombre, place);
+}
+
+extern "C" int mkdirat(int dossier, const char *nom, mode_t droits) noexcept {
+  if (panne_dossier != 0) {
+    errno = panne_dossier;
+    return -1;
+  }
+  return static_cast<int>(::syscall(SYS_mkdirat, dossier, nom, droits));
 }
 
 // The copy to the PC, from volumes that are damaged or made to harm, and to disks that fail.
@@ -54,7 +63,7 @@ class CopiePc : public essai::Bac {
     pose_dossier("o");
   }
   void TearDown() override {
-    panne = 0;
+    panne = panne_dossier = 0;
     brancher_operations(nullptr);
     fermer_partition();
     Bac::TearDown();
@@ -138,6 +147,30 @@ TEST_F(CopiePc, UnDisqueQuiNePrendPlusRienArreteLaCopie) {
     EXPECT_NE(script.erreurs.at(0).find(plateforme::texte_erreur(erreur)), std::string::npos);
     EXPECT_EQ(sortis(), 0U);
     script.erreurs.clear();
+  }
+}
+
+TEST_F(CopiePc, UnDossierQuiNeSeFaitPlusArreteLaCopie) {
+  remplit({});
+  ASSERT_EQ(ouvrir_partition(bac + "image"), EtatOuverture::montee);
+  ASSERT_TRUE(chargement_carte());
+  for (const char *nom : {"d1", "d2"}) {
+    pose_dossier(nom);
+    CopieVersMac entree({});
+    ASSERT_TRUE(entree.copie_vers_mac(bac + nom, kIdRacine));
+  }
+  ASSERT_TRUE(ecriture_structures());
+  fermer_partition();
+  struct {
+    int erreur;
+    bool arret;
+  } const cas[] = {{ENOSPC, true}, {EDQUOT, true}, {EROFS, true}, {EACCES, false}};
+  for (const auto &[erreur, arret] : cas) {
+    panne_dossier = erreur;
+    const BilanCopiePc bilan = copie({"d1", "d2"});
+    panne_dossier = 0;
+    EXPECT_EQ(bilan.arret, arret) << std::strerror(erreur);
+    EXPECT_EQ(bilan.echecs, arret ? 1U : 2U) << std::strerror(erreur);
   }
 }
 
