@@ -200,6 +200,10 @@ TEST_F(CopiePc, DesBlocsEnCommunSontRemarques) {
   FichierHfs gros{};
   change("gros", [&gros](FichierHfs &fiche) { gros = fiche; });
   EXPECT_EQ(copie(noms).copies, 10U) << "a sound volume is copied without a question";
+  reponses_copie_pc().remplacement = Remplacement::tous;
+  EXPECT_EQ(copie(std::vector<std::string>(5, "gros")).copies, 5U)
+      << "one file taken again and again is no overlap";
+  reponses_copie_pc().remplacement = Remplacement::demande;
   fs::remove_all(bac + "o");
   pose_dossier("o");
   for (std::size_t i = 1; i < noms.size(); ++i)
