@@ -11,6 +11,18 @@
 
 #include "IO/iodmg_crc.hpp"
 
+// GCC and Clang each have their way to tell of the address sanitizer.
+#if defined(__SANITIZE_ADDRESS__)
+#define VN_ADRESSES_SURVEILLEES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VN_ADRESSES_SURVEILLEES 1
+#endif
+#endif
+#ifndef VN_ADRESSES_SURVEILLEES
+#define VN_ADRESSES_SURVEILLEES 0
+#endif
+
 namespace varnion {
 
 namespace {
@@ -98,7 +110,7 @@ void lit_brut(const Fichier &source, const MorceauDmg &morceau, PieceDmg &piece)
 }
 
 // A checked build keeps the allocator, which sees a write past the end.
-#if defined(__SANITIZE_ADDRESS__)
+#if VN_ADRESSES_SURVEILLEES
 std::uint8_t *prend_octets(std::size_t taille) {
   return new (std::nothrow) std::uint8_t[taille];
 }
