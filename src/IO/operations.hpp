@@ -18,6 +18,9 @@ struct Operations {
 
   /// Modal message; also written to the journal when one is open.
   virtual void afficher_erreur(std::string_view texte) = 0;
+  /// One of a series of like errors about single items, one line of text: a console shows each. A window
+  /// writes them to the log alone, and the caller's closing message stands for them.
+  virtual void afficher_ligne(std::string_view texte) { journal(GenreJournal::erreur, texte); }
   /// Message shown for a few seconds.
   virtual void afficher_avis(std::string_view texte) = 0;
   /// 1 yes, 0 no.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
+#include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -11,7 +12,9 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "IO/dossiers.hpp"
@@ -34,14 +37,14 @@ bool lit_fiche(int dossier, const std::string &nom, struct statx &fiche) {
   return ::statx(dossier, nom.c_str(), AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &fiche) == 0;
 }
 
-// A link that leads nowhere, in a circle or where the user may not go is left out of a listing.
-bool lien_perdu(int dossier, const std::string &nom) {
+// `errno` stays as it is.
+bool est_lien(int dossier, const std::string &nom) {
   const int erreur = errno;
   struct stat fiche {};
   const bool lien =
       ::fstatat(dossier, nom.c_str(), &fiche, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(fiche.st_mode);
   errno = erreur;
-  return lien || erreur == ENOENT;
+  return lien;
 }
 
 DonneesRecherche donnees(const struct statx &fiche, const NomsEntree &noms) {
@@ -60,6 +63,7 @@ DonneesRecherche donnees(const struct statx &fiche, const NomsEntree &noms) {
   resultat.nom_long = noms.texte;
   resultat.nom_court = noms.court;
   resultat.nom_large = utf8_vers_large(noms.disque);
+  resultat.identite = {::makedev(fiche.stx_dev_major, fiche.stx_dev_minor), fiche.stx_ino};
   return resultat;
 }
 
@@ -203,10 +207,13 @@ std::optional<DonneesRecherche> cherche_fichier(std::string_view chemin) {
     errno = ENXIO;
     return std::nullopt;
   }
-  return donnees(fiche, noms_de(*resolu));
+  DonneesRecherche entree = donnees(fiche, noms_de(*resolu));
+  entree.par_lien = entree.est_dossier() && !resolu->nom.empty() && est_lien(AT_FDCWD, resolu->utf8);
+  return entree;
 }
 
-std::optional<std::vector<DonneesRecherche>> liste_dossier(std::string_view dossier) {
+std::optional<std::vector<DonneesRecherche>> liste_dossier(std::string_view dossier,
+                                                           std::vector<EntreeEcartee> *ecartees) {
   const auto resolu = resout_existant(dossier);
   if (!resolu) return std::nullopt;
   const auto noms = etat<CacheDossiers>().liste(resolu->utf8);
@@ -218,10 +225,19 @@ std::optional<std::vector<DonneesRecherche>> liste_dossier(std::string_view doss
   for (const NomsEntree &nom : *noms) {
     struct statx fiche {};
     if (!lit_fiche(descripteur.descripteur(), nom.disque, fiche)) {
-      if (lien_perdu(descripteur.descripteur(), nom.disque)) continue;
-      return std::nullopt;
+      // A name that is gone since the folder was read is none.
+      const bool lien = est_lien(descripteur.descripteur(), nom.disque);
+      if (!lien && errno != ENOENT) return std::nullopt;
+      if (lien && ecartees != nullptr) ecartees->push_back({nom.texte, true});
+      continue;
     }
-    if (est_entree(fiche)) entrees.push_back(donnees(fiche, nom));
+    if (!est_entree(fiche)) {
+      if (ecartees != nullptr) ecartees->push_back({nom.texte, false});
+      continue;
+    }
+    entrees.push_back(donnees(fiche, nom));
+    DonneesRecherche &entree = entrees.back();
+    entree.par_lien = entree.est_dossier() && est_lien(descripteur.descripteur(), nom.disque);
   }
   return entrees;
 }
@@ -357,6 +373,19 @@ bool est_le_fichier(std::string_view chemin, const Fichier &fichier) {
   struct stat fiche_b {};
   return fiche_de(chemin, fiche_a) && ::fstat(fichier.descripteur(), &fiche_b) == 0 &&
          fiche_a.st_dev == fiche_b.st_dev && fiche_a.st_ino == fiche_b.st_ino;
+}
+
+std::optional<IdentiteFichier> identite(const Fichier &fichier) {
+  struct stat fiche {};
+  if (!fichier.ouvert() || ::fstat(fichier.descripteur(), &fiche) != 0) return std::nullopt;
+  return IdentiteFichier{fiche.st_dev, fiche.st_ino};
+}
+
+std::string chemin_reel_utf8(std::string_view chemin) {
+  const auto resolu = resout_existant(chemin);
+  if (!resolu) return {};
+  const std::unique_ptr<char, decltype(&::free)> reel(::realpath(resolu->utf8.c_str(), nullptr), &::free);
+  return reel ? std::string(reel.get()) : std::string();
 }
 
 Fichier ouvre_flux(std::string_view chemin, std::string_view nom) {

@@ -43,6 +43,12 @@ namespace varnion::plateforme {
 constexpr std::uint32_t kAttributCache = 0x02;
 constexpr std::uint32_t kAttributDossier = 0x10;
 
+/// What tells one file or folder from all others: two paths of the same identity lead to the same thing.
+struct IdentiteFichier {
+  std::uint64_t unite = 0, inode = 0;
+  [[nodiscard]] bool operator==(const IdentiteFichier &) const = default;
+};
+
 /// One entry of a folder. Times are Unix seconds, UTC.
 struct DonneesRecherche {
   std::uint32_t attributs = 0;
@@ -53,6 +59,8 @@ struct DonneesRecherche {
   std::string nom_long;      ///< working text; "?" stands for each character that 1252 lacks
   std::string nom_court;     ///< 8.3 name; empty when the long name, in upper case, is one
   std::u16string nom_large;  ///< composed UTF-16
+  IdentiteFichier identite;  ///< of what a link leads to; not filled in by `AccesFichiers`
+  bool par_lien = false;     ///< a folder that a symbolic link leads to
 
   [[nodiscard]] bool est_dossier() const { return (attributs & kAttributDossier) != 0; }
   [[nodiscard]] bool est_cache() const { return (attributs & kAttributCache) != 0; }
@@ -63,9 +71,18 @@ struct DonneesRecherche {
 /// asking again after each file made there costs a pass over the folder every time.
 [[nodiscard]] std::optional<DonneesRecherche> cherche_fichier(std::string_view chemin);
 
+/// What a listing leaves out.
+struct EntreeEcartee {
+  std::string nom;    ///< working text, to be shown: it need not open
+  bool lien = false;  ///< a link that leads nowhere, in a circle or where the user may not go; else a device,
+                      ///< a pipe or a socket
+};
+
 /// The entries of a folder in byte order of their names on disk, without "." and ".."; special files and
-/// dangling links are left out. nullopt when the folder cannot be read (`errno` tells).
-[[nodiscard]] std::optional<std::vector<DonneesRecherche>> liste_dossier(std::string_view dossier);
+/// dangling links are left out, and told in `ecartees`. nullopt when the folder cannot be read (`errno`
+/// tells).
+[[nodiscard]] std::optional<std::vector<DonneesRecherche>> liste_dossier(
+    std::string_view dossier, std::vector<EntreeEcartee> *ecartees = nullptr);
 
 [[nodiscard]] bool existe(std::string_view chemin);
 [[nodiscard]] bool est_dossier(std::string_view chemin);
@@ -106,15 +123,14 @@ struct DonneesRecherche {
 [[nodiscard]] bool accepte_gros_fichiers(std::string_view chemin);
 /// True when both paths name the same existing file.
 [[nodiscard]] bool meme_fichier(std::string_view a, std::string_view b);
-/// What a file is whatever its names are. nullopt where there is none. `prefixe` (ASCII): of the file beside
-/// it whose name is that and this name, as `ouvre_voisin` finds it.
-struct IdentiteFichier {
-  std::uint64_t unite = 0, inode = 0;
-  [[nodiscard]] bool operator==(const IdentiteFichier &autre) const = default;
-};
+/// Identity of what a path, or an open file, leads to; nullopt when there is nothing. `prefixe` (ASCII): of the
+/// file beside it whose name is that and this name, as `ouvre_voisin` finds it.
 [[nodiscard]] std::optional<IdentiteFichier> identite(std::string_view chemin, std::string_view prefixe = {});
+[[nodiscard]] std::optional<IdentiteFichier> identite(const Fichier &fichier);
 /// True when the path names the open file.
 [[nodiscard]] bool est_le_fichier(std::string_view chemin, const Fichier &fichier);
+/// Absolute path of what is there, no component of it a link, in UTF-8; "" when there is nothing.
+[[nodiscard]] std::string chemin_reel_utf8(std::string_view chemin);
 
 // --- streams of a file
 // ----------------------------------------------------------------------------------------

@@ -30,6 +30,7 @@ class Console final : public Operations {
   OptionsConsole options;
 
   void afficher_erreur(std::string_view texte) override;
+  void afficher_ligne(std::string_view texte) override { afficher_erreur(texte); }
   void afficher_avis(std::string_view texte) override;
   /// Without `interroge`: no, and the question is shown with that answer.
   int demander_oui_non(std::string_view texte) override;
