@@ -211,6 +211,14 @@ int NomsPresents::deja_present(std::string_view nom, std::string_view chemin, in
   return resultat;
 }
 
+bool NomsPresents::meme_source(std::string_view nom, std::string_view chemin) const {
+  const auto trouve = noms_.find(plie(nom));
+  if (trouve == noms_.end()) return false;
+  const std::string cherche = plie(chemin);
+  return std::any_of(trouve->second.begin(), trouve->second.end(),
+                     [&cherche](const Presence &presence) { return presence.chemin == cherche; });
+}
+
 int deja_present(const FichierProjet &projet, std::string_view nom, std::string_view chemin,
                  std::uint32_t pere) {
   return NomsPresents(projet, pere).deja_present(nom, chemin, projet.vue_courante());

@@ -67,6 +67,8 @@ class NomsPresents {
   /// source of the same name is there, in a view that `vue` shows. Case is ignored. `chemin` is the full path
   /// of the source.
   [[nodiscard]] int deja_present(std::string_view nom, std::string_view chemin, int vue) const;
+  /// True when the item of that name has this very source.
+  [[nodiscard]] bool meme_source(std::string_view nom, std::string_view chemin) const;
   /// Adds an item that was just put in the folder.
   void ajoute(const RubriqueProjet &rubrique);
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "IO/plateforme.hpp"
@@ -26,11 +27,14 @@ class ListeDisque {
   [[nodiscard]] bool absente() const { return absente_; }
   [[nodiscard]] const std::vector<plateforme::DonneesRecherche> &entrees() const { return entrees_; }
   [[nodiscard]] const plateforme::DonneesRecherche *trouve(std::string_view nom) const;
+  /// A file named "._" and the name of that entry lies beside it.
+  [[nodiscard]] bool a_compagnon(const plateforme::DonneesRecherche &entree) const;
 
  private:
   std::vector<plateforme::DonneesRecherche> entrees_;
   std::unordered_map<std::string, std::size_t> longs_, courts_;
   std::unordered_map<std::string, std::optional<std::size_t>> plies_;  ///< nullopt: several
+  std::unordered_set<std::u16string> compagnons_;
   bool lue_ = false, absente_ = false;
 };
 
@@ -39,6 +43,9 @@ enum class Presence : std::uint8_t { absent, fichier, illisible, dossier, virtue
 struct EtatSource {
   Presence presence = Presence::absent;
   std::uint32_t longueur = 0;  ///< of a file, low 32 bits; 0 for one that does not open
+  /// The file is not what its item says: another length, or, for one that is or became a Macintosh file by
+  /// its coding, its companion or its streams, other forks.
+  bool change = false;
 };
 
 /// The state of all sources, from one pass over the project and one listing of each disk folder.

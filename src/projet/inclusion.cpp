@@ -27,6 +27,7 @@ constexpr int kMessageNomImpossible = 6201;
 constexpr int kMessageTemporaire = 6203;
 constexpr int kMessageProjet = 6204;
 constexpr int kMessageAbime = 6206;
+constexpr int kMessageEcartes = 7747;
 
 /// A path of the command cut in its folder, as items store it, and its last component.
 struct Cible {
@@ -117,6 +118,18 @@ void conclut(FichierProjet &projet, ParcoursInclusion &parcours) {
   }
 }
 
+// The closing message of what was told line by line.
+void annonce_ecartes(const ParcoursInclusion &parcours) {
+  const BilanInclusion &bilan = parcours.bilan();
+  if (bilan.ecartes == 0) return;
+  std::string noms;
+  for (const std::string &nom : parcours.premiers_ecartes()) noms += (noms.empty() ? "" : "\n") + nom;
+  if (bilan.ecartes > parcours.premiers_ecartes().size()) noms += "\n...";
+  const std::string texte = message(kMessageEcartes, {bilan.ecartes, noms});
+  operations().journal(GenreJournal::information, texte);
+  operations().afficher_avis(texte);
+}
+
 // The frame of every scan: `travail` walks, the end is common. A folder that the project does not have
 // receives nothing.
 template <typename Travail>
@@ -140,17 +153,20 @@ BilanInclusion mene(FichierProjet &projet, std::uint32_t dossier, const OptionsI
   conclut(projet, parcours);
   operations().curseur_attente_fin();
   if (!par_lot) operations().afficher_etat("", "");
+  annonce_ecartes(parcours);
   return parcours.bilan();
 }
 
 // What a path cut in two names, into the target. `annonce`: a name that is there already is told.
 void inclut(ParcoursInclusion &parcours, const Cible &cible, bool annonce) {
+  parcours.annonce(annonce);
   if (cible.nom.empty()) return parcours.ajoute_contenu(cible.dossier);
   const std::string chemin = cible.dossier + cible.nom;
   const auto entree = plateforme::cherche_fichier(chemin);
   if (!entree) return parcours.signale(chemin, errno);
   const auto nom = nom_retenu(*entree);
   const int present = nom ? parcours.deja_present(*nom, cible.dossier + *nom) : 0;
+  if (present > 0 && !parcours.meme_source(*nom, cible.dossier + *nom)) return parcours.refuse_nom(chemin);
   if (present != 0) {
     if (annonce) annonce_deja_present(present, chemin);
     ++parcours.bilan().ignores;
@@ -197,6 +213,7 @@ BilanInclusion inclusion_demandes(FichierProjet &projet, std::span<const Demande
   if (demandes.empty()) return {};
   return mene(projet, demandes.front().dossier, options, [&](ParcoursInclusion &parcours) {
     std::optional<std::uint32_t> cible;
+    parcours.note_dossiers_du_projet();
     for (const DemandeInclusion &demande : demandes) {
       if (!parcours.en_cours()) break;
       if (cible != demande.dossier) parcours.change_cible(demande.dossier, demande.vue);

@@ -9,12 +9,18 @@
 #include <string_view>
 #include <vector>
 
+#include "IO/plateforme.hpp"
 #include "projet/fichier_projet.hpp"
 #include "projet/noms_rubrique.hpp"
 
 // The inclusion scan: disk files and folders to items of a project. Nothing is copied, the project keeps
 // paths. The whole tree is scanned into temporary files first and comes into the project in one merge at the
 // end: a scan that is stopped or fails leaves the project as it was.
+//
+// What the disk has and the project cannot take (devices, pipes, sockets, links that lead nowhere or in a
+// circle, companions without a file) is told by a line each, and counted in a closing message. A disk folder
+// that links lead to a second time is taken once: a scan grows with the disk, never with the ways through it.
+// A folder that a path names is taken all the same.
 
 namespace varnion {
 
@@ -24,6 +30,7 @@ struct BilanInclusion {
   std::uint64_t fichiers = 0;         ///< files added
   std::uint64_t dossiers = 0;         ///< folders added
   std::uint64_t echecs = 0;           ///< items left out with a message: unreadable, too large, path too long
+  std::uint64_t ecartes = 0;          ///< of these, the items told by one line each and counted at the end
   std::uint64_t ignores = 0;          ///< items left out because the project has them already, or by rule
   std::uint64_t fichiers_niveau = 0;  ///< files added directly to `dossier`
   std::uint64_t dossiers_niveau = 0;  ///< folders added directly to `dossier`
@@ -40,6 +47,8 @@ struct OptionsInclusion {
   std::function<void(const BilanInclusion &)> avancement;
   /// Folder for a pattern without any separator.
   std::string dossier_defaut;
+  /// Files that never come in, but for a log line.
+  std::vector<plateforme::IdentiteFichier> sauf;
 };
 
 /// Scans what `motif` names (working text) into a folder of the project: one file or folder with all below
@@ -71,6 +80,7 @@ struct DemandeInclusion {
   std::optional<RubriqueProjet> prete = {};
 };
 /// The same for any number of folders, with one scan and one merge. Requests of one folder lie side by side.
+/// A link to a folder that the project has already is left out.
 BilanInclusion inclusion_demandes(FichierProjet &projet, std::span<const DemandeInclusion> demandes,
                                   const OptionsInclusion &options = {});
 

@@ -27,8 +27,16 @@ constexpr std::string_view kNomIconeVolume = ".VolumeIcon.icns";
 
 constexpr int kMessageTropGros = 6200;
 constexpr int kMessageNomImpossible = 6201;
-constexpr int kMessageBoucle = 6202;
 constexpr int kMessageNumeros = 6205;
+constexpr int kEcarteSpecial = 7740;
+constexpr int kEcarteLienPerdu = 7741;
+constexpr int kEcarteOrphelin = 7742;
+constexpr int kEcarteBoucle = 7743;
+constexpr int kEcarteDouble = 7744;  // path, path under which it is taken
+constexpr int kEcarteNomPris = 7745;
+constexpr int kEcarteFauxCompagnon = 7746;
+constexpr int kFichierDuProjet = 7753;
+constexpr std::size_t kEcartesNommes = 5;
 
 std::string court(std::string_view chemin) {
   return tronque_chemin(chemin, kCheminMessage);
@@ -51,6 +59,17 @@ std::optional<std::string> nom_retenu(const DonneesRecherche &entree) {
   return entree.nom_court;
 }
 
+IdentitesDossiers identites_dossiers(const FichierProjet &projet) {
+  IdentitesDossiers dossiers;
+  LecteurRubriques tout(projet);
+  while (const RubriqueProjet *r = tout.suivant()) {
+    if (!r->est_dossier() || r->est_virtuel()) continue;
+    const std::string chemin = chemin_source(*r);
+    if (const auto identite = plateforme::identite(chemin)) dossiers.try_emplace(*identite, chemin);
+  }
+  return dossiers;
+}
+
 ParcoursInclusion::ParcoursInclusion(FichierProjet &projet, std::uint32_t dossier,
                                      const OptionsInclusion &options, ReponsesVues &reponses)
     : projet_(projet),
@@ -71,7 +90,6 @@ void ParcoursInclusion::change_cible(std::uint32_t dossier, int vue) {
   presents_ = NomsPresents(projet_, dossier);
   venus_.clear();
   vue_cible_ = dossier == kRacine && vue == kVueRacine ? projet_.vue_courante() : vue;
-  remonte_ = true;
 }
 
 void ParcoursInclusion::ajoute_rubrique(RubriqueProjet rubrique) {
@@ -108,6 +126,20 @@ void ParcoursInclusion::releve_compteurs(FichierProjet &projet) const {
   projet.releve_compteurs(derniere);
 }
 
+void ParcoursInclusion::ecarte(int id, const std::string &chemin, const std::string &autre) {
+  ++bilan_.echecs;
+  ++bilan_.ecartes;
+  if (premiers_ecartes_.size() < kEcartesNommes) premiers_ecartes_.push_back(court(chemin));
+  operations().afficher_ligne(autre.empty() ? message(id, {court(chemin)})
+                                            : message(id, {court(chemin), court(autre)}));
+}
+
+void ParcoursInclusion::refuse_nom(const std::string &chemin) {
+  if (annonce_) return ecarte(kEcarteNomPris, chemin);
+  ++bilan_.ignores;
+  operations().journal(GenreJournal::information, message(kEcarteNomPris, {court(chemin)}));
+}
+
 void ParcoursInclusion::signale(const std::string &texte) {
   ++bilan_.echecs;
   operations().afficher_erreur(texte);
@@ -136,6 +168,7 @@ ParcoursInclusion::Niveau ParcoursInclusion::niveau_cible(const std::string &dos
   Niveau niveau;
   niveau.numero = bilan_.dossier;
   niveau.chemin = dossier_disque;
+  niveau.identite = plateforme::identite(dossier_disque).value_or(Identite{});
   niveau.vue = vue_cible_;
   return niveau;
 }
@@ -144,9 +177,11 @@ void ParcoursInclusion::ajoute_element(const std::string &dossier_disque, const 
   if (!commence() || arret()) return;
   lots_.separe();
   Niveau niveau = niveau_cible(dossier_disque);
-  ancetres_.assign(1, dossier_disque);
+  commence_demande(dossier_disque);
+  ancetres_.assign(1, niveau.identite);
   const auto nom = nom_retenu(entree);
   if (!nom) return signale(message(kMessageNomImpossible, {court(dossier_disque + entree.nom_long)}));
+  sommet_ += *nom;
   element(niveau, entree, *nom, nullptr);
   note_presents();
   reprend_comptes(niveau);
@@ -157,10 +192,19 @@ void ParcoursInclusion::ajoute_contenu(const std::string &dossier_disque) {
   if (!commence()) return;
   lots_.separe();
   Niveau niveau = niveau_cible(dossier_disque);
+  commence_demande(dossier_disque);
+  parcourus_.try_emplace(niveau.identite, dossier_disque);
+  de_la_demande_.try_emplace(niveau.identite, dossier_disque);
   scanne(niveau);
   note_presents();
   reprend_comptes(niveau);
   descend();
+}
+
+void ParcoursInclusion::commence_demande(const std::string &sommet) {
+  haut_ = sommet_ = sommet;
+  sommet_reel_.reset();
+  de_la_demande_.clear();
 }
 
 // The names of one folder on the disk are not compared with one another: two that differ in case alone both
@@ -198,9 +242,12 @@ void ParcoursInclusion::descend() {
 void ParcoursInclusion::scanne(Niveau &niveau) {
   if (arret()) return;
   ancetres_.resize(niveau.profondeur);
-  ancetres_.push_back(niveau.chemin);
-  auto liste = plateforme::liste_dossier(niveau.chemin);
+  ancetres_.push_back(niveau.identite);
+  std::vector<plateforme::EntreeEcartee> ecartees;
+  auto liste = plateforme::liste_dossier(niveau.chemin, &ecartees);
   if (!liste) return signale(niveau.chemin, errno);
+  for (const auto &ecartee : ecartees)
+    ecarte(ecartee.lien ? kEcarteLienPerdu : kEcarteSpecial, niveau.chemin + ecartee.nom);
 
   Compagnons compagnons;
   std::vector<std::string> noms;
@@ -216,12 +263,25 @@ void ParcoursInclusion::scanne(Niveau &niveau) {
       entrees.push_back(&entree);
     }
   }
+  if (!compagnons.empty()) ecarte_orphelins(niveau, *liste);
   const std::size_t premier = a_faire_.size();
   for (const std::size_t rang : ordre_noms(noms)) {
     if (arret()) return;
     element(niveau, *entrees[rang], noms[rang], &compagnons);
   }
   std::reverse(a_faire_.begin() + static_cast<std::ptrdiff_t>(premier), a_faire_.end());
+}
+
+// Companions are found by the names on the disk, as the file beside them is.
+void ParcoursInclusion::ecarte_orphelins(const Niveau &niveau, const std::vector<DonneesRecherche> &liste) {
+  std::unordered_set<std::u16string_view> fichiers;
+  for (const DonneesRecherche &entree : liste)
+    if (!entree.est_dossier()) fichiers.insert(entree.nom_large);
+  for (const DonneesRecherche &entree : liste) {
+    if (entree.est_dossier() || !est_nom_compagnon(entree.nom_long)) continue;
+    const auto suivi = std::u16string_view(entree.nom_large).substr(kPrefixeCompagnon.size());
+    if (!fichiers.contains(suivi)) ecarte(kEcarteOrphelin, niveau.chemin + entree.nom_long);
+  }
 }
 
 // --- one item
@@ -231,10 +291,22 @@ void ParcoursInclusion::element(Niveau &niveau, const DonneesRecherche &entree, 
                                 const Compagnons *compagnons) {
   const std::string chemin = niveau.chemin + nom;
   const bool compagnon = !entree.est_dossier() && est_nom_compagnon(entree.nom_long);
-  if (compagnon || (!niveau.place && deja_present(nom, chemin) != 0)) {
+  const int present = compagnon || niveau.place ? 0 : deja_present(nom, chemin);
+  const bool nomme = compagnons == nullptr;
+  if (compagnon) {
+    // Named by itself: it comes in with its file, where it has one.
+    ++bilan_.ignores;
+    if (!plateforme::existe(niveau.chemin + nom.substr(kPrefixeCompagnon.size())))
+      ecarte(kEcarteOrphelin, chemin);
+  } else if (present == -2 || (present > 0 && !meme_source(nom, chemin))) {
+    refuse_nom(chemin);
+  } else if (present != 0) {
     ++bilan_.ignores;
   } else if (entree.est_dossier()) {
-    dossier(niveau, entree, nom, chemin);
+    dossier(niveau, entree, nom, chemin, nomme);
+  } else if (std::find(options_.sauf.begin(), options_.sauf.end(), entree.identite) != options_.sauf.end()) {
+    ++bilan_.ignores;
+    operations().journal(GenreJournal::information, message(kFichierDuProjet, {court(chemin)}));
   } else {
     fichier(niveau, entree, nom, chemin, compagnons);
   }
@@ -262,9 +334,44 @@ RubriqueProjet ParcoursInclusion::rubrique_neuve(const Niveau &niveau, const Don
   return rubrique;
 }
 
+// True, after a line, for a folder that is not to be walked: one that a link leads to and that holds the link
+// or is taken anyway.
+bool ParcoursInclusion::ecarte_dossier(const Niveau &niveau, const DonneesRecherche &entree,
+                                       const std::string &chemin, bool nomme) {
+  if (entree.par_lien && boucle(entree, chemin, niveau.profondeur)) {
+    ecarte(kEcarteBoucle, chemin);
+    return true;
+  }
+  const auto autre = nomme ? std::nullopt : deja_parcouru(entree, chemin);
+  if (autre) {
+    ecarte(kEcarteDouble, chemin, *autre);
+    return true;
+  }
+  parcourus_.try_emplace(entree.identite, chemin);
+  de_la_demande_.try_emplace(entree.identite, chemin);
+  return false;
+}
+
+// Under which path a folder is taken already, or will be. A real folder within the path in hand has the
+// better right: a link to it steps back, even one that comes before it. Folders of other paths of the
+// operation count for links alone, since a path that was named is taken whole.
+std::optional<std::string> ParcoursInclusion::deja_parcouru(const DonneesRecherche &entree,
+                                                            const std::string &chemin) {
+  const auto &vus = entree.par_lien ? parcourus_ : de_la_demande_;
+  if (const auto vu = vus.find(entree.identite); vu != vus.end()) return vu->second;
+  if (!entree.par_lien) return std::nullopt;
+  if (!sommet_reel_) {
+    sommet_reel_ = plateforme::chemin_reel_utf8(sommet_);
+    if (!sommet_reel_->ends_with('/')) *sommet_reel_ += '/';
+  }
+  const std::string reel = plateforme::chemin_reel_utf8(chemin);
+  if (!reel.starts_with(*sommet_reel_)) return std::nullopt;
+  return plateforme::utf8_vers_texte(reel);
+}
+
 void ParcoursInclusion::dossier(Niveau &niveau, const DonneesRecherche &entree, const std::string &nom,
-                                const std::string &chemin) {
-  if (boucle(chemin, niveau.profondeur)) return signale(message(kMessageBoucle, {court(chemin)}));
+                                const std::string &chemin, bool nomme) {
+  if (ecarte_dossier(niveau, entree, chemin, nomme)) return;
   constexpr std::size_t kPlace = sizeof(RubriqueProjet::chemin);
   auto interieur =
       chemin.size() + 1 < kPlace ? chemin + "/" : plateforme::chemin_utilisable(chemin + "/", kPlace);
@@ -282,6 +389,7 @@ void ParcoursInclusion::dossier(Niveau &niveau, const DonneesRecherche &entree, 
   Niveau interne;
   interne.numero = dernier_dossier_;
   interne.chemin = std::move(*interieur);
+  interne.identite = entree.identite;
   interne.place = inscrit(niveau, rubrique, entree, nom);
   interne.vue = vue_de_rubrique(rubrique);
   interne.profondeur = niveau.profondeur + 1;
@@ -308,6 +416,8 @@ void ParcoursInclusion::fichier(Niveau &niveau, const DonneesRecherche &entree, 
   }
   description.flux_possible = acces_.flux_possible(source);
   reconnait_fichier(rubrique, source, description);
+  if (description.compagnon_possible && !rubrique.est_appledouble() && ouvre_compagnon(chemin).ouvert())
+    ecarte(kEcarteFauxCompagnon, niveau.chemin + std::string(kPrefixeCompagnon) + nom);
   inscrit(niveau, rubrique, entree, nom);
   icone(niveau, rubrique);
 }
@@ -349,20 +459,16 @@ void ParcoursInclusion::icone(Niveau &niveau, RubriqueProjet rubrique) {
   }
 }
 
-// True when a folder is one of those that hold it: only a link can lead there. The parent of a real subfolder
-// is the folder that lists it; where it is not, all ancestors are compared.
-bool ParcoursInclusion::boucle(const std::string &chemin, std::size_t profondeur) const {
-  if (plateforme::meme_fichier(chemin + "/..", ancetres_[profondeur])) return false;
-  if (remonte_) {
-    for (std::string haut = ancetres_[0]; haut.find_last_not_of('/') != std::string::npos;) {
-      haut.resize(haut.find_last_not_of('/') + 1);
-      haut.resize(haut.rfind('/') == std::string::npos ? 0 : haut.rfind('/') + 1);
-      if (plateforme::meme_fichier(chemin, haut)) return true;
-    }
+// True when a link leads to one of the folders that hold it, the path in hand and all above it among them.
+bool ParcoursInclusion::boucle(const DonneesRecherche &entree, const std::string &chemin,
+                               std::size_t profondeur) const {
+  for (std::string haut = haut_; haut.find_last_not_of('/') != std::string::npos;) {
+    haut.resize(haut.find_last_not_of('/') + 1);
+    haut.resize(haut.rfind('/') == std::string::npos ? 0 : haut.rfind('/') + 1);
+    if (plateforme::meme_fichier(chemin, haut)) return true;
   }
-  return std::any_of(
-      ancetres_.begin(), ancetres_.begin() + static_cast<std::ptrdiff_t>(profondeur) + 1,
-      [&chemin](const std::string &ancetre) { return plateforme::meme_fichier(chemin, ancetre); });
+  const auto fin = ancetres_.begin() + static_cast<std::ptrdiff_t>(profondeur) + 1;
+  return std::find(ancetres_.begin(), fin, entree.identite) != fin;
 }
 
 }  // namespace varnion

@@ -60,11 +60,13 @@ class Controle {
   void compare(const RubriqueProjet &r, const EtatSource &etat) {
     Difference difference{GenreDifference::modification, r.pere, r.numero, r.lg_source, lit_champ(r.chemin),
                           lit_champ(r.nom_source)};
+    const bool dossier = etat.presence == Presence::dossier;
     if (etat.presence == Presence::absent) {
       difference.genre = GenreDifference::suppression;
-    } else if (!r.manquant()) {
-      if (etat.presence == Presence::dossier || etat.longueur == r.lg_source) return;
-      difference.longueur = etat.longueur;
+    } else {
+      difference.contenu = !dossier && etat.change;
+      if (!r.manquant() && !difference.contenu) return;
+      if (!r.manquant()) difference.longueur = etat.longueur;
     }
     differences_.push_back(std::move(difference));
   }
@@ -77,7 +79,7 @@ class Controle {
     for (const auto &entree : liste.entrees()) {
       const auto nom = nom_retenu(entree);
       const bool compagnon = !entree.est_dossier() && est_nom_compagnon(entree.nom_long);
-      if (!nom || compagnon) continue;
+      if (!nom || compagnon || (entree.par_lien && dossiers_du_projet().contains(entree.identite))) continue;
       noms.push_back(*nom);
       entrees.push_back(&entree);
     }
@@ -89,10 +91,17 @@ class Controle {
     }
   }
 
+  // A link to a folder that the project has is nothing new. Most disks have no such link.
+  const IdentitesDossiers &dossiers_du_projet() {
+    if (!dossiers_) dossiers_ = identites_dossiers(projet_);
+    return *dossiers_;
+  }
+
   const FichierProjet &projet_;
   bool ajouts_;
   EtatsSources etats_;
   IndexEnfants index_;
+  std::optional<IdentitesDossiers> dossiers_;
   std::vector<NiveauControle> niveaux_;
   std::unordered_set<std::uint32_t> vus_;
   std::vector<Difference> differences_;

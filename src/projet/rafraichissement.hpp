@@ -23,13 +23,17 @@ struct Difference {
   std::uint32_t longueur = 0;
   std::string chemin;  ///< access path, closed by a separator
   std::string nom_source;
+  /// A modification: the file has another length or other forks than stored. False where only the mark
+  /// "missing" is told.
+  bool contenu = false;
 };
 
 /// "letter|folder|number|length|access path|name".
 [[nodiscard]] std::string ligne_difference(const Difference &difference);
 
 /// Compares what lies below a folder with the disk. Folders without a source are passed over. Items marked
-/// missing are told as modified. With `ajouts` new names are looked for in the folders below, in the disk
+/// missing are told as modified, and so are files whose companion or streams changed, or that are a Macintosh
+/// container of other forks. With `ajouts` new names are looked for in the folders below, in the disk
 /// folder of their first item that has one; a folder's own flag "Refresh the contents" asks for it there.
 /// nullopt when the user stopped it.
 [[nodiscard]] std::optional<std::vector<Difference>> controle_projet(const FichierProjet &projet,
@@ -42,7 +46,7 @@ struct BilanAccord {
 };
 
 /// Does what the differences say: one pass for the deletions (a folder with content asks 1163), one merge for
-/// the additions. The estimate is counted anew.
+/// the additions. A file that was modified is recognised and measured anew. The estimate is counted anew.
 [[nodiscard]] BilanAccord accepte_differences(FichierProjet &projet, std::span<const Difference> differences);
 
 }  // namespace varnion

@@ -10,6 +10,7 @@
 #include "projet/inclusion.hpp"
 #include "projet/inclusion_fichier.hpp"
 #include "projet/instantane.hpp"
+#include "projet/mesure_source.hpp"
 #include "projet/rafraichissement.hpp"
 
 namespace varnion {
@@ -17,7 +18,8 @@ namespace varnion {
 namespace {
 
 // The record of a new file: a plain one. Whether the file is a Macintosh container, and its type and creator,
-// are not looked at, unlike in an inclusion.
+// are not looked at, unlike in an inclusion; such a file goes in with all its bytes. What lies beside them,
+// in a companion or in streams, is taken.
 RubriqueProjet rubrique_ajoutee(const FichierProjet &projet, const Difference &difference, int vue,
                                 const plateforme::DonneesRecherche &entree) {
   RubriqueProjet rubrique;
@@ -33,17 +35,23 @@ RubriqueProjet rubrique_ajoutee(const FichierProjet &projet, const Difference &d
   pose_vues(rubrique, vue, projet.mode());
   rubrique.lg_source = difference.longueur;
   rubrique.lg_data = difference.longueur;
+  const auto mesure = mesure_source(rubrique, projet.hfsplus());
+  const bool a_cote = mesure && (mesure->codage() == Codage::ntfs ||
+                                 (mesure->codage() == Codage::apple && mesure->est_appledouble()));
+  if (a_cote) reprend_mesure(rubrique, *mesure);
   dates_rubrique(rubrique, entree);
   ordonne_dates(rubrique);
   return rubrique;
 }
 
-// A plain file takes the new length for its data fork too. That of a coded file stays as it was read at its
-// inclusion, stale until it is included anew.
-void pose_longueur(RubriqueProjet &rubrique, std::uint32_t longueur) {
+// The source as it is now, also where it became a container or ceased to be one; one that does not open gives
+// no more than its length.
+void reprend_source(RubriqueProjet &rubrique, const Difference &difference, bool hfsplus) {
+  const auto mesure = mesure_source(rubrique, hfsplus);
+  if (mesure) return reprend_mesure(rubrique, *mesure);
   const bool simple = rubrique.lg_source == rubrique.lg_data;
-  rubrique.lg_source = longueur;
-  if (simple) rubrique.lg_data = longueur;
+  rubrique.lg_source = difference.longueur;
+  if (simple) rubrique.lg_data = difference.longueur;
 }
 
 class Accord {
@@ -97,7 +105,8 @@ class Accord {
         ++bilan_.suppressions;
       } else {
         RubriqueProjet changee = *lue;
-        if (!changee.est_dossier()) pose_longueur(changee, difference.longueur);
+        if (difference.contenu && !changee.est_dossier())
+          reprend_source(changee, difference, projet_.hfsplus());
         if (!tout.reecrit(projet_, changee)) return false;
         ++bilan_.modifications;
       }

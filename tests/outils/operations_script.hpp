@@ -27,6 +27,7 @@ struct OperationsScript : Operations {
     return reponse;
   }
   void afficher_erreur(std::string_view texte) override { erreurs.emplace_back(texte); }
+  void afficher_ligne(std::string_view texte) override { erreurs.emplace_back(texte); }
   void afficher_avis(std::string_view texte) override { avis.emplace_back(texte); }
   int demander_oui_non(std::string_view texte) override { return repond(texte); }
   int demander_tous(std::string_view texte) override { return repond(texte); }

@@ -43,6 +43,11 @@ class Rafraichissement : public EssaiProjet {
     EXPECT_TRUE(inclusion_chemin(projet, bac + nom, kRacine).abouti());
     return projet;
   }
+  FichierProjet scanne_vers(const std::string &projet_neuf) {
+    auto projet = FichierProjet::cree(bac + projet_neuf, ModeProjet::hybride);
+    EXPECT_TRUE(projet && inclusion_chemin(*projet, bac + "w/src", kRacine).abouti());
+    return std::move(*projet);
+  }
   static std::optional<RubriqueProjet> cherche(const FichierProjet &projet, std::string_view nom) {
     LecteurRubriques tout(projet);
     while (const RubriqueProjet *r = tout.suivant())
@@ -145,8 +150,8 @@ TEST_F(Rafraichissement, AcceptedDifferencesAreDone) {
   EXPECT_EQ(lignes(controle(projet)), Lignes{});
 }
 
-// A folder with content is only deleted with the user's word; a file coded as MacBinary keeps the length of
-// its data fork; a missing mark is told each time; what lies in a folder without a source is not looked at.
+// A folder with content is only deleted with the user's word; a file that is no MacBinary file any more is a
+// plain one; a missing mark is told each time; what lies in a folder without a source is not looked at.
 TEST_F(Rafraichissement, RefusalsMarksAndCodedFiles) {
   FichierProjet projet = scanne();
   reglages().options = 0;
@@ -169,8 +174,9 @@ TEST_F(Rafraichissement, RefusalsMarksAndCodedFiles) {
   EXPECT_TRUE(bilan.abouti);
   EXPECT_EQ(bilan.restes, 1U);
   EXPECT_TRUE(cherche(projet, "Sub") && cherche(projet, "d.txt"));
-  EXPECT_EQ(cherche(projet, "a.txt")->lg_data, 1U);
+  EXPECT_EQ(cherche(projet, "a.txt")->lg_data, 7U);
   EXPECT_EQ(cherche(projet, "a.txt")->lg_source, 7U);
+  EXPECT_EQ(cherche(projet, "a.txt")->codage(), Codage::aucun);
   EXPECT_TRUE(cherche(projet, "c.txt")->manquant());
 }
 
@@ -240,51 +246,106 @@ TEST_F(Rafraichissement, ARebuiltProjectEqualsAFreshScan) {
   EXPECT_EQ(octets_projet(frais).substr(kTailleRubrique), avant.substr(kTailleRubrique));
 }
 
-// The root takes new names only where its items share one disk folder.
-TEST_F(Rafraichissement, TheRootIsReadWhereItHasOneFolder) {
-  FichierProjet projet = neuf();
-  ASSERT_TRUE(inclusion_arbre(projet, bac + "w/src/*.*", kRacine).abouti());
-  pose("w/src/more.txt", "m");
-  EXPECT_EQ(reconstruction_projet(projet).fichiers, 1U);
+// What lies beside the items of the root comes in on the user's word alone, and is told beforehand. The
+// project and its backup copy never do. A listed folder takes what is new in it.
+TEST_F(Rafraichissement, NeighboursStayOutUnlessTheyAreAskedFor) {
+  FichierProjet projet = scanne();
+  pose("w/src/Dir/inside.txt", "i");
+  for (const char *nom : {"w/neighbour.txt", "w/B.txt", "w/._B.txt", "w/c", "w/D", "w/e", "w/f"})
+    pose(nom, "n");
+  const auto renomme = [&](FichierProjet &p) {
+    ASSERT_TRUE(p.enregistre_sous(bac + "w/p.vnpr", false));
+    pose("w/p.BAK", "copy");
+  };
+  renomme(projet);
+  const BilanReconstruction bilan = reconstruction_projet(projet);
+  EXPECT_TRUE(bilan.complet());
+  EXPECT_EQ(bilan.fichiers, 1U);
+  EXPECT_TRUE(cherche(projet, "inside.txt"));
+  EXPECT_FALSE(cherche(projet, "neighbour.txt"));
+
+  const VoisinsProjet voisins = voisins_projet(projet);
+  EXPECT_EQ(voisins.dossier, bac + "w/");
+  EXPECT_EQ(voisins.nombre, 6U);
+  EXPECT_EQ(voisins.premiers, (Lignes{"B.txt", "c", "D", "e", "f"}));
+  OptionsReconstruction options;
+  options.voisins = true;
+  EXPECT_EQ(reconstruction_projet(projet, options).fichiers, 6U);
+  EXPECT_TRUE(cherche(projet, "neighbour.txt"));
+  EXPECT_FALSE(cherche(projet, "p.vnpr") || cherche(projet, "p.BAK"));
+  EXPECT_EQ(voisins_projet(projet).nombre, 0U);
+  verifie_comptes(projet);
+
+  // A root that is fed from several folders has no neighbours.
   pose_dossier("other");
   pose("other/o.txt", "o");
+  pose("other/p.txt", "o");
   ASSERT_TRUE(inclusion_chemin(projet, bac + "other/o.txt", kRacine).abouti());
-  pose("w/src/again.txt", "m");
-  pose("w/src/Dir/again2.txt", "m");
-  EXPECT_EQ(reconstruction_projet(projet).fichiers, 1U);
-  EXPECT_FALSE(cherche(projet, "again.txt"));
-  verifie_comptes(projet);
+  pose("w/late.txt", "m");
+  EXPECT_EQ(voisins_projet(projet).dossier, "");
+  EXPECT_EQ(reconstruction_projet(projet, options).fichiers, 0U);
 }
 
-// The folder of the root is that of the items before those without a source go.
-TEST_F(Rafraichissement, DeletionsHaveNoSayInTheFolderOfTheRoot) {
-  pose_dossier("other");
-  pose("other/y.txt", "y");
-  pose("w/src/Dir/beside.txt", "b");
-  {
+// A source folder that is not there, because a disk is not mounted, empties no project without a word.
+TEST_F(Rafraichissement, ARootFolderThatIsGoneIsAskedAbout) {
+  pose_dossier("disk");
+  pose("disk/y.txt", "y");
+  pose("w/kept.txt", "k");
+  struct Cas {
+    std::vector<std::string> sources;
+    std::string parti;    ///< what is taken off the disk
+    std::string nomme;    ///< the folder that the message names; "" when nothing is asked
+    std::uint64_t reste;  ///< items after the rebuild
+  };
+  const Cas cas[] = {
+      {{"w/src"}, "w/src", "w/src", 0},
+      {{"w/src", "w/kept.txt"}, "w/src", "w/src", 1},
+      {{"disk/y.txt", "w/kept.txt"}, "disk", "disk/", 1},
+      {{"disk/y.txt"}, "disk/y.txt", "disk/", 0},
+      {{"w/src/*.*"}, "w/src/a.txt", "", 5},
+      {{"w/kept.txt", "w/src/a.txt"}, "w/src/a.txt", "", 1},
+  };
+  const auto essaie = [&](const Cas &c) {
     FichierProjet projet = neuf();
-    for (const char *nom : {"w/src/Dir/c.txt", "other/y.txt"})
-      ASSERT_TRUE(inclusion_chemin(projet, bac + nom, kRacine).abouti());
-    fs::remove(bac + "other/y.txt");
-    const BilanReconstruction bilan = reconstruction_projet(projet);
-    EXPECT_TRUE(bilan.complet());
-    EXPECT_EQ(bilan.suppressions, 1U);
-    EXPECT_EQ(bilan.fichiers, 0U);
-    EXPECT_FALSE(cherche(projet, "beside.txt"));
+    for (const std::string &source : c.sources)
+      ASSERT_TRUE(inclusion_chemin(projet, bac + source, kRacine).abouti());
+    fs::rename(bac + c.parti, bac + "away");
+    const std::string avant = octets_projet(projet);
+    op.erreurs.clear();
+    if (!c.nomme.empty()) {
+      reglages().mode_lot = true;
+      BilanReconstruction bilan = reconstruction_projet(projet);
+      EXPECT_TRUE(bilan.refusee && !bilan.abouti);
+      EXPECT_EQ(octets_projet(projet), avant);
+      ASSERT_EQ(op.erreurs.size(), 1U);
+      EXPECT_NE(op.erreurs[0].find(bac + c.nomme), std::string::npos) << op.erreurs[0];
+      reglages().mode_lot = false;
+      op.reponses = {0};
+      EXPECT_TRUE(reconstruction_projet(projet).refusee);
+      EXPECT_EQ(octets_projet(projet), avant);
+      op.reponses = {1};
+    }
+    EXPECT_TRUE(reconstruction_projet(projet).complet());
+    EXPECT_TRUE(op.reponses.empty());
+    EXPECT_EQ(projet.nb_rubriques(), c.reste);
     verifie_comptes(projet);
+    reglages().mode_lot = true;
+    fs::rename(bac + "away", bac + c.parti);
+  };
+  for (const Cas &c : cas) {
+    SCOPED_TRACE(c.sources.front() + " without " + c.parti);
+    essaie(c);
   }
+  // The word may be given beforehand. A virtual folder does not hide what was dropped into it.
   FichierProjet projet = neuf();
-  pose("other/old.txt", "z");
-  ASSERT_TRUE(inclusion_chemin(projet, bac + "other/old.txt", kRacine).abouti());
-  fs::rename(bac + "other/old.txt", bac + "other/new.txt");
-  EXPECT_TRUE(reconstruction_projet(projet).complet());
-  EXPECT_FALSE(cherche(projet, "old.txt"));
-  ASSERT_TRUE(cherche(projet, "new.txt"));
-  verifie_comptes(projet);
-  // The folder itself is gone: nothing is left to look through.
-  fs::remove_all(bac + "other");
-  EXPECT_TRUE(reconstruction_projet(projet).complet());
-  EXPECT_EQ(projet.nb_rubriques(), 0U);
+  const std::uint32_t virtuel = ajout_dossier_virtuel(projet, "Virtual");
+  ASSERT_TRUE(inclusion_chemin(projet, bac + "w/src", virtuel).abouti());
+  fs::rename(bac + "w/src", bac + "away");
+  EXPECT_TRUE(reconstruction_projet(projet).refusee);
+  OptionsReconstruction options;
+  options.force = true;
+  EXPECT_TRUE(reconstruction_projet(projet, options).complet());
+  EXPECT_EQ(projet.nb_rubriques(), 1U);
 }
 
 TEST_F(Rafraichissement, AMacBinaryThatChangedIsReadAgain) {
@@ -310,14 +371,133 @@ TEST_F(Rafraichissement, AMacBinaryThatChangedIsReadAgain) {
   EXPECT_EQ(m->lg_source, 384U);
 }
 
+// Containers that changed are found and measured, in a refresh as in a rebuild, whatever their length says.
+TEST_F(Rafraichissement, ContainersAreRecognisedAnew) {
+  const auto macbinaire = [](std::size_t data, std::size_t rsrc) {
+    std::string octets(128, '\0');
+    octets[1] = 4;
+    octets.replace(2, 4, "Name");
+    octets.replace(65, 8, "TEXTttxt");
+    octets[86] = static_cast<char>(data);
+    octets[90] = static_cast<char>(rsrc);
+    return octets + std::string((data + 127) / 128 * 128 + (rsrc + 127) / 128 * 128, 'x');
+  };
+  // An Apple container with a data fork ("" for a companion), a resource fork and Finder info.
+  const auto apple = [](const std::string &data, const std::string &rsrc) {
+    const auto be = [](std::size_t n, int octets) {
+      std::string texte;
+      for (int i = octets - 1; i >= 0; --i) texte += static_cast<char>(n >> (8 * i) & 0xFF);
+      return texte;
+    };
+    const std::string info = "APPLaplt" + std::string(24, '\0');
+    std::string tete =
+        be(data.empty() ? 0x00051607 : 0x00051600, 4) + be(0x00020000, 4) + std::string(16, '\0') + be(3, 2);
+    std::size_t ici = tete.size() + 36;
+    std::string corps;
+    for (const auto &[id, contenu] : {std::pair(1, data), std::pair(2, rsrc), std::pair(9, info)}) {
+      tete += be(static_cast<std::size_t>(id), 4) + be(ici, 4) + be(contenu.size(), 4);
+      ici += contenu.size();
+      corps += contenu;
+    }
+    return tete + corps;
+  };
+  const auto binhex = [](const std::string &data) {
+    // Only the head is read here: name "N", type, creator, flags, both lengths, run through the six-bit code.
+    std::string octets = std::string("\1N\0TEXTttxt", 11) + std::string(2, '\0') + std::string(3, '\0') +
+                         static_cast<char>(data.size()) + std::string(6, '\0') + data + std::string(4, '\0');
+    constexpr std::string_view kTable = "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr";
+    std::string texte = "(This file must be converted with BinHex 4.0)\r\r:";
+    std::uint32_t reste = 0;
+    int bits = 0;
+    for (const char c : octets) {
+      reste = reste << 8 | static_cast<std::uint8_t>(c);
+      for (bits += 8; bits >= 6; bits -= 6) texte += kTable[reste >> (bits - 6) & 0x3F];
+    }
+    if (bits > 0) texte += kTable[reste << (6 - bits) & 0x3F];
+    return texte + ":\r";
+  };
+  struct Cas {
+    std::string avant, compagnon_avant, apres, compagnon_apres;
+    std::uint32_t data, rsrc;
+    Codage codage;
+    std::string signature;
+  };
+  const std::string sans = "none";
+  const Cas cas[] = {
+      {macbinaire(10, 0), sans, macbinaire(100, 20), sans, 100, 20, Codage::macbinary, "TEXTttxt"},
+      {macbinaire(10, 5), sans, macbinaire(11, 6), sans, 11, 6, Codage::macbinary,
+       "TEXTttxt"},  // same length
+      {macbinaire(10, 5), sans, "plain now", sans, 9, 0, Codage::aucun, "TEXT????"},
+      {"plain", sans, macbinaire(10, 5), sans, 10, 5, Codage::macbinary, "TEXTttxt"},
+      {apple("data", "rsrc"), sans, apple("longer data", "r"), sans, 11, 1, Codage::apple, "APPLaplt"},
+      {binhex("abc"), sans, binhex("abcdefgh"), sans, 8, 0, Codage::binhex, "TEXTttxt"},
+      {"data", apple("", "rsrc"), "data", apple("", "grown fork"), 4, 10, Codage::apple, "APPLaplt"},
+      {"data", apple("", "rsrc"), "data", apple("", "r"), 4, 1, Codage::apple, "APPLaplt"},
+      {"data", apple("", "rsrc"), "data", sans, 4, 0, Codage::aucun, "TEXT????"},
+      {"data", sans, "data", apple("", "rsrc"), 4, 4, Codage::apple, "APPLaplt"},
+      {"data", apple("", "rsrc"), "grown data", apple("", "rsrc"), 10, 4, Codage::apple, "APPLaplt"},
+  };
+  const auto prepare = [&](const std::string &octets, const std::string &compagnon) {
+    pose("w/src/m.bin", octets);
+    fs::remove(bac + "w/src/._m.bin");
+    if (compagnon != sans) pose("w/src/._m.bin", compagnon);
+  };
+  const auto verifie = [&](const FichierProjet &projet, const Cas &c) {
+    const auto m = cherche(projet, "m.bin");
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->lg_data, c.data);
+    EXPECT_EQ(m->lg_rsrc, c.rsrc);
+    EXPECT_EQ(m->lg_source, c.apres.size());
+    EXPECT_EQ(m->codage(), c.codage);
+    EXPECT_EQ(m->est_appledouble(), c.compagnon_apres != sans);
+    EXPECT_EQ(m->est_macbinaire(), c.codage == Codage::macbinary);
+    EXPECT_EQ(std::string(m->signature.data(), m->signature.size()), c.signature);
+    EXPECT_EQ(lignes(controle(projet)), Lignes{});
+  };
+  int numero = 0;
+  for (const Cas &c : cas) {
+    SCOPED_TRACE(numero++);
+    prepare(c.avant, c.compagnon_avant);
+    FichierProjet rafraichi = scanne();
+    FichierProjet refait = scanne_vers("second.vnpr");
+    EXPECT_EQ(lignes(controle(rafraichi)), Lignes{});
+    prepare(c.apres, c.compagnon_apres);
+    const auto differences = controle(rafraichi);
+    EXPECT_EQ(lignes(differences), Lignes{"M m.bin " + std::to_string(c.apres.size())});
+    EXPECT_EQ(accepte_differences(rafraichi, differences).restes, 0U);
+    verifie(rafraichi, c);
+    const BilanReconstruction bilan = reconstruction_projet(refait);
+    EXPECT_TRUE(bilan.complet());
+    EXPECT_EQ(bilan.modifications, 1U);
+    verifie(refait, c);
+  }
+  // A file whose coding the user took away stays plain; an added one keeps the fork of its companion.
+  prepare(macbinaire(10, 5), sans);
+  FichierProjet projet = scanne();
+  change(projet, "m.bin", [](RubriqueProjet &r) {
+    r.est_macbinaire(false);
+    r.codage(Codage::aucun);
+    r.lg_data = r.lg_source;
+    r.lg_rsrc = 0U;
+  });
+  EXPECT_EQ(lignes(controle(projet)), Lignes{});
+  pose("w/src/late", "data");
+  pose("w/src/._late", apple("", "rsrc"));
+  EXPECT_EQ(accepte_differences(projet, controle(projet)).ajouts, 1U);
+  EXPECT_EQ(cherche(projet, "late")->lg_rsrc, 4U);
+  EXPECT_EQ(lignes(controle(projet)), Lignes{});
+}
+
 // A link to a folder above is not followed on a rebuild either.
 TEST_F(Rafraichissement, ALinkUpwardsStaysOut) {
   FichierProjet projet = scanne();
   fs::create_directory_symlink(bac + "w/src", bac + "w/src/Dir/Sub/loop");
+  fs::create_directory_symlink(bac + "w/src/Dir/Sub", bac + "w/src/Dir/again");  // the project has it
+  EXPECT_EQ(lignes(controle(projet)), Lignes{}) << "the project has both folders";
   const BilanReconstruction bilan = reconstruction_projet(projet);
   EXPECT_TRUE(bilan.abouti);
   EXPECT_EQ(bilan.dossiers, 0U);
-  EXPECT_EQ(bilan.echecs, 1U);
+  EXPECT_EQ(bilan.echecs, 2U);
 }
 
 TEST_F(Rafraichissement, AStopOrAFailureLeavesTheProjectAsItWas) {

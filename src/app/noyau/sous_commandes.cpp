@@ -52,7 +52,8 @@ constexpr OptionCli kSet[] = {{"type", '\0', 6722, ""},
 constexpr OptionCli kRefresh[] = {{"accept", '\0', 6766, "all|deletions|additions|modifications"},
                                   {"additions", '\0', 6767},
                                   {"signatures", '\0', 6704, ""}};
-constexpr OptionCli kRebuild[] = {{"log", '\0', 6768, ""}, {"signatures", '\0', 6704, ""}};
+constexpr OptionCli kRebuild[] = {
+    {"log", '\0', 6768, ""}, {"signatures", '\0', 6704, ""}, {"siblings", '\0', 7751}, {"force", 'f', 7752}};
 constexpr OptionCli kCompile[] = {{"output", 'o', 6730, ""},
                                   {"kind", '\0', 6731, kNatures},
                                   {"no-postgap", '\0', 6732},

@@ -25,6 +25,7 @@ constexpr int kAccord = 6770;
 constexpr int kReconstruit = 6771;
 constexpr int kJournalFerme = 6772;
 constexpr int kArrete = 6773;
+constexpr int kVoisins = 7750;  // count, folder, names
 constexpr std::size_t kCheminMessage = 200;
 
 void resultat(ContexteCli &contexte, const std::string &texte) {
@@ -55,6 +56,17 @@ int accepte(ContexteCli &contexte, FichierProjet &projet, const std::vector<Diff
   return enregistre_projet(projet) && bilan.restes == 0 ? kFait : kEchec;
 }
 
+// What a rebuild leaves out beside the items of the root.
+void annonce_voisins(const FichierProjet &projet) {
+  const VoisinsProjet voisins = voisins_projet(projet);
+  if (voisins.nombre == 0) return;
+  std::string noms;
+  for (const std::string &nom : voisins.premiers) noms += (noms.empty() ? "" : "\n") + nom;
+  if (voisins.nombre > voisins.premiers.size()) noms += "\n...";
+  const std::string dossier = tronque_chemin(voisins.dossier, kCheminMessage);
+  operations().afficher_avis(message(kVoisins, {voisins.nombre, dossier, noms}));
+}
+
 // The old path as it stands in a project: one of another system is taken as it is.
 std::string chemin_ancien(const std::string &texte) {
   const bool etranger = texte.find_first_of(":\\") != std::string::npos;
@@ -74,13 +86,17 @@ int reconstruit_projet(ContexteCli &contexte, const std::string &chemin,
     return kEchec;
   }
   operations().afficher_etat_seul(charger_chaine(kRafraichissement));
-  const BilanReconstruction bilan = reconstruction_projet(*projet);
+  OptionsReconstruction options;
+  options.voisins = contexte.arguments.a("siblings");
+  options.force = contexte.arguments.a("force");
+  const BilanReconstruction bilan = reconstruction_projet(*projet, options);
   if (!bilan.abouti) {
     if (operations().arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
     return kEchec;
   }
   resultat(contexte,
            message(kReconstruit, {bilan.suppressions, bilan.modifications, bilan.dossiers, bilan.fichiers}));
+  if (!options.voisins) annonce_voisins(*projet);
   return enregistre_projet(*projet) && bilan.complet() ? kFait : kEchec;
 }
 
