@@ -7,6 +7,7 @@
 #include <string>
 
 #include "compil/repertoires.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/octets.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/iso.hpp"
@@ -62,7 +63,7 @@ struct Descripteur {
 static_assert(sizeof(Descripteur) == kSecteurIso && offsetof(Descripteur, racine) == 156 &&
               offsetof(Descripteur, jeu) == 190 && offsetof(Descripteur, creation) == 813);
 
-constexpr std::size_t kLabelPrimaire = 12;  ///< characters of the volume identifier; the field holds 32
+constexpr std::size_t kLabelClassique = 12;  ///< characters of the volume identifier; the field holds 32
 constexpr std::size_t kLabelJoliet = 16;
 constexpr std::size_t kNomFichierDescripteur = 12;
 
@@ -94,13 +95,13 @@ void pose_ucs2(Octets<N> &champ, std::string_view texte, std::size_t limite = N 
   std::copy_n(octets.begin(), std::min(octets.size(), N), champ.begin());
 }
 
-/// The creation date stops at the hour: minutes, seconds and hundredths stay zero digits, as this system has
-/// always written them (ECMA-119 8.4.26.1 has room for all).
+/// In universal time. Under the classic rule minutes and seconds stay zero.
 DateDescripteur date_heure(std::int64_t secondes) {
   const auto d = plateforme::date_utc(secondes);
+  const bool entiere = publie(Ecart::annees_iso);
   std::array<char, 40> texte{};
-  std::snprintf(texte.data(), texte.size(), "%04d%02d%02d%02d000000", d.annee % 10000, d.mois, d.jour,
-                d.heure);
+  std::snprintf(texte.data(), texte.size(), "%04d%02d%02d%02d%02d%02d00", d.annee % 10000, d.mois, d.jour,
+                d.heure, entiere ? d.minute : 0, entiere ? d.seconde : 0);
   DateDescripteur date{};
   pose(date.chiffres, std::string_view(texte.data(), 16));
   return date;
@@ -149,7 +150,7 @@ SecteurDescripteur descripteur_primaire(const EnteteProjet &entete, const PlanIs
     pose_d(d.systeme, systeme);
   }
   d.volume.fill(' ');
-  pose(d.volume, nom_d(label).substr(0, kLabelPrimaire));
+  pose(d.volume, nom_d(label).substr(0, publie(Ecart::labels_longs) ? d.volume.size() : kLabelClassique));
   d.taille_volume = static_cast<std::uint32_t>(plan.taille_volume);
   d.taille_jeu = std::uint16_t{1};
   d.sequence = std::uint16_t{1};

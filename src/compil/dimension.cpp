@@ -52,6 +52,28 @@ void compte_fiche(std::size_t &octets, std::uint64_t &secteurs, std::size_t long
   }
 }
 
+/// The sectors of a directory as far as its records are known.
+struct MesureRepertoire {
+  static constexpr std::size_t kDeuxFiches = 0x44;
+  std::size_t position = kDeuxFiches;  ///< with the records in the order of the project
+  std::size_t octets = kDeuxFiches;
+  std::size_t plus_longue = 0;
+
+  void ajoute(std::size_t longueur) {
+    position = place_fiche(position, longueur) + longueur;
+    octets += longueur;
+    plus_longue = std::max(plus_longue, longueur);
+  }
+  /// Sorted records break elsewhere into sectors, and the names that they are sorted by are known only from
+  /// the sources: then the most that any order takes, since a sector is left only for a record that does not
+  /// fit behind it.
+  [[nodiscard]] std::size_t secteurs() const {
+    if (!publie(Ecart::ordre_iso)) return quotient_haut<std::size_t>(position, kSecteurIso);
+    if (octets < kSecteurIso) return 1;
+    return 1 + (octets - 1) / (kSecteurIso - plus_longue);
+  }
+};
+
 struct Attente {
   std::uint32_t numero;
   std::size_t profondeur;
@@ -91,7 +113,7 @@ class Mesure {
   const VolumeMac *volume_;
   Dimensions &dim_;
   std::size_t octets_iso_ = 0, octets_joliet_ = 0;         // estimate
-  std::size_t exact_iso_ = 0, exact_joliet_ = 0;           // as the directories will be
+  MesureRepertoire exact_iso_, exact_joliet_;              // as the directories will be
   std::unordered_map<std::string, std::string> noms_iso_;  // of one folder: name -> source
   std::unordered_map<std::u16string, std::string> noms_hfs_;
   std::unordered_map<std::string, std::size_t> numeros_hfs_;  // last one given to a name met again
@@ -113,7 +135,8 @@ void Mesure::note_egaux(int vue, const std::string &dossier, const std::string &
 
 void Mesure::mesure_nom_iso(const RubriqueProjet &r, const std::string &dossier) {
   if (!ctx_.a_iso() || !r.dans_iso() || (r.nom_hors_page() && !r.nom_iso_saisi())) return;
-  const std::string nom = r.est_dossier() ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
+  const bool source = r.est_dossier() && !suit_vue_iso(r);
+  const std::string nom = source ? lit_champ(r.nom_source) : lit_champ(r.nom_iso);
   const auto [place, neuf] = noms_iso_.try_emplace(nom, chemin_source(r));
   if (!neuf) note_egaux(kVueIso, dossier, nom, r, place->second);
 }
@@ -170,10 +193,8 @@ void Mesure::mesure_iso(const RubriqueProjet &r) {
 
 void Mesure::mesure_fiches(const RubriqueProjet &r, const LongueursNoms &exact) {
   const auto place = [this](const LongueursNoms &noms, std::size_t suite) {
-    const std::size_t lg_iso = longueur_fiche(noms.iso, false) + suite;
-    const std::size_t lg_joliet = longueur_fiche(noms.joliet, true) + suite;
-    exact_iso_ = place_fiche(exact_iso_, lg_iso) + lg_iso;
-    exact_joliet_ = place_fiche(exact_joliet_, lg_joliet) + lg_joliet;
+    exact_iso_.ajoute(longueur_fiche(noms.iso, false) + suite);
+    exact_joliet_.ajoute(longueur_fiche(noms.joliet, true) + suite);
   };
   if (ctx_.nature != Nature::iso_apple || r.est_dossier()) return place(exact, 0);
   const LongueursApple apple = longueurs_noms_apple(r);
@@ -261,8 +282,8 @@ bool Mesure::lit_enfants(const Attente &ici, std::vector<RubriqueProjet> &sous_d
 }
 
 bool Mesure::mesure_dossier(const Attente &ici, std::vector<RubriqueProjet> &sous_dossiers) {
-  constexpr std::size_t kDeuxFiches = 0x44;
-  octets_iso_ = octets_joliet_ = exact_iso_ = exact_joliet_ = kDeuxFiches;
+  octets_iso_ = octets_joliet_ = MesureRepertoire::kDeuxFiches;
+  exact_iso_ = exact_joliet_ = {};
   noms_iso_.clear();
   noms_hfs_.clear();
   numeros_hfs_.clear();
@@ -271,8 +292,8 @@ bool Mesure::mesure_dossier(const Attente &ici, std::vector<RubriqueProjet> &sou
   for (const RubriqueProjet &r : abimes) mesure_abime(r, ici);
   ++ctx_.secteurs_iso;
   ++ctx_.secteurs_joliet;
-  dim_.iso.secteurs_iso += quotient_haut<std::size_t>(exact_iso_, kSecteurIso);
-  dim_.iso.secteurs_joliet += quotient_haut<std::size_t>(exact_joliet_, kSecteurIso);
+  dim_.iso.secteurs_iso += exact_iso_.secteurs();
+  dim_.iso.secteurs_joliet += exact_joliet_.secteurs();
   for (const RubriqueProjet &r : sous_dossiers)
     if (volume_ != nullptr && r.dans_hfs()) volume_->compte_fil(ctx_, r);
   return true;

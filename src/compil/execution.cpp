@@ -5,6 +5,7 @@
 
 #include "compil/descripteurs.hpp"
 #include "hfs/pilote_memoire.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -172,7 +173,7 @@ bool Execution::ecrit_chemins(ArbreRepertoires &arbre, const char *nom_l, const 
   return copie_temporaire(l, secteur_l, reserve) && copie_temporaire(m, secteur_m, reserve);
 }
 
-bool Execution::ferme_iso(std::uint64_t fin_donnees) {
+bool Execution::ferme_iso(std::uint64_t fin_donnees, std::uint64_t fin_image) {
   if (!trace(ctx_.nature == Nature::hybride_hfsplus
                  ? "==>Copying the temp. files./Copie des fichiers temp."
                  : "==>Copying the temp. ISO files./Copie des fichiers temp. ISO."))
@@ -188,12 +189,18 @@ bool Execution::ferme_iso(std::uint64_t fin_donnees) {
       !copie_temporaire(arbre_joliet_.fichier, iso_.racine_joliet, iso_.secteurs_joliet))
     return false;
 
-  // The volume space size is the estimate; where blocks larger than a sector made the image longer than that,
-  // the true length, so that no reader takes the last files for lying outside.
-  const std::uint64_t secteurs = quotient_haut<std::uint64_t>(fin_donnees, kSecteurIso);
-  const auto taille_volume = static_cast<std::uint32_t>(std::max(iso_.taille_volume, secteurs));
-  if (secteurs > iso_.taille_volume)
-    operations().journal(GenreJournal::information, message(kTailleRelevee, {iso_.taille_volume, secteurs}));
+  // The volume space size is the length of the image. Under the classic rule it is the estimate; where blocks
+  // larger than a sector made the image longer than that, the true length, so that no reader takes the last
+  // files for lying outside.
+  std::uint64_t secteurs = quotient_haut<std::uint64_t>(fin_image, kSecteurIso);
+  if (!publie(Ecart::taille_iso)) {
+    secteurs = quotient_haut<std::uint64_t>(fin_donnees, kSecteurIso);
+    if (secteurs > iso_.taille_volume)
+      operations().journal(GenreJournal::information,
+                           message(kTailleRelevee, {iso_.taille_volume, secteurs}));
+    secteurs = std::max(iso_.taille_volume, secteurs);
+  }
+  const auto taille_volume = static_cast<std::uint32_t>(secteurs);
   EnteteProjet entete;
   if (!ctx_.projet->lit_entete(entete)) return erreur_systeme();
   SecteurDescripteur primaire = descripteur_primaire(entete, iso_, ctx_.label_iso);
@@ -221,10 +228,11 @@ bool Execution::cloture() {
     if (!volume_->cloture(sortie_, secteur_zero_, carte_)) return erreur_systeme();
     fin_image = std::max(fin_image, sortie_.fin());
   }
-  if (ctx_.a_iso() && !ferme_iso(fin_image)) return false;
+  const std::uint64_t fin_donnees = fin_image;
+  if ((ctx_.options & kOptionPostgap) != 0) fin_image += std::uint64_t{kSecteursPostgap} * kSecteurIso;
+  if (ctx_.a_iso() && !ferme_iso(fin_donnees, fin_image)) return false;
   if (volume_ != nullptr && !(sortie_.positionne(0) && sortie_.ecrit(secteur_zero_) && sortie_.vide()))
     return echoue(kCompilEchec);
-  if ((ctx_.options & kOptionPostgap) != 0) fin_image += std::uint64_t{kSecteursPostgap} * kSecteurIso;
   return fichier_tronquer(sortie_.fichier(), fin_image) || erreur_systeme();
 }
 

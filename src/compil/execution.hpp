@@ -69,7 +69,7 @@ class Execution {
     RubriqueProjet rubrique;
     std::u16string nom_large;
     std::uint32_t cnid = 0;
-    std::uint64_t fiche_iso = 0, fiche_joliet = 0;  ///< bytes in the temporary files
+    std::uint64_t fiche_iso = 0, fiche_joliet = 0;  ///< ranks, then bytes in the temporary files
   };
   /// A source file on its way in.
   struct Source {
@@ -90,7 +90,7 @@ class Execution {
   bool choisit_plan(const Dimensions &dimensions, BesoinsVolume &besoins);
   bool ouvre_temporaires();
   bool cloture();
-  bool ferme_iso(std::uint64_t fin_donnees);
+  bool ferme_iso(std::uint64_t fin_donnees, std::uint64_t fin_image);
   bool copie_temporaire(const Fichier &fichier, std::uint32_t secteur, std::uint32_t reserve);
   bool ecrit_chemins(ArbreRepertoires &arbre, const char *nom_l, const char *nom_m, std::uint32_t secteur_l,
                      std::uint32_t secteur_m, std::uint32_t reserve, std::uint32_t &taille);
@@ -152,7 +152,7 @@ class Execution {
   bool iso_single(const Source &source, RepertoiresOuverts &ouverts);
   bool iso_macbinary(const Source &source, RepertoiresOuverts &ouverts);
   bool place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
-                   const DateRepertoire &date, RepertoiresOuverts &ouverts);
+                   const DateRepertoire &date, std::uint16_t drapeaux, RepertoiresOuverts &ouverts);
 
   ContexteCompilation &ctx_;
   SuiviCompilation &suivi_;

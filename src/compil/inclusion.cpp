@@ -145,7 +145,7 @@ bool Execution::inclusion_iso(const Source &source, bool partage, RepertoiresOuv
   fiche.taille = static_cast<std::uint32_t>(source.taille);
   fiche.date = date_repertoire(source.donnees.modification);
   if (source.rubrique.cache_iso() != 0) fiche.drapeaux = kDrapeauCache;
-  const std::string nom_iso = ouverts.noms.fichier(source.donnees);
+  const std::string nom_iso = ouverts.noms.fichier(source.rubrique, source.donnees);
   const std::string nom_joliet =
       octets_joliet(ouverts.noms_joliet.place(source.rubrique, source.donnees), source.chemin);
   const auto octets = [](const std::string &nom) {

@@ -5,6 +5,7 @@
 #include "compil/execution.hpp"
 #include "fichiers/applesimple.hpp"
 #include "fichiers/macbinaire.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/operations.hpp"
 #include "res/chaines.hpp"
 
@@ -18,22 +19,29 @@ constexpr std::int64_t kEpoqueMac = 2'082'844'800;  ///< seconds from 1904 to 19
 
 /// Apple's system-use field for a file of a Macintosh disk.
 struct SuiteApple {
-  std::array<char, 2> marque{'A', 'A'};           // 0
-  std::uint8_t longueur = kSuiteApple;            // 2
-  std::uint8_t version = 2;                       // 3
-  std::array<char, 8> signature{};                // 4  type, creator
-  std::array<std::uint8_t, 2> drapeaux_finder{};  // 12 left at zero
+  std::array<char, 2> marque{'A', 'A'};  // 0
+  std::uint8_t longueur = kSuiteApple;   // 2
+  std::uint8_t version = 2;              // 3
+  std::array<char, 8> signature{};       // 4  type, creator
+  be16 drapeaux_finder;                  // 12 zero under the classic rule
 };
 static_assert(sizeof(SuiteApple) == kSuiteApple);
 
-/// Date of a file that has a Macintosh form, from the seconds since 1904 (local time) that the project keeps.
-/// ECMA-119 9.1.5 counts the years from 1900, so that 2014 is 114; here the year is taken modulo 100, 2014 is
-/// 14, and a reader shows 1914. Kept.
-DateRepertoire date_annee_modulo_100(std::uint32_t secondes_1904) {
-  DateRepertoire date = date_repertoire(std::int64_t{secondes_1904} - kEpoqueMac);
-  date[0] =
-      static_cast<std::uint8_t>(plateforme::date_utc(std::int64_t{secondes_1904} - kEpoqueMac).annee % 100);
+/// Date of a file that has a Macintosh form: seconds since 1904, local time, as the project keeps them; the
+/// date of the source where its container gave none. Under the classic rule the local time is written as if
+/// it were universal, and the year modulo 100.
+DateRepertoire date_mac_repertoire(std::uint32_t secondes_1904, std::int64_t source) {
+  const std::int64_t secondes = std::int64_t{secondes_1904} - kEpoqueMac;
+  if (publie(Ecart::annees_iso))
+    return date_repertoire(secondes_1904 == 0 ? source : secondes + plateforme::biais_fuseau());
+  DateRepertoire date = date_repertoire(secondes);
+  date[0] = static_cast<std::uint8_t>(plateforme::date_utc(secondes).annee % 100);
   return date;
+}
+
+/// The flag that an Apple container gives to its file.
+std::uint16_t drapeaux_icone(const RubriqueProjet &rubrique) {
+  return rubrique.icone_perso() ? kFinderIcone : 0;
 }
 
 std::span<const std::uint8_t> octets(const std::string &nom) {
@@ -43,10 +51,13 @@ std::span<const std::uint8_t> octets(const std::string &nom) {
 }  // namespace
 
 bool Execution::place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
-                            const DateRepertoire &date, RepertoiresOuverts &ouverts) {
+                            const DateRepertoire &date, std::uint16_t drapeaux, RepertoiresOuverts &ouverts) {
   const RubriqueProjet &r = source.rubrique;
   SuiteApple suite;
   suite.signature = r.signature;
+  if (publie(Ecart::fourches_iso))
+    suite.drapeaux_finder =
+        static_cast<std::uint16_t>(drapeaux | (r.cache_iso() != 0 ? kFinderInvisible : 0));
   const NomsIso::Paire noms = ouverts.noms.fichier_apple(r, source.donnees);
   const std::string joliet = octets_joliet(
       ouverts.noms_joliet.place_apple(r, source.donnees, ctx_.projet->hfsplus()), source.chemin);
@@ -72,7 +83,7 @@ bool Execution::place_paire(const Source &source, const OrigineFourche &rsrc, co
 bool Execution::iso_plain(const Source &source, RepertoiresOuverts &ouverts) {
   const Fichier aucun;
   return place_paire(source, {aucun}, {source.fichier, 0, source.taille},
-                     date_repertoire(source.donnees.modification), ouverts);
+                     date_repertoire(source.donnees.modification), 0, ouverts);
 }
 
 bool Execution::iso_double(const Source &source, RepertoiresOuverts &ouverts) {
@@ -81,16 +92,17 @@ bool Execution::iso_double(const Source &source, RepertoiresOuverts &ouverts) {
   const PlageFourche plage =
       compagnon.ouvert() ? plage_verifiee(compagnon, kMagieAppleDouble, kEntreeRessource) : PlageFourche{};
   return place_paire(source, {compagnon, plage.position, r.lg_rsrc}, {source.fichier, 0, source.taille},
-                     date_annee_modulo_100(r.date_modif), ouverts);
+                     date_mac_repertoire(r.date_modif, source.donnees.modification), drapeaux_icone(r),
+                     ouverts);
 }
 
 bool Execution::iso_single(const Source &source, RepertoiresOuverts &ouverts) {
   const RubriqueProjet &r = source.rubrique;
   const PlageFourche data = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeData);
   const PlageFourche rsrc = plage_verifiee(source.fichier, kMagieAppleSingle, kEntreeRessource);
-  return place_paire(source, {source.fichier, rsrc.position, r.lg_rsrc},
-                     {source.fichier, data.position, r.lg_data}, date_annee_modulo_100(r.date_modif),
-                     ouverts);
+  return place_paire(
+      source, {source.fichier, rsrc.position, r.lg_rsrc}, {source.fichier, data.position, r.lg_data},
+      date_mac_repertoire(r.date_modif, source.donnees.modification), drapeaux_icone(r), ouverts);
 }
 
 bool Execution::iso_macbinary(const Source &source, RepertoiresOuverts &ouverts) {
@@ -99,7 +111,7 @@ bool Execution::iso_macbinary(const Source &source, RepertoiresOuverts &ouverts)
   if (!forme_macbinaire(source, forme)) return false;
   return place_paire(source, {*forme.fichier, forme.base + position_ressource(r.lg_data), r.lg_rsrc},
                      {*forme.fichier, forme.base + sizeof(TeteMacBinaire), r.lg_data},
-                     date_annee_modulo_100(r.date_modif), ouverts);
+                     date_mac_repertoire(r.date_modif, source.donnees.modification), forme.drapeaux, ouverts);
 }
 
 bool Execution::inclusion_apple(const Source &source, RepertoiresOuverts &ouverts) {

@@ -1,9 +1,13 @@
 #include "compil/noms_disque.hpp"
 
 #include <algorithm>
+#include <array>
 
+#include "IO/ecarts.hpp"
+#include "IO/noms_courts.hpp"
 #include "IO/operations.hpp"
 #include "noms/iso.hpp"
+#include "noms/regles.hpp"
 #include "res/chaines.hpp"
 
 namespace varnion {
@@ -15,6 +19,7 @@ constexpr std::size_t kJolietMax = 64;     ///< units of an identifier, version 
 constexpr std::size_t kExtensionMax = 16;  ///< units behind a dot that are taken for an extension
 constexpr std::size_t kVersion = 2;        ///< ";1"
 constexpr std::size_t kNomAppleMax = 12;
+constexpr std::size_t kDossierMax = 8;
 
 std::string court_du_projet(const RubriqueProjet &rubrique) {
   const std::string court = lit_champ(rubrique.nom_court);
@@ -26,12 +31,22 @@ bool prend_nom_large(const RubriqueProjet &rubrique) {
   return rubrique.nom_hors_page() && !rubrique.nom_iso_saisi();
 }
 
+/// The 8.3 name that the ISO identifier of an item is made from; `court` is that of its source.
+std::string court_iso(const RubriqueProjet &rubrique, std::string court) {
+  if (!suit_vue_iso(rubrique)) return court;
+  const std::string nom = lit_champ(rubrique.nom_iso);
+  const std::string utf8 = plateforme::texte_vers_utf8(nom);
+  const std::array<std::string_view, 1> noms{utf8};
+  court = plateforme::noms_courts(noms)[0];
+  return court.empty() ? plateforme::majuscules(nom) : court;
+}
+
 /// The long name, or the short one where the code page cannot show the long.
 const std::string &nom_long_ou_court(const plateforme::DonneesRecherche &donnees, const std::string &court) {
   return donnees.nom_long.find('?') == std::string::npos ? donnees.nom_long : court;
 }
 
-/// Name of the data record in the ISO tree.
+/// Name of the data record in the ISO tree under the classic rule.
 std::string nom_iso_data(const RubriqueProjet &rubrique, const std::string &court) {
   return nom_iso_fichier(forme_apple(rubrique) == FormeApple::simple ? lit_champ(rubrique.nom_source)
                                                                      : court);
@@ -41,6 +56,7 @@ std::string nom_iso_data(const RubriqueProjet &rubrique, const std::string &cour
 std::u16string nom_joliet_apple(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees,
                                 bool hfsplus) {
   const FormeApple forme = forme_apple(rubrique);
+  if (suit_vue_iso(rubrique)) return plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
   if (forme == FormeApple::macbinaire && rubrique.nom_hfs[0] != '\0')
     return plateforme::texte_vers_large(nom_dans_vue(rubrique, kVueHfs, hfsplus));
   if (prend_nom_large(rubrique) && !donnees.nom_large.empty()) return donnees.nom_large;
@@ -63,7 +79,9 @@ std::u16string tete_joliet(std::u16string_view nom, std::size_t unites) {
 
 /// An ISO identifier as a reader shows it.
 std::string sans_version(const std::string &nom) {
-  return nom.ends_with(";1") ? nom.substr(0, nom.size() - kVersion) : nom;
+  if (!nom.ends_with(";1")) return nom;
+  const std::string seul = nom.substr(0, nom.size() - kVersion);
+  return publie(Ecart::noms_vue_iso) && seul.ends_with('.') ? seul.substr(0, seul.size() - 1) : seul;
 }
 
 std::string gros_bout(std::u16string_view texte) {
@@ -82,12 +100,16 @@ LongueursNoms longueurs_noms(const RubriqueProjet &rubrique) {
   LongueursNoms l;
   const std::string court = court_du_projet(rubrique);
   if (rubrique.est_dossier()) {
-    l.iso = rubrique.est_virtuel() ? nom_iso_virtuel(lit_champ(rubrique.nom_source)).size() : 8;
-    const std::u16string large = plateforme::texte_vers_large(lit_champ(rubrique.nom_source));
+    l.iso = publie(Ecart::noms_vue_iso) || !rubrique.est_virtuel()
+                ? kDossierMax
+                : nom_iso_virtuel(lit_champ(rubrique.nom_source)).size();
+    const std::u16string large =
+        plateforme::texte_vers_large(lit_champ(suit_vue_iso(rubrique) ? rubrique.nom_iso : rubrique.nom_source));
     l.joliet = 2 * (prend_nom_large(rubrique) ? kJolietMax : nom_joliet_dossier(large, court).size());
     return l;
   }
-  l.iso = nom_iso_fichier(court).size();
+  l.iso = publie(Ecart::noms_vue_iso) ? identifiant_fichier(court_iso(rubrique, court)).size()
+                                      : nom_iso_fichier(court).size();
   const std::u16string large = plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
   l.joliet = 2 * (prend_nom_large(rubrique) ? kJolietMax : nom_joliet_fichier(large, court).size());
   return l;
@@ -113,13 +135,16 @@ LongueursApple longueurs_noms_apple(const RubriqueProjet &rubrique) {
   const FormeApple forme = forme_apple(rubrique);
   if (forme == FormeApple::absente) return l;
   const std::string court = court_du_projet(rubrique);
-  l.data.iso = nom_iso_data(rubrique, court).size();
+  const bool ressource = forme != FormeApple::simple && rubrique.lg_rsrc != 0U;
+  l.data.iso =
+      publie(Ecart::fourches_iso) ? longueurs_noms(rubrique).iso : nom_iso_data(rubrique, court).size();
   const bool large = forme != FormeApple::macbinaire && prend_nom_large(rubrique);
   // The longest form of a name in the HFS view: one unit for each byte.
   const std::u16string nom = nom_joliet_apple(rubrique, {}, true);
   l.data.joliet = 2 * (large ? kJolietMax : nom_joliet_fichier(nom, court).size());
-  if (forme != FormeApple::simple && rubrique.lg_rsrc != 0U)
-    l.ressource_iso = nom_iso_fichier(lit_champ(rubrique.nom_source)).size();
+  if (ressource)
+    l.ressource_iso = publie(Ecart::fourches_iso) ? l.data.iso
+                                                  : nom_iso_fichier(lit_champ(rubrique.nom_source)).size();
   return l;
 }
 
@@ -132,7 +157,7 @@ std::string NomsIso::reserve(std::string nom, std::size_t point, std::size_t lim
   const std::string base = nom.substr(0, point);
   const std::string suite = point == std::string::npos ? std::string() : nom.substr(point);
   for (std::size_t &n = suivants_[nom];;) {
-    const std::string marque = "~" + std::to_string(++n);
+    const std::string marque = (publie(Ecart::noms_vue_iso) ? "_" : "~") + std::to_string(++n);
     if (marque.size() > limite) return nom;
     std::string essai = base.substr(0, limite - marque.size()) + marque + suite;
     if (!pris_.insert(sans_version(essai)).second) continue;
@@ -141,8 +166,17 @@ std::string NomsIso::reserve(std::string nom, std::size_t point, std::size_t lim
   }
 }
 
-std::string NomsIso::fichier(const plateforme::DonneesRecherche &donnees) {
-  std::string nom = nom_iso_fichier(nom_court_de(donnees));
+bool suit_vue_iso(const RubriqueProjet &rubrique) {
+  if (!publie(Ecart::noms_vue_iso)) return false;
+  if (rubrique.nom_hors_page()) return rubrique.nom_iso_saisi();
+  return rubrique.est_virtuel() ||
+         lit_champ(rubrique.nom_iso) != coupe_nom(lit_champ(rubrique.nom_source), kNomIsoMax);
+}
+
+std::string NomsIso::fichier(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
+  std::string nom = publie(Ecart::noms_vue_iso)
+                        ? identifiant_fichier(court_iso(rubrique, nom_court_de(donnees)))
+                        : nom_iso_fichier(nom_court_de(donnees));
   const std::size_t point = std::min(nom.find('.'), nom.find(';'));
   return reserve(std::move(nom), point, 8);
 }
@@ -158,6 +192,11 @@ std::string NomsIso::reserve_apple(std::string nom) {
 NomsIso::Paire NomsIso::fichier_apple(const RubriqueProjet &rubrique,
                                       const plateforme::DonneesRecherche &donnees) {
   Paire noms;
+  if (publie(Ecart::fourches_iso)) {
+    noms.data = fichier(rubrique, donnees);
+    if (forme_apple(rubrique) != FormeApple::simple && rubrique.lg_rsrc != 0U) noms.ressource = noms.data;
+    return noms;
+  }
   std::string data = nom_iso_data(rubrique, nom_court_de(donnees));
   if (forme_apple(rubrique) == FormeApple::simple || rubrique.lg_rsrc == 0U) {
     noms.data = reserve_apple(std::move(data));
@@ -173,8 +212,10 @@ NomsIso::Paire NomsIso::fichier_apple(const RubriqueProjet &rubrique,
 std::string NomsIso::dossier(const RubriqueProjet &rubrique, const plateforme::DonneesRecherche &donnees) {
   const auto place = [this](std::string nom) {
     const std::size_t point = nom.find('.');
-    return reserve(std::move(nom), point, 8);
+    return reserve(std::move(nom), point, kDossierMax);
   };
+  if (publie(Ecart::noms_vue_iso))
+    return place(identifiant_dossier(court_iso(rubrique, nom_court_de(donnees))));
   if (rubrique.est_virtuel()) return place(nom_iso_virtuel(lit_champ(rubrique.nom_source)));
   const std::string court = nom_court_de(donnees);
   const auto existe = [&](std::string_view nom) {
@@ -203,8 +244,9 @@ NomJoliet NomsJoliet::place(const RubriqueProjet &rubrique, const plateforme::Do
   const std::string court = nom_court_de(donnees);
   const bool large = prend_nom_large(rubrique) && !donnees.nom_large.empty();
   if (rubrique.est_dossier()) {
-    const std::u16string nom =
+    std::u16string nom =
         large ? donnees.nom_large : plateforme::texte_vers_large(nom_long_ou_court(donnees, court));
+    if (suit_vue_iso(rubrique)) nom = plateforme::texte_vers_large(lit_champ(rubrique.nom_iso));
     return reserve(nom_joliet_dossier(nom, court), 0);
   }
   const std::u16string nom =

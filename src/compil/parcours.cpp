@@ -126,14 +126,15 @@ bool Execution::place_enfants(std::uint32_t dossier, Niveau &ici, RepertoiresOuv
 
 bool Execution::ferme_repertoires(RepertoiresOuverts &ouverts, Niveau &ici,
                                   std::vector<DossierEnAttente> &attente, bool racine) {
+  ouverts.iso->ferme(racine);
+  ouverts.joliet->ferme(racine);
   const std::uint64_t base_iso = std::uint64_t{arbre_iso_.secteurs} * kSecteurIso;
   const std::uint64_t base_joliet = std::uint64_t{arbre_joliet_.secteurs} * kSecteurIso;
   for (DossierEnAttente &d : attente) {
-    d.fiche_iso += base_iso;
-    d.fiche_joliet += base_joliet;
+    if (!d.rubrique.dans_iso()) continue;
+    d.fiche_iso = base_iso + ouverts.iso->position(d.fiche_iso);
+    d.fiche_joliet = base_joliet + ouverts.joliet->position(d.fiche_joliet);
   }
-  ouverts.iso->ferme(racine);
-  ouverts.joliet->ferme(racine);
   ici.taille_iso = ouverts.iso->taille();
   ici.taille_joliet = ouverts.joliet->taille();
   return (arbre_iso_.ajoute(*ouverts.iso) && arbre_joliet_.ajoute(*ouverts.joliet)) || erreur_systeme();

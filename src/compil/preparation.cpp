@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "compil/disposition.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/fichier_voisin.hpp"
 #include "IO/octets.hpp"
 #include "IO/operations.hpp"
@@ -33,7 +34,8 @@ constexpr int kCibleEstTable = 7792;   // target
 constexpr std::string_view kPrefixeCompagnon = "._";
 constexpr std::size_t kLongueurMessage = 100;
 constexpr std::uint64_t kLimiteFat = 0xFFFF0000;
-constexpr std::size_t kLabelIsoMax = 16;
+constexpr std::size_t kLabelIsoMax = 32;
+constexpr std::size_t kLabelIsoClassique = 16;
 
 std::string dossier_de(const std::string &chemin) {
   const std::size_t barre = chemin.find_last_of("/\\");
@@ -190,7 +192,8 @@ bool nomme_labels(FichierProjet &projet, const std::string &cible) {
   const bool iso = label_sans_titre(lit_champ(entete.label_iso));
   const bool hfs = label_sans_titre(lit_champ(entete.label_hfs));
   if (!iso && !hfs) return true;
-  if (iso) ecrit_champ_coupe(entete.label_iso, nom, kLabelIsoMax);
+  if (iso)
+    ecrit_champ_coupe(entete.label_iso, nom, publie(Ecart::labels_longs) ? kLabelIsoMax : kLabelIsoClassique);
   if (hfs)
     ecrit_champ_coupe(entete.label_hfs, entete.hfsplus() ? nom : nom_mac(nom),
                       entete.hfsplus() ? entete.label_hfs.size() - 1 : kNomVolumeHfsMax);

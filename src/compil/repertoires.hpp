@@ -14,7 +14,8 @@ namespace varnion {
 
 /// Date and time of a directory record (ECMA-119 9.1.5), offset from UTC 0.
 using DateRepertoire = std::array<std::uint8_t, 7>;
-/// From Unix seconds, UTC; of the year only the low byte of (year - 1900) is kept.
+/// From Unix seconds, UTC. The field has years from 1900 to 2155: a date outside takes the nearest of these
+/// years; under the classic rule the low byte of (year - 1900) is kept.
 [[nodiscard]] DateRepertoire date_repertoire(std::int64_t secondes_unix);
 
 /// Directory record without its name (ECMA-119 9.1).
@@ -43,11 +44,9 @@ constexpr std::size_t kSuiteApple = 14;  ///< bytes of the Apple system-use fiel
 /// stay).
 [[nodiscard]] std::size_t place_fiche(std::size_t position, std::size_t longueur);
 
-/// Length of a record: 33 bytes and the name; in the ISO tree one pad byte behind a name of even length
-/// (ECMA-119 9.1.12). The Joliet tree has no pad byte, as this system has always written it.
-[[nodiscard]] constexpr std::size_t longueur_fiche(std::size_t longueur_nom, bool joliet) {
-  return sizeof(FicheRepertoire) + longueur_nom + (!joliet && longueur_nom % 2 == 0 ? 1 : 0);
-}
+/// Length of a record: 33 bytes, the name, and one pad byte behind a name of even length (ECMA-119 9.1.12).
+/// Under the classic rule the Joliet tree has no pad byte.
+[[nodiscard]] std::size_t longueur_fiche(std::size_t longueur_nom, bool joliet);
 
 /// One directory of one tree, in memory until its last record is in.
 class Repertoire {
@@ -57,17 +56,25 @@ class Repertoire {
   Repertoire(bool joliet, const DateRepertoire &date, std::uint32_t extent, std::uint32_t pere_extent,
              std::uint32_t pere_taille);
 
-  /// Adds a record; `suite` is system-use data behind the padded name. Result: its offset in the directory.
+  /// Adds a record; `suite` is system-use data behind the padded name. Result: its rank, for `position`.
   std::size_t ajoute(FicheRepertoire fiche, std::span<const std::uint8_t> nom,
                      std::span<const std::uint8_t> suite = {});
-  /// Pads to a sector and stores the size in "." (and in ".." of the root).
+  /// Puts the records in order (ECMA-119 9.3; the order of their coming under the classic rule) and in
+  /// sectors, and stores the size in "." (and in ".." of the root). Nothing can be added behind it.
   void ferme(bool racine);
 
+  // Of a closed directory.
+  [[nodiscard]] std::size_t position(std::size_t rang) const { return positions_[rang]; }
   [[nodiscard]] std::span<const std::uint8_t> octets() const { return octets_; }
   [[nodiscard]] std::uint32_t taille() const { return static_cast<std::uint32_t>(octets_.size()); }
 
  private:
+  [[nodiscard]] std::span<const std::uint8_t> fiche(std::size_t rang) const;
+  void trie(std::vector<std::size_t> &rangs) const;
+
   bool joliet_;
+  std::vector<std::uint8_t> fiches_;    ///< the records as they came, one behind the other
+  std::vector<std::size_t> positions_;  ///< of each record: in `fiches_`, then in `octets_`
   std::vector<std::uint8_t> octets_;
 };
 
@@ -88,7 +95,7 @@ struct ArbreRepertoires {
 };
 
 /// Path tables of a finished tree, type L and type M (ECMA-119 9.4): breadth first, children in directory
-/// order.
+/// order, which is the order of ECMA-119 6.9.1 where the directories are sorted.
 struct TablesChemins {
   std::vector<std::uint8_t> l, m;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "IO/ecarts.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/texte.hpp"
 
@@ -11,6 +12,8 @@ namespace {
 
 constexpr std::size_t kJolietFichierMax = 62;
 constexpr std::size_t kJolietDossierMax = 64;
+constexpr std::size_t kBase = 8;  ///< ECMA-119 10.1: what every reader of level 1 takes
+constexpr std::size_t kExtension = 3;
 
 struct PlageSansAccent {
   std::uint8_t premier, dernier;
@@ -73,6 +76,21 @@ std::vector<std::uint8_t> champ_ucs2(std::u16string_view texte, std::size_t octe
   return champ;
 }
 
+std::string identifiant_fichier(std::string_view nom_court) {
+  const std::size_t point = std::min(nom_court.rfind('.'), nom_court.size());
+  const std::string base = nom_d(nom_court.substr(0, point)).substr(0, kBase);
+  const std::string extension =
+      point == nom_court.size() ? std::string() : nom_d(nom_court.substr(point + 1)).substr(0, kExtension);
+  return (base.empty() && extension.empty() ? "_" : base) + "." + extension + ";1";
+}
+
+std::string identifiant_dossier(std::string_view nom_court) {
+  std::string nom(nom_court);
+  if (const std::size_t point = nom.rfind('.'); point != std::string::npos) nom.erase(point, 1);
+  nom = nom_d(nom).substr(0, kBase);
+  return nom.empty() ? "_" : nom;
+}
+
 std::string nom_iso_fichier(std::string_view nom_court) {
   return plateforme::majuscules(nom_court.substr(0, 12)) + ";1";
 }
@@ -116,10 +134,11 @@ std::u16string nom_joliet_dossier(std::u16string_view nom_long, std::string_view
 }
 
 std::u16string interdits_joliet(std::u16string_view nom) {
-  static constexpr std::u16string_view interdits = u"*/:?\\";
+  static constexpr std::u16string_view interdits = u";*/:?\\";
+  const std::u16string_view vus = std::u16string_view(interdits).substr(publie(Ecart::noms_vue_iso) ? 0 : 1);
   std::u16string resultat(nom);
   std::ranges::replace_if(
-      resultat, [](char16_t c) { return c < 0x20 || interdits.find(c) != std::u16string_view::npos; }, u'_');
+      resultat, [vus](char16_t c) { return c < 0x20 || vus.find(c) != std::u16string_view::npos; }, u'_');
   return resultat;
 }
 

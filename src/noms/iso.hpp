@@ -24,6 +24,16 @@ namespace varnion {
 /// A UCS-2 big-endian field of `octets` bytes: spaces, with the text, cut to fit, written over them.
 [[nodiscard]] std::vector<std::uint8_t> champ_ucs2(std::u16string_view texte, std::size_t octets);
 
+/// File in the ISO tree (ECMA-119 7.5) from an 8.3 name: d-characters alone, a dot even where there is no
+/// extension, and ";1".
+[[nodiscard]] std::string identifiant_fichier(std::string_view nom_court);
+
+/// Folder in the ISO tree (ECMA-119 7.6) from an 8.3 name: d-characters, name and extension joined without
+/// the dot, cut to 8.
+[[nodiscard]] std::string identifiant_dossier(std::string_view nom_court);
+
+// The same two under the classic rule.
+
 /// File in the ISO tree: the first 12 characters of the short name, in upper case, and ";1".
 [[nodiscard]] std::string nom_iso_fichier(std::string_view nom_court);
 
@@ -45,8 +55,8 @@ namespace varnion {
 /// are replaced.
 [[nodiscard]] std::u16string nom_joliet_dossier(std::u16string_view nom_long, std::string_view nom_court);
 
-/// "_" for the units that the Joliet specification forbids in a name: 00-1F, "*", "/", ":", "?", "\". It
-/// forbids ";" as well; here that stays.
+/// "_" for the units that the Joliet specification forbids in a name: 00-1F, "*", "/", ":", ";", "?", "\".
+/// Under the classic rule ";" stays.
 [[nodiscard]] std::u16string interdits_joliet(std::u16string_view nom);
 
 }  // namespace varnion

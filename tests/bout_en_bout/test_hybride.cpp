@@ -60,7 +60,7 @@ TEST_F(Hybride, RejoinedImagesAreReadByOtherPrograms) {
   // Compiled at once, the same tree lists the same on every side. The mount below writes into its volume, so
   // it gets a copy.
   reussit({"master", "src", "-o", "whole.iso", "--hfs", "--label", "Joined"});
-  const outils::ImageLue jointe = outils::lit_image(d + "disc.iso", {});
+  const outils::ImageLue jointe = outils::lit_image(d + "disc.iso", {.jointe = true});
   const outils::ImageLue compilee = outils::lit_image(d + "whole.iso", {});
   EXPECT_TRUE(jointe.fautes.vide()) << jointe.fautes.texte();
   EXPECT_EQ(cote_iso(jointe.iso), cote_iso(compilee.iso));

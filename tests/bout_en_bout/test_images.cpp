@@ -50,13 +50,13 @@ outils::FichierMac mac(const std::string &nom, std::size_t data, std::size_t rsr
 
 void noms_etranges(ArbreSource &a) {
   a.dossier("Été à Noël");
-  a.fichier("Été à Noël/résumé.txt", octets_quelconques(3000, 1)).nom_iso = "RESUME~1.TXT";
+  a.fichier("Été à Noël/résumé.txt", octets_quelconques(3000, 1)).nom_iso = "RESUME_1.TXT";
   a.fichier("Été à Noël/Élève ñ.txt", octets_quelconques(10, 2), "", "E\xCC\x81le\xCC\x80ve n\xCC\x83.txt");
   a.dossier("Папка", "_____~1");
-  a.fichier("Папка/日本語.txt", octets_quelconques(2049, 3), "___~1.TXT").nom_iso = "___~1.TXT";
-  a.fichier("Папка/🎉fête.txt", octets_quelconques(77, 4), "_FETE~1.TXT").nom_iso = "_FETE~1.TXT";
+  a.fichier("Папка/日本語.txt", octets_quelconques(2049, 3), "___~1.TXT").nom_iso = "____1.TXT";
+  a.fichier("Папка/🎉fête.txt", octets_quelconques(77, 4), "_FETE~1.TXT").nom_iso = "_FETE_1.TXT";
   const std::string long40 = "A name of forty characters, with dot.txt";
-  a.fichier(long40, octets_quelconques(5000, 5), "A name of forty characters,.txt").nom_iso = "ANAMEO~1.TXT";
+  a.fichier(long40, octets_quelconques(5000, 5), "A name of forty characters,.txt").nom_iso = "ANAMEO_1.TXT";
   const std::string tronc(66, 'k');
   auto &f = a.fichier(tronc + ".html", octets_quelconques(600, 6), std::string(26, 'k') + ".html");
   f.nom_joliet = f.nom_plus = std::string(57, 'k') + ".html";
@@ -69,7 +69,7 @@ void noms_etranges(ArbreSource &a) {
   a.fichier(a.dossiers().back().chemin + "/x", "x");
   a.dossier(".cache");
   a.fichier(".cache/.profile", octets_quelconques(40, 8));
-  a.fichier("a.b.c.text", octets_quelconques(100, 9)).nom_iso = "ABC~1.TEX";
+  a.fichier("a.b.c.text", octets_quelconques(100, 9)).nom_iso = "ABC_1.TEX";
   a.fichier("UPPER.TXT", octets_quelconques(101, 10)).nom_iso = "UPPER.TXT";
   a.fichier("lower.txt", octets_quelconques(102, 11)).nom_iso = "LOWER.TXT";
 }
@@ -259,6 +259,7 @@ TEST_F(Images, d_un_projet_isop_comptent_un_conteneur_une_seule_fois) {
   ArbreSource source(bac + "src");
   source.conteneur("lourd.bin", Forme::macbinary, mac("Lourd", 100'000, 60'000));
   const std::uint64_t secteurs = (source.fichiers()[0].octets.size() + 2047) / 2048;
+  fixer_regle(Regle::classique);  // whose volume space size is an estimate
   // Ahead of it 18 sectors, two tables of a sector twice, and the two directory areas counted double.
   EXPECT_EQ(image_de(source, genre, bac + "o.iso").iso.taille_volume, secteurs + 18 + 2 + 2 + 2 * 2 + 2 * 4);
 }

@@ -85,7 +85,9 @@ TEST_F(Hybridation, vaut_la_compilation_du_meme_arbre_et_se_defait) {
     const std::string avant = octets(bac + "iso.iso"), partition = octets(bac + "mac.dmg");
     ASSERT_EQ(joint(), kHybrideFaite);
     const outils::Cotes cotes{true, true, hfsplus};
-    const outils::ImageLue jointe = outils::lit_image(bac + "iso.iso", cotes);
+    outils::Cotes jointes = cotes;
+    jointes.jointe = true;
+    const outils::ImageLue jointe = outils::lit_image(bac + "iso.iso", jointes);
     const outils::ImageLue compilee = outils::lit_image(bac + "tout.iso", cotes);
     EXPECT_TRUE(jointe.fautes.vide()) << jointe.fautes.texte();
     EXPECT_TRUE(cote_iso(jointe, jointe.iso) == cote_iso(compilee, compilee.iso));
@@ -173,7 +175,7 @@ TEST_F(Hybridation, les_longueurs_impaires_et_les_cartes_a_pilotes_donnent_une_i
   pose_octets("iso.iso", iso + std::string(513, 't'));
   ops.journaux.clear();
   ASSERT_EQ(joint(), kHybrideFaite);
-  const outils::ImageLue jointe = outils::lit_image(bac + "iso.iso", {true, true, false});
+  const outils::ImageLue jointe = outils::lit_image(bac + "iso.iso", {.jointe = true});
   EXPECT_TRUE(jointe.fautes.vide()) << jointe.fautes.texte();
   EXPECT_EQ(jointe.volume.debut, iso.size() + 2048);
   EXPECT_EQ(jointe.vue.taille() % 2048, 0U);
@@ -187,7 +189,7 @@ TEST_F(Hybridation, une_image_brute_est_remise_en_secteurs_de_donnees) {
     SCOPED_TRACE(mode);
     en_brut(mode);
     ASSERT_EQ(hybridation_fichiers(bac + "mac.dmg", bac + "brut.iso"), kHybrideFaite);
-    const outils::ImageLue jointe = outils::lit_image(bac + "brut.iso", {true, true, true});
+    const outils::ImageLue jointe = outils::lit_image(bac + "brut.iso", {.hfsplus = true, .jointe = true});
     EXPECT_TRUE(jointe.fautes.vide()) << jointe.fautes.texte();
     ASSERT_EQ(deshybridation(bac + "brut.iso"), kSepareFaite);
     EXPECT_TRUE(octets(bac + "brut.iso") == iso);

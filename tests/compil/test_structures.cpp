@@ -6,6 +6,7 @@
 #include "compil/disposition.hpp"
 #include "compil/noms_disque.hpp"
 #include "compil/repertoires.hpp"
+#include "IO/ecarts.hpp"
 #include "outils/atelier.hpp"
 #include "outils/carte.hpp"
 #include "outils/lecteur_iso.hpp"
@@ -30,31 +31,37 @@ TEST_F(Repertoires, longueur_de_fiche_et_octet_de_bourrage) {
   struct Cas {
     std::size_t nom;
     bool joliet;
-    std::size_t longueur;
+    std::size_t longueur, classique;
   };
-  for (const Cas &c : {Cas{1, false, 34}, Cas{2, false, 36}, Cas{11, false, 44}, Cas{14, false, 48},
-                       Cas{2, true, 35}, Cas{28, true, 61}, Cas{128, true, 161}}) {
-    Repertoire r(c.joliet, kDate, 20, 20, 0);
-    FicheRepertoire fiche;
-    fiche.extent = 0x01020304U;
-    const std::size_t ou = r.ajoute(fiche, octets_de_texte(std::string(c.nom, 'N')));
-    const Octets o(r.octets());
-    EXPECT_EQ(ou, 68U);
-    EXPECT_EQ(o.u8(ou), c.longueur) << c.nom;
-    EXPECT_EQ(o.taille(), 68 + c.longueur);
-    EXPECT_EQ(o.u8(ou + 32), c.nom);
-    EXPECT_EQ(o.le32(ou + 2), 0x01020304U);
-    EXPECT_EQ(o.be32(ou + 6), 0x01020304U);
-    EXPECT_TRUE(o.rempli(ou + 33 + c.nom, c.longueur - 33 - c.nom));
-  }
+  for (const Regle regle : {Regle::publiee, Regle::classique})
+    for (const Cas &c :
+         {Cas{1, false, 34, 34}, Cas{2, false, 36, 36}, Cas{11, false, 44, 44}, Cas{14, false, 48, 48},
+          Cas{2, true, 36, 35}, Cas{28, true, 62, 61}, Cas{128, true, 162, 161}}) {
+      fixer_regle(regle);
+      const std::size_t longueur = regle == Regle::publiee ? c.longueur : c.classique;
+      Repertoire r(c.joliet, kDate, 20, 20, 0);
+      FicheRepertoire fiche;
+      fiche.extent = 0x01020304U;
+      const std::size_t rang = r.ajoute(fiche, octets_de_texte(std::string(c.nom, 'N')));
+      r.ferme(false);
+      const std::size_t ou = r.position(rang);
+      const Octets o(r.octets());
+      EXPECT_EQ(ou, 68U);
+      EXPECT_EQ(o.u8(ou), longueur) << c.nom;
+      EXPECT_EQ(o.u8(ou + 32), c.nom);
+      EXPECT_EQ(o.le32(ou + 2), 0x01020304U);
+      EXPECT_EQ(o.be32(ou + 6), 0x01020304U);
+      EXPECT_TRUE(o.rempli(ou + 33 + c.nom, 2048 - ou - 33 - c.nom));
+    }
 }
 
 TEST_F(Repertoires, donnees_systeme_derriere_le_nom_borde) {
   Repertoire r(false, kDate, 20, 20, 0);
-  const std::size_t ou = r.ajoute({}, octets_de_texte("AB"), octets_de_texte("AA\x0E\x02TEXTttxt"));
+  const std::size_t rang = r.ajoute({}, octets_de_texte("AB"), octets_de_texte("AA\x0E\x02TEXTttxt"));
+  r.ferme(false);
   const Octets o(r.octets());
-  EXPECT_EQ(o.u8(ou), 36 + 12);
-  EXPECT_EQ(o.texte(ou + 36, 4), "AA\x0E\x02");
+  EXPECT_EQ(o.u8(r.position(rang)), 36 + 12);
+  EXPECT_EQ(o.texte(r.position(rang) + 36, 4), "AA\x0E\x02");
 }
 
 // 45 records of 44 bytes behind "." and ".." end exactly at byte 2048: the last goes to the next sector.
@@ -62,14 +69,71 @@ TEST_F(Repertoires, aucune_fiche_ne_finit_a_la_fin_du_secteur) {
   for (const std::size_t derniere : {43, 44, 45, 46}) {
     Repertoire r(false, kDate, 20, 20, 0);
     for (int i = 0; i < 44; ++i) r.ajoute({}, octets_de_texte("NAMENAME.1;"));  // 44 bytes each
-    ASSERT_EQ(r.octets().size(), 68U + 44 * 44);
-    const std::size_t ou =
+    const std::size_t rang =
         r.ajoute({}, octets_de_texte("N"), octets_de_texte(std::string(derniere - 34, 's')));
-    EXPECT_EQ(ou, derniere < 44 ? 2004U : 2048U) << derniere;
-    EXPECT_TRUE(Octets(r.octets()).rempli(2004, ou - 2004));
+    fixer_regle(Regle::classique);  // the last to come is the last of the directory
     r.ferme(false);
+    EXPECT_EQ(r.position(rang), derniere < 44 ? 2004U : 2048U) << derniere;
+    EXPECT_TRUE(Octets(r.octets()).rempli(2004, r.position(rang) - 2004));
     EXPECT_EQ(r.taille(), derniere < 44 ? 2048U : 4096U);
   }
+}
+
+// ECMA-119 9.3: names filled with spaces (zeros in Joliet), then extensions, associated file first. The
+// classic rule keeps the order of their coming.
+TEST_F(Repertoires, fiches_dans_l_ordre_du_format) {
+  struct Fiche {
+    std::string nom;
+    std::uint8_t drapeaux = 0;
+  };
+  struct Cas {
+    bool joliet;
+    std::vector<Fiche> venues;
+    std::vector<std::size_t> ordre;  ///< ranks among these
+  };
+  const auto large = [](const std::string &texte) {
+    std::string octets;
+    for (const char c : texte) octets += {c == '\x01' ? '\x30' : '\0', c};
+    return octets;
+  };
+  std::vector<Cas> cas = {
+      {false, {{"B;1"}, {"A;1"}, {"AA;1"}}, {1, 2, 0}},
+      {false, {{"AB.A;1"}, {"A.Z;1"}, {"A.B;1"}, {"A;1"}, {"A_.A;1"}}, {3, 2, 1, 0, 4}},
+      // A space and "!" come before the dot, and the name "A" before both all the same.
+      {false, {{"A!;1"}, {"A .TXT;1"}, {"A.TXT;1"}}, {1, 2, 0}},
+      {false, {{"F;1"}, {"F;1", 4}}, {1, 0}},
+      {false, {{"Z", 2}, {"M;1"}, {"A", 2}}, {2, 1, 0}},
+      // An accent is a byte above all letters.
+      {false, {{"\xC9;1"}, {"Z;1"}}, {1, 0}},
+      {true, {{large("b;1")}, {large("B;1")}, {large("\x01;1")}, {large("a.b c;1")}}, {1, 3, 0, 2}},
+      {true, {{large("a b.txt;1")}, {large("a.txt;1")}, {large("a.t;1")}}, {2, 1, 0}},
+      // The dot of a folder parts nothing, as in a path table.
+      {true, {{large("a.b"), 2}, {large("a b"), 2}}, {1, 0}},
+  };
+  for (const Regle regle : {Regle::publiee, Regle::classique})
+    for (std::size_t n = 0; n < cas.size(); ++n) {
+      SCOPED_TRACE(n);
+      fixer_regle(regle);
+      const Cas &c = cas[n];
+      Repertoire r(c.joliet, kDate, 20, 20, 0);
+      std::vector<std::size_t> rangs;
+      for (const Fiche &f : c.venues) {
+        FicheRepertoire fiche;
+        fiche.drapeaux = f.drapeaux;
+        rangs.push_back(r.ajoute(fiche, octets_de_texte(f.nom)));
+      }
+      r.ferme(false);
+      std::vector<std::size_t> vus(c.venues.size());
+      for (std::size_t i = 0; i < vus.size(); ++i) vus[i] = i;
+      std::sort(vus.begin(), vus.end(),
+                [&](std::size_t a, std::size_t b) { return r.position(rangs[a]) < r.position(rangs[b]); });
+      std::vector<std::size_t> ordre = c.ordre;
+      if (regle == Regle::classique) std::sort(ordre.begin(), ordre.end());
+      EXPECT_EQ(vus, ordre);
+      for (std::size_t i = 0; i < vus.size(); ++i)
+        EXPECT_EQ(Octets(r.octets()).texte(r.position(rangs[i]) + 33, c.venues[i].nom.size()),
+                  c.venues[i].nom);
+    }
 }
 
 TEST_F(Repertoires, tailles_dans_les_deux_premieres_fiches) {
@@ -93,15 +157,24 @@ TEST_F(Repertoires, date_en_temps_universel_et_annee_sur_un_octet) {
       {0, {70, 1, 1, 0, 0, 0, 0}},
       {951'827'696, {100, 2, 29, 12, 34, 56, 0}},
       {5'000'000'000, {228, 6, 11, 8, 53, 20, 0}},  // 2128
-      {6'000'000'000, {4, 2, 18, 10, 40, 0, 0}},    // 2160: the byte starts again
+      {6'000'000'000, {255, 2, 18, 10, 40, 0, 0}},  // 2160
+      {-2'300'000'000, {0, 2, 11, 15, 6, 40, 0}},   // 1897
       {-1'000'000'000, {38, 4, 24, 22, 13, 20, 0}},
   };
-  for (const auto &[secondes, date] : cas) EXPECT_EQ(date_repertoire(secondes), date) << secondes;
+  for (const Regle regle : {Regle::publiee, Regle::classique})
+    for (auto [secondes, date] : cas) {
+      fixer_regle(regle);
+      if (regle == Regle::classique && secondes == 6'000'000'000) date[0] = 4;  // the byte starts again
+      if (regle == Regle::classique && secondes == -2'300'000'000) date[0] = 253;
+      EXPECT_EQ(date_repertoire(secondes), date) << secondes;
+    }
 }
 
 // The tables of a tree with two levels, records of the folders not in the order of their names.
 TEST_F(Repertoires, tables_des_chemins_en_largeur) {
-  for (const bool joliet : {false, true}) {
+  for (const auto &[joliet, classique] :
+       {std::pair{false, false}, std::pair{true, false}, std::pair{false, true}, std::pair{true, true}}) {
+    fixer_regle(classique ? Regle::classique : Regle::publiee);
     ArbreRepertoires arbre;
     arbre.joliet = joliet;
     arbre.racine = 100;
@@ -114,9 +187,14 @@ TEST_F(Repertoires, tables_des_chemins_en_largeur) {
       Repertoire r(joliet, kDate, arbre.prochain(), pere, 2048);
       std::vector<std::uint64_t> places;
       const std::uint64_t base = std::uint64_t{arbre.secteurs} * 2048;
-      for (const char c : noms) places.push_back(base + r.ajoute(dossier, octets_de_texte(nom(c))));
-      r.ajoute({}, octets_de_texte(nom('F')));
+      std::vector<std::size_t> rangs;
+      for (const char c : noms) rangs.push_back(r.ajoute(dossier, octets_de_texte(nom(c))));
+      r.ajoute({}, octets_de_texte(joliet ? std::string("\0F\0;\0"
+                                                        "1",
+                                                        6)
+                                          : "F;1"));
       r.ferme(false);
+      for (const std::size_t rang : rangs) places.push_back(base + r.position(rang));
       EXPECT_TRUE(arbre.ajoute(r));
       return places;
     };
@@ -137,7 +215,9 @@ TEST_F(Repertoires, tables_des_chemins_en_largeur) {
       std::uint32_t extent, pere;
       char nom;
     };
-    const Entree attendues[] = {{100, 1, 0}, {101, 1, 'Z'}, {103, 1, 'B'}, {102, 2, 'C'}};
+    // By level, parent and name (ECMA-119 6.9.1), or as the records came.
+    std::vector<Entree> attendues = {{100, 1, 0}, {103, 1, 'B'}, {101, 1, 'Z'}, {102, 3, 'C'}};
+    if (classique) attendues = {{100, 1, 0}, {101, 1, 'Z'}, {103, 1, 'B'}, {102, 2, 'C'}};
     for (std::size_t i = 0; i < 4; ++i) {
       const Octets l = Octets(tables->l).partie(i * pas, pas);
       const Octets m = Octets(tables->m).partie(i * pas, pas);
@@ -178,11 +258,16 @@ TEST(Descripteurs, champs_des_deux_descripteurs) {
   const std::string label = "Disque d\xE9mo 1234567";  // 19 characters
   const SecteurDescripteur p = descripteur_primaire(entete, plan_essai(), label);
   SecteurDescripteur j = descripteur_joliet(p, entete, plan_essai(), label);
+  fixer_regle(Regle::classique);
+  const SecteurDescripteur classique = descripteur_primaire(entete, plan_essai(), label);
+  fixer_regle(Regle::publiee);
+  EXPECT_EQ(Octets(classique).texte(40, 32), "DISQUE_DEMO_" + std::string(20, ' '));
+  EXPECT_EQ(Octets(classique).texte(813, 17), std::string("2000022912000000\0", 17));
   ::unsetenv("SOURCE_DATE_EPOCH");
   const Octets o(p);
   EXPECT_EQ(o.texte(0, 7), std::string("\1CD001\1"));
   EXPECT_EQ(o.texte(8, 32), "SYSTEME_1" + std::string(23, ' '));
-  EXPECT_EQ(o.texte(40, 32), "DISQUE_DEMO_" + std::string(20, ' '));
+  EXPECT_EQ(o.texte(40, 32), "DISQUE_DEMO_1234567" + std::string(13, ' '));
   EXPECT_EQ(o.le32(80), 0x11223U);
   EXPECT_EQ(o.be32(84), 0x11223U);
   EXPECT_EQ(o.texte(120, 12), std::string("\1\0\0\1\1\0\0\1\0\x08\x08\0", 12));
@@ -199,8 +284,7 @@ TEST(Descripteurs, champs_des_deux_descripteurs) {
   EXPECT_EQ(o.texte(318, 20), "EDITEUR___FILS      ");
   EXPECT_TRUE(o.rempli(446, 256, ' '));
   EXPECT_EQ(o.texte(702, 37), "COPYR.ETE" + std::string(28, ' '));
-  // Minutes and seconds of the creation date stay zero.
-  EXPECT_EQ(o.texte(813, 17), std::string("2000022912000000\0", 17));
+  EXPECT_EQ(o.texte(813, 17), std::string("2000022912345600\0", 17));
   for (const std::uint64_t q : {830, 847, 864}) EXPECT_EQ(o.texte(q, 17), std::string(16, '0') + '\0');
   EXPECT_EQ(o.u8(881), 1);
   EXPECT_TRUE(o.rempli(882, 1166));
@@ -303,25 +387,29 @@ plateforme::DonneesRecherche donnees(const std::string &nom_long, const std::str
 class NomsDisque : public EssaiProjet {};
 
 TEST_F(NomsDisque, un_nom_deja_pris_recoit_un_numero) {
+  fixer_regle(Regle::classique);
   NomsIso noms;
-  EXPECT_EQ(noms.fichier(donnees("readme.txt")), "README.TXT;1");
-  EXPECT_EQ(noms.fichier(donnees("A long name.text", "ALONGN~1.TEX")), "ALONGN~1.TEX;1");
+  const auto pris = [&](const plateforme::DonneesRecherche &d) {
+    return noms.fichier(item(1, -1, d.nom_long), d);
+  };
+  EXPECT_EQ(pris(donnees("readme.txt")), "README.TXT;1");
+  EXPECT_EQ(pris(donnees("A long name.text", "ALONGN~1.TEX")), "ALONGN~1.TEX;1");
   EXPECT_TRUE(script.journaux.empty());
-  EXPECT_EQ(noms.fichier(donnees("README.TXT")), "README~1.TXT;1");
-  EXPECT_EQ(noms.fichier(donnees("ReadMe.Txt")), "README~2.TXT;1");
-  EXPECT_EQ(noms.fichier(donnees("longname.c")), "LONGNAME.C;1");
-  EXPECT_EQ(noms.fichier(donnees("longname.C")), "LONGNA~1.C;1");
+  EXPECT_EQ(pris(donnees("README.TXT")), "README~1.TXT;1");
+  EXPECT_EQ(pris(donnees("ReadMe.Txt")), "README~2.TXT;1");
+  EXPECT_EQ(pris(donnees("longname.c")), "LONGNAME.C;1");
+  EXPECT_EQ(pris(donnees("longname.C")), "LONGNA~1.C;1");
   EXPECT_EQ(script.journaux.size(), 3U);
   // Twelve of a kind: the number grows into the name, which keeps to eight characters and stays unique.
   std::set<std::string> vus;
   for (int i = 0; i < 1200; ++i) {
-    const std::string nom = noms.fichier(donnees("abcdefgh.i"));
+    const std::string nom = pris(donnees("abcdefgh.i"));
     EXPECT_TRUE(vus.insert(nom).second) << nom;
     EXPECT_LE(nom.find('.'), 8U) << nom;
     EXPECT_TRUE(nom.ends_with(".I;1"));
   }
   // A folder and a file share one directory, and a reader shows the file without its version.
-  EXPECT_EQ(noms.fichier(donnees("sound")), "SOUND;1");
+  EXPECT_EQ(pris(donnees("sound")), "SOUND;1");
   RubriqueProjet homonyme = item(1, 6, "SOUND");
   ecrit_champ_coupe(homonyme.chemin, kCheminVirtuel);
   EXPECT_EQ(noms.dossier(homonyme, donnees("SOUND")), "SOUND~1");
@@ -331,7 +419,70 @@ TEST_F(NomsDisque, un_nom_deja_pris_recoit_un_numero) {
   EXPECT_EQ(noms.dossier(virtuel, donnees("README")), "README~1");
 }
 
-// The two records of a file of an ISO+ project: the source name, cut at 12, ahead of the short one.
+// The ISO view's name in the form of ECMA-119 7.5 and 7.6, else the 8.3 name of the source; numbered where
+// two meet. Foreseen lengths hold but for the numbers.
+TEST_F(NomsDisque, identifiants_du_format) {
+  struct Cas {
+    const char *source, *court, *nom_iso;
+    bool dossier;
+    const char *iso, *joliet;
+  };
+  NomsIso noms;
+  NomsJoliet noms_joliet;
+  for (const Cas &c : {
+           Cas{"readme.txt", "", "readme.txt", false, "README.TXT;1", "readme.txt;1"},
+           Cas{"A long name.text", "ALONGN~1.TEX", "A long name.text", false, "ALONGN_1.TEX;1",
+               "A long name.text;1"},
+           Cas{"plain", "", "plain", false, "PLAIN.;1", "plain;1"},
+           Cas{"x-y&z.c++", "X-Y&Z~1.C__", "x-y&z.c++", false, "X_Y_Z_1.C__;1", "x-y&z.c++;1"},
+           // Names typed in the ISO view.
+           Cas{"other.txt", "", "Typed.doc", false, "TYPED.DOC;1", "Typed.doc;1"},
+           Cas{"other2.txt", "", "A longer typed name.html", false, "ALONGE_1.HTM;1",
+               "A longer typed name.html;1"},
+           Cas{"other3.txt", "", "\xC9t\xE9;1.txt", false, "ETE_1_1.TXT;1", "Été_1.txt;1"},
+           Cas{"Folder", "", "Renamed", true, "RENAMED", "Renamed"},
+           Cas{"Folder two", "FOLDER~1", "Renamed folder", true, "RENAME_1", "Renamed folder"},
+           Cas{"v1.0 beta", "V10BET~1", "v1.0 beta", true, "V10BET_1", "v1.0 beta"},
+           // Met again: by case, by what the form takes away, by what a reader hides.
+           Cas{"Readme.Txt", "README.TXT", "Readme.Txt", false, "README_1.TXT;1", "Readme.Txt;1"},
+           Cas{"plain", "", "plain", true, "PLAIN_1", "plain~1"},
+       }) {
+    SCOPED_TRACE(c.nom_iso);
+    RubriqueProjet r = item(1, c.dossier ? 5 : -1, c.source);
+    ecrit_champ_coupe(r.nom_court, *c.court == '\0' ? c.source : c.court, r.nom_court.size());
+    ecrit_champ_coupe(r.nom_iso, c.nom_iso);
+    const auto d = donnees(c.source, c.court);
+    const std::string iso = c.dossier ? noms.dossier(r, d) : noms.fichier(r, d);
+    EXPECT_EQ(iso, c.iso);
+    const std::string joliet = noms_joliet.place(r, d).octets;
+    const std::vector<std::uint8_t> octets(joliet.begin(), joliet.end());
+    EXPECT_EQ(outils::utf16be_vers_utf8(Octets(octets)), c.joliet);
+    EXPECT_LE(iso.size(), longueurs_noms(r).iso + 2);
+    EXPECT_LE(joliet.size(), longueurs_noms(r).joliet + 4);
+  }
+  // The number grows into the name, which keeps its form and stays unique.
+  std::set<std::string> vus;
+  const RubriqueProjet r = item(1, -1, "abcdefgh.i");
+  for (int i = 0; i < 1200; ++i) {
+    const std::string nom = noms.fichier(r, donnees("abcdefgh.i"));
+    EXPECT_TRUE(vus.insert(nom).second && nom.size() <= 12 && nom.ends_with(".I;1")) << nom;
+  }
+  // One identifier for both records of a file.
+  RubriqueProjet paire = item(1, -7, "double and longer");
+  paire.codage(Codage::apple);
+  paire.lg_rsrc = 1U;
+  ecrit_champ_coupe(paire.nom_court, "DOUBLE~1", paire.nom_court.size());
+  const auto d = donnees("double and longer", "DOUBLE~1");
+  const NomsIso::Paire deux = noms.fichier_apple(paire, d);
+  EXPECT_EQ(deux.data, "DOUBLE_1.;1");
+  EXPECT_EQ(deux.ressource, deux.data);
+  EXPECT_EQ(longueurs_noms_apple(paire).ressource_iso, deux.data.size());
+  paire.lg_rsrc = 0U;
+  EXPECT_EQ(noms.fichier_apple(paire, d).ressource, "");
+}
+
+// The two records of a file of an ISO+ project under the classic rule: the source name, cut at 12, ahead of
+// the short one.
 TEST_F(NomsDisque, paires_de_fiches) {
   struct Cas {
     const char *quoi, *source, *court;
@@ -339,6 +490,7 @@ TEST_F(NomsDisque, paires_de_fiches) {
     std::uint32_t rsrc;
     const char *iso_rsrc, *iso_data, *joliet;
   };
+  fixer_regle(Regle::classique);
   NomsIso noms;
   NomsJoliet noms_joliet;
   for (const Cas &c : {

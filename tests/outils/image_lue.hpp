@@ -20,7 +20,8 @@ constexpr std::int64_t kEcart1904 = 2'082'844'800;  ///< seconds from 1904 to 19
 /// What a kind of image holds.
 struct Cotes {
   bool iso = true, mac = true, hfsplus = false;
-  bool apple = false;  ///< the ISO side has Apple's fields and pairs of forks
+  bool apple = false;   ///< the ISO side has Apple's fields and pairs of forks
+  bool jointe = false;  ///< the volume was put behind an ISO image, whose volume space size stays
 };
 
 /// Everything the independent readers find in an image.
@@ -66,8 +67,8 @@ inline ImageLue lit_image(const std::string &chemin, Cotes cotes) {
   std::vector<Plage> plages;
   std::unordered_map<std::uint64_t, std::uint64_t> fichiers_iso;  // start of the data, end of its sectors
   if (cotes.iso) {
-    image.iso = lit_iso(image.vue, false, cotes.apple);
-    image.joliet = lit_iso(image.vue, true, cotes.apple);
+    image.iso = lit_iso(image.vue, false, cotes.apple, regle(), !cotes.jointe);
+    image.joliet = lit_iso(image.vue, true, cotes.apple, regle(), !cotes.jointe);
     for (const ArbreIso *arbre : {&image.iso, &image.joliet}) {
       recueille(arbre->fautes);
       plages.insert(plages.end(), arbre->plages.begin(), arbre->plages.end());
@@ -143,15 +144,9 @@ class Confrontation {
     const std::size_t attendus = s_.fichiers().size() + s_.dossiers().size() + 1;
     f_.exige(joliet.size() == attendus,
              "Joliet: " + std::to_string(joliet.size()) + " entries instead of " + std::to_string(attendus));
-    if (!f_.exige(iso.size() == joliet.size(), "the two trees differ in size")) return;
-    for (std::size_t i = 0; i < iso.size(); ++i) {
-      par_joliet_[joliet[i].chemin] = i;
-      const bool pareils =
-          iso[i].dossier == joliet[i].dossier && iso[i].drapeaux == joliet[i].drapeaux &&
-          iso[i].date == joliet[i].date && iso[i].pere == joliet[i].pere &&
-          (iso[i].dossier || (iso[i].extent == joliet[i].extent && iso[i].taille == joliet[i].taille));
-      if (!pareils) f_.note("the trees disagree about " + joliet[i].chemin);
-    }
+    rangs_ = rangs_iso(i_.iso, i_.joliet, f_);
+    if (rangs_.empty()) return;
+    for (std::size_t i = 0; i < joliet.size(); ++i) par_joliet_[joliet[i].chemin] = i;
     for (const DossierSource &d : s_.dossiers()) {
       const EntreeIso *e = entree(s_.chemin_dans(&DossierSource::nom_joliet, d.chemin, d.nom_joliet), joliet);
       if (e != nullptr && !(e->dossier && e->cache() == d.cache)) f_.note("Joliet: folder " + d.chemin);
@@ -164,7 +159,7 @@ class Confrontation {
         f_.note("Joliet: content of " + f.chemin);
       if (e->dossier || e->cache() != f.cache) f_.note("Joliet: flags of " + f.chemin);
       if (e->date != date_iso(f.date)) f_.note("Joliet: date of " + f.chemin);
-      const std::string nom = iso[par_joliet_[chemin]].nom();
+      const std::string nom = iso[rangs_[par_joliet_[chemin]]].nom();
       if (!f.nom_iso.empty() && nom != f.nom_iso + ";1") f_.note("ISO: " + f.chemin + " is named " + nom);
     }
   }
@@ -228,7 +223,7 @@ class Confrontation {
     const auto place =
         par_joliet_.find(s_.chemin_dans(&DossierSource::nom_joliet, f.chemin, f.nom_joliet + ";1"));
     exige(place != par_joliet_.end() &&
-              i_.iso.entrees[place->second].extent * kSecteurLu == i_.volume.octet(o.data.debut),
+              i_.joliet.entrees[place->second].extent * kSecteurLu == i_.volume.octet(o.data.debut),
           "shared place");
   }
 
@@ -236,6 +231,7 @@ class Confrontation {
   ArbreSource &s_;
   Fautes &f_;
   std::unordered_map<std::string, std::size_t> par_joliet_;
+  std::vector<std::size_t> rangs_;  ///< in the ISO tree, of the entries of the Joliet tree
   std::unordered_map<std::string, const ObjetMac *> par_mac_;
 };
 

@@ -2,8 +2,12 @@
 
 #include <array>
 #include <deque>
+#include <optional>
+#include <regex>
 #include <set>
+#include <tuple>
 
+#include "IO/ecarts.hpp"
 #include "outils/octets_lus.hpp"
 
 namespace varnion::outils {
@@ -17,8 +21,9 @@ struct EntreeIso {
   std::uint32_t extent = 0, taille = 0;
   std::uint8_t drapeaux = 0;
   std::array<std::uint8_t, 7> date{};
-  std::size_t pere = 0;        ///< rank of the directory that holds it
-  std::string type, createur;  ///< of the Apple system-use field
+  std::size_t pere = 0;               ///< rank of the directory that holds it
+  std::string type, createur;         ///< of the Apple system-use field
+  std::uint16_t drapeaux_finder = 0;  ///< likewise
 
   [[nodiscard]] bool cache() const { return (drapeaux & 1) != 0; }
   [[nodiscard]] bool associe() const { return (drapeaux & 4) != 0; }
@@ -42,11 +47,17 @@ struct ArbreIso {
   }
 };
 
-/// Reads one tree and checks what the standard asks of it. Bounded by the size of the image.
+/// Reads one tree and checks what the standard asks of it. Bounded by the size of the image. An image of the
+/// classic rule may depart in this alone: no pad byte in Joliet records, any order of the records and of the
+/// folders of one parent, any volume space size.
 class LecteurIso {
  public:
   /// `apple`: each file has Apple's system-use field, and forks may lie in pairs of records.
-  LecteurIso(Octets image, bool joliet, bool apple) : image_(image), apple_(apple) { arbre_.joliet = joliet; }
+  /// `entiere`: the volume space is all of the image.
+  LecteurIso(Octets image, bool joliet, bool apple, Regle regle, bool entiere)
+      : image_(image), apple_(apple), publiee_(regle == Regle::publiee), entiere_(entiere && publiee_) {
+    arbre_.joliet = joliet;
+  }
 
   ArbreIso lit() {
     const std::uint64_t p = descripteur();
@@ -102,8 +113,11 @@ class LecteurIso {
     arbre_.chemins_l = image_.le32(p + 140);
     arbre_.chemins_m = image_.be32(p + 148);
     exige(image_.u8(p + 881) == 1, "file structure version");
-    exige(arbre_.taille_volume <= image_.taille() / kSecteurLu || arbre_.taille_volume > 0,
-          "volume space size");
+    exige(entiere_ ? std::uint64_t{arbre_.taille_volume} * kSecteurLu == image_.taille()
+                   : arbre_.taille_volume > 0,
+          "volume space size " + std::to_string(arbre_.taille_volume) + ", image of " +
+              std::to_string(image_.taille()) + " bytes");
+    if (arbre_.joliet) exige(image_.rempli(p + 91, 29), "escape sequences");
     plage(p, kSecteurLu, "descriptor");
     const std::uint64_t chemins = (arbre_.taille_chemins + kSecteurLu - 1) / kSecteurLu * kSecteurLu;
     plage(arbre_.chemins_l * kSecteurLu, chemins, "path table L");
@@ -146,6 +160,7 @@ class LecteurIso {
     plage(debut, ici.taille, ou);
     std::set<std::string> noms;
     std::size_t fiches = 0;
+    avant_.reset();
     for (std::uint64_t s = debut; s < debut + ici.taille; s += kSecteurLu) {
       std::uint64_t p = s;
       while (p < s + kSecteurLu && image_.u8(p) != 0) {
@@ -170,8 +185,10 @@ class LecteurIso {
     const std::string brut = image_.texte(p + 33, lg_nom);
     EntreeIso e = lit_fiche(p);
     e.pere = rang;
-    // A pad byte behind a name of even length (ECMA-119 9.1.12); the Joliet tree here goes without.
-    const std::uint64_t suite = !arbre_.joliet && lg_nom % 2 == 0 ? 1 : 0;
+    // A pad byte behind a name of even length (ECMA-119 9.1.12); the Joliet tree of the classic rule goes
+    // without.
+    const std::uint64_t suite = (publiee_ || !arbre_.joliet) && lg_nom % 2 == 0 ? 1 : 0;
+    exige(!publiee_ || longueur % 2 == 0, ou + ": a record of odd length");
     const bool signe = apple_ && numero >= 2 && !e.dossier;
     exige(longueur == 33 + lg_nom + suite + (signe ? 14 : 0), ou + ": length of a record");
     if (signe) lit_apple(p + 33 + lg_nom + suite, e, ou);
@@ -184,12 +201,18 @@ class LecteurIso {
       return;
     }
     const std::string nom = arbre_.joliet ? utf16be_vers_utf8(image_.partie(p + 33, lg_nom)) : brut;
+    CleLue cle = cle_de(p, lg_nom, e.dossier, e.associe());
+    exige(!publiee_ || !avant_ || *avant_ < cle, ou + ": " + nom + " is out of order");
+    avant_ = std::move(cle);
     exige(noms.insert(e.associe() ? nom + "/rsrc" : nom).second, ou + ": two records named " + nom);
     exige(!e.associe() || (signe && e.taille != 0), ou + ": an associated file " + nom);
     exige(nom.find('/') == std::string::npos, ou + ": a name with a separator");
     const bool version = nom.size() > 2 && nom.ends_with(";1");
     exige(version != e.dossier, ou + ": version of " + nom);
-    if (apple_ && !arbre_.joliet && !e.dossier) {
+    if (publiee_) {
+      exige(arbre_.joliet ? nom_joliet(nom, e.dossier, lg_nom) : identifiant(nom, e.dossier),
+            ou + ": name " + nom);
+    } else if (apple_ && !arbre_.joliet && !e.dossier) {
       exige(nom.size() <= 12 + 2, ou + ": name " + nom);
     } else if (!arbre_.joliet)
       exige(nom_83(e.dossier ? nom : nom.substr(0, nom.size() - 2)), ou + ": name " + nom);
@@ -201,13 +224,57 @@ class LecteurIso {
     arbre_.entrees.push_back(std::move(e));
   }
 
+  /// Characters of an identifier, in the two numbers of an order: what fills the shorter comes before all.
+  using Caracteres = std::vector<int>;
+  /// ECMA-119 9.3: name, extension, version downwards (all have 1 here), associated file first. A folder's
+  /// identifier has no parts.
+  using CleLue = std::tuple<Caracteres, Caracteres, int>;
+
+  // Padding with spaces (zeros in Joliet) comes to dropping them at the end where no character is smaller.
+  Caracteres caracteres(std::uint64_t p, std::uint64_t lg) {
+    Caracteres c;
+    for (std::uint64_t i = 0; i < lg; i += arbre_.joliet ? 2 : 1)
+      c.push_back(arbre_.joliet ? image_.be16(p + i) : image_.u8(p + i));
+    while (!c.empty() && c.back() == (arbre_.joliet ? 0 : ' ')) c.pop_back();
+    return c;
+  }
+
+  CleLue cle_de(std::uint64_t p, std::uint64_t lg, bool dossier, bool associe) {
+    Caracteres nom = caracteres(p + 33, lg);
+    Caracteres extension;
+    if (!dossier) {
+      nom.erase(std::find(nom.rbegin(), nom.rend(), ';').base() - 1, nom.end());
+      const auto point = std::find(nom.rbegin(), nom.rend(), '.');
+      if (point != nom.rend()) {
+        extension.assign(point.base(), nom.end());
+        nom.erase(point.base() - 1, nom.end());
+      }
+    }
+    return {std::move(nom), std::move(extension), associe ? 0 : 1};
+  }
+
   // Apple's field for a file of a Macintosh disk: signature, length, version, type, creator, Finder flags.
   void lit_apple(std::uint64_t p, EntreeIso &e, const std::string &ou) {
     exige(image_.texte(p, 2) == "AA" && image_.u8(p + 2) == 14 && image_.u8(p + 3) == 2,
           ou + ": Apple field of a record");
     e.type = image_.texte(p + 4, 4);
     e.createur = image_.texte(p + 8, 4);
-    exige(image_.rempli(p + 12, 2), ou + ": Finder flags of a record");
+    e.drapeaux_finder = image_.be16(p + 12);
+    exige(publiee_ || e.drapeaux_finder == 0, ou + ": Finder flags of a record");
+  }
+
+  // ECMA-119 7.5 and 7.6 at level 1: d-characters, in a file name a dot whatever there is behind it.
+  static bool identifiant(const std::string &nom, bool dossier) {
+    static const std::regex fichier("[A-Z0-9_]{0,8}\\.[A-Z0-9_]{0,3};1"), repertoire("[A-Z0-9_]{1,8}");
+    return nom != ".;1" && std::regex_match(nom, dossier ? repertoire : fichier);
+  }
+
+  // What the Joliet specification lets into a name, of 64 units at most.
+  static bool nom_joliet(const std::string &nom, bool dossier, std::uint64_t octets) {
+    const std::string seul = dossier ? nom : nom.substr(0, nom.size() - 2);
+    return octets <= 128 && octets % 2 == 0 && std::none_of(seul.begin(), seul.end(), [](char c) {
+             return (c >= 0 && c < ' ') || std::string_view("*/:;?\\").find(c) != std::string_view::npos;
+           });
   }
 
   // Eight characters, one dot, three: what a PC without long names can open.
@@ -220,7 +287,7 @@ class LecteurIso {
                         [](char c) { return (c >= 'a' && c <= 'z') || c == ' ' || c == '*' || c == '?'; });
   }
 
-  // ECMA-119 9.4: one entry for each directory, parents before children, both byte orders alike.
+  // ECMA-119 9.4 and 6.9.1: one entry for each directory, by level, parent and name, both byte orders alike.
   void verifie_chemins(std::uint32_t secteur, bool gros) {
     const std::string ou = gros ? "path table M" : "path table L";
     const Octets table = image_.partie(secteur * kSecteurLu, arbre_.taille_chemins);
@@ -232,6 +299,8 @@ class LecteurIso {
       if (e.dossier) attendus.insert({e.extent, e.chemin});
     std::vector<std::string> chemins;
     std::size_t dernier_pere = 1;
+    Caracteres dernier_nom;
+    std::vector<std::size_t> niveaux;
     while (p < table.taille()) {
       const std::uint64_t lg = table.u8(p);
       const std::uint32_t extent = gros ? table.be32(p + 2) : table.le32(p + 2);
@@ -240,6 +309,13 @@ class LecteurIso {
       if (!exige(pere >= 1 && pere <= std::max<std::size_t>(chemins.size(), 1), ou + ": parent number"))
         return;
       exige(pere >= dernier_pere, ou + ": parents out of order");
+      niveaux.push_back(niveaux.empty() ? 1 : niveaux[pere - 1] + 1);
+      exige(niveaux.size() < 2 || niveaux.back() >= niveaux[niveaux.size() - 2],
+            ou + ": levels out of order");
+      Caracteres nom_lu = caracteres(secteur * kSecteurLu + p + 8, lg);
+      if (niveaux.size() > 2 && pere == dernier_pere)
+        exige(!publiee_ || dernier_nom < nom_lu, ou + ": names out of order");
+      dernier_nom = std::move(nom_lu);
       dernier_pere = pere;
       std::string chemin;
       if (!chemins.empty()) {
@@ -256,13 +332,55 @@ class LecteurIso {
   }
 
   Octets image_;
-  bool apple_;
+  bool apple_, publiee_, entiere_;
   ArbreIso arbre_;
+  std::optional<CleLue> avant_;  ///< of the record before, in one directory
   std::set<std::uint32_t> vus_;
 };
 
-inline ArbreIso lit_iso(Octets image, bool joliet, bool apple = false) {
-  return LecteurIso(image, joliet, apple).lit();
+inline ArbreIso lit_iso(Octets image, bool joliet, bool apple = false, Regle regle = varnion::regle(),
+                        bool entiere = true) {
+  return LecteurIso(image, joliet, apple, regle, entiere).lit();
+}
+
+/// For each entry of the Joliet tree the one of the ISO tree that is the same file or folder, by all but the
+/// name: the two are sorted apart. A fault where they are not the same tree.
+inline std::vector<std::size_t> rangs_iso(const ArbreIso &iso, const ArbreIso &joliet, Fautes &fautes) {
+  struct Cote {
+    const ArbreIso &arbre;
+    std::vector<std::vector<std::size_t>> enfants;
+    std::vector<std::string> marques;  ///< of an entry and all that is in it
+
+    explicit Cote(const ArbreIso &a) : arbre(a), enfants(a.entrees.size()), marques(a.entrees.size()) {
+      for (std::size_t i = 1; i < a.entrees.size(); ++i) enfants[a.entrees[i].pere].push_back(i);
+      for (std::size_t i = a.entrees.size(); i-- > 0;) {  // what a folder holds stands behind it
+        const EntreeIso &e = a.entrees[i];
+        std::string &m = marques[i];
+        m = std::to_string(e.drapeaux) + e.type + e.createur + std::to_string(e.drapeaux_finder) +
+            std::string(e.date.begin(), e.date.end());
+        if (!e.dossier) m += "/" + std::to_string(e.extent) + "/" + std::to_string(e.taille);
+        std::vector<std::size_t> &ici = enfants[i];
+        std::sort(ici.begin(), ici.end(),
+                  [&](std::size_t x, std::size_t y) { return marques[x] < marques[y]; });
+        std::size_t somme = ici.size();
+        for (const std::size_t n : ici) somme = somme * 31 + std::hash<std::string>{}(marques[n]);
+        m += "/" + std::to_string(somme);
+      }
+    }
+  };
+  std::vector<std::size_t> rangs(joliet.entrees.size(), 0);
+  if (!fautes.exige(iso.entrees.size() == joliet.entrees.size() && !iso.entrees.empty(),
+                    "the two trees differ in size"))
+    return {};
+  const Cote a(iso), b(joliet);
+  for (std::size_t i = 0; i < rangs.size(); ++i) {
+    const auto &ici = a.enfants[rangs[i]];
+    if (!fautes.exige(a.marques[rangs[i]] == b.marques[i] && ici.size() == b.enfants[i].size(),
+                      "the trees disagree about " + joliet.entrees[i].chemin))
+      return {};
+    for (std::size_t n = 0; n < ici.size(); ++n) rangs[b.enfants[i][n]] = ici[n];
+  }
+  return rangs;
 }
 
 }  // namespace varnion::outils

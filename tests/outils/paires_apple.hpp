@@ -13,16 +13,10 @@ class ConfrontationApple {
 
   void verifie() {
     const auto &joliet = i_.joliet.entrees;
-    if (!f_.exige(i_.iso.entrees.size() == joliet.size(), "the two trees differ in size")) return;
-    for (std::size_t i = 0; i < joliet.size(); ++i) {
+    rangs_ = rangs_iso(i_.iso, i_.joliet, f_);
+    if (rangs_.empty()) return;
+    for (std::size_t i = 0; i < joliet.size(); ++i)
       (joliet[i].associe() ? ressources_ : autres_)[joliet[i].chemin] = i;
-      const EntreeIso &e = i_.iso.entrees[i];
-      const bool pareils = e.dossier == joliet[i].dossier && e.drapeaux == joliet[i].drapeaux &&
-                           e.date == joliet[i].date && e.pere == joliet[i].pere && e.type == joliet[i].type &&
-                           e.createur == joliet[i].createur &&
-                           (e.dossier || (e.extent == joliet[i].extent && e.taille == joliet[i].taille));
-      if (!pareils) f_.note("the trees disagree about " + joliet[i].chemin);
-    }
     for (const DossierSource &d : s_.dossiers())
       if (autres_.count(s_.chemin_dans(&DossierSource::nom_joliet, d.chemin, d.nom_joliet)) == 0)
         f_.note("no folder " + d.chemin);
@@ -55,16 +49,19 @@ class ConfrontationApple {
                   "no resource record ahead of " + chemin))
       return 1;
     verifie_fiche(f, rsrc->second, f.mac.rsrc, "resource fork");
+    f_.exige(regle() == Regle::classique ||
+                 i_.iso.entrees[rangs_[rsrc->second]].nom() == i_.iso.entrees[rangs_[data->second]].nom(),
+             f.chemin + ": the two forks have no name in common");
     verifie_nom_iso(f, rsrc->second, true);
-    const EntreeIso &r = i_.iso.entrees[rsrc->second];
+    const EntreeIso &r = i_.joliet.entrees[rsrc->second];
     const std::uint32_t fin = r.extent + (r.taille + 2047) / 2048;
-    f_.exige(f.mac.data.empty() || i_.iso.entrees[data->second].extent == fin,
+    f_.exige(f.mac.data.empty() || i_.joliet.entrees[data->second].extent == fin,
              f.chemin + ": the data fork does not follow the resource fork");
     return 2;
   }
 
   void verifie_fiche(const FichierSource &f, std::size_t rang, const std::string &octets, const char *quoi) {
-    const EntreeIso &e = i_.iso.entrees[rang];
+    const EntreeIso &e = i_.joliet.entrees[rang];
     const auto exige = [&](bool vrai, const char *faute) {
       if (!vrai) f_.note(f.chemin + ": " + faute + " of the " + quoi);
     };
@@ -72,17 +69,27 @@ class ConfrontationApple {
     exige(e.type == f.mac.type && e.createur == f.mac.createur, "type and creator");
     exige(e.cache() == f.cache, "flags");
     exige(e.date == date(f), "date");
+    exige(regle() == Regle::classique || e.drapeaux_finder == drapeaux(f), "Finder flags");
   }
 
-  // The source name in upper case, cut at 12: a name out of ASCII may stand there in its short form, which
-  // the data record of a pair has anyway.
+  static std::uint16_t drapeaux(const FichierSource &f) {
+    const bool tete = f.forme == Forme::macbinary || f.forme == Forme::binhex;
+    const bool apple = f.forme == Forme::applesingle || f.forme == Forme::appledouble;
+    return static_cast<std::uint16_t>((f.cache ? 0x4000 : 0) | (tete ? f.mac.drapeaux : 0) |
+                                      (apple ? f.mac.drapeaux & 0x0400 : 0));
+  }
+
+  // Under the classic rule the source name in upper case, cut at 12: a name out of ASCII may stand there in
+  // its short form, which the data record of a pair has anyway.
   void verifie_nom_iso(const FichierSource &f, std::size_t rang, bool de_la_source) {
+    if (regle() == Regle::publiee) return;
     std::string nom = ArbreSource::feuille(f.chemin).substr(0, 12);
     const bool ascii = std::all_of(f.chemin.begin(), f.chemin.end(), [](char c) { return c > 0; });
     if (!de_la_source || !ascii) return;
     std::transform(nom.begin(), nom.end(), nom.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
-    f_.exige(i_.iso.entrees[rang].nom() == nom + ";1", f.chemin + ": ISO name " + i_.iso.entrees[rang].nom());
+    const std::string vu = i_.iso.entrees[rangs_[rang]].nom();
+    f_.exige(vu == nom + ";1", f.chemin + ": ISO name " + vu);
   }
 
   static std::array<std::uint8_t, 7> date(const FichierSource &f) {
@@ -90,7 +97,13 @@ class ConfrontationApple {
     const std::uint32_t depuis_1904 = f.forme == Forme::macbinary ? f.mac.modification
                                       : f.forme == Forme::binhex  ? date_mac_locale(f.date)
                                                                   : 0;
-    auto d = date_iso(static_cast<std::int64_t>(depuis_1904) - kEcart1904);
+    const std::int64_t secondes = static_cast<std::int64_t>(depuis_1904) - kEcart1904;
+    if (regle() == Regle::publiee) {  // a container without a date leaves that of its file
+      const std::time_t maintenant = std::time(nullptr);
+      std::tm local{};
+      return date_iso(depuis_1904 == 0 ? f.date : secondes - ::localtime_r(&maintenant, &local)->tm_gmtoff);
+    }
+    auto d = date_iso(secondes);
     d[0] %= 100;
     return d;
   }
@@ -99,6 +112,7 @@ class ConfrontationApple {
   ArbreSource &s_;
   Fautes &f_;
   std::unordered_map<std::string, std::size_t> autres_, ressources_;
+  std::vector<std::size_t> rangs_;  ///< in the ISO tree, of the entries of the Joliet tree
 };
 
 }  // namespace varnion::outils

@@ -422,7 +422,7 @@ TEST_F(Compile, TheBoxChangesTheProject) {
       descripteur->accept();
     };
     forme->findChild<QAbstractButton *>("Avance")->click();
-    EXPECT_EQ(champ(forme, "label_iso")->text(), "NAME OF MORE THA");
+    EXPECT_EQ(champ(forme, "label_iso")->text(), "NAME OF MORE THAN SIXTEEN");
     forme->accept();
   });
   execute("Compil1");
@@ -556,7 +556,7 @@ TEST_F(Images, AreJoinedAndPartedToNewFiles) {
   execute("Hybrid1");
   EXPECT_EQ(vus_.size(), 2) << tout_vu();
   EXPECT_TRUE(fenetre_->statusBar()->currentMessage().contains("hybrid image"));
-  const outils::ImageLue lue = outils::lit_image(bac("iso-hybrid.iso"), {true, true, false});
+  const outils::ImageLue lue = outils::lit_image(bac("iso-hybrid.iso"), {.jointe = true});
   EXPECT_TRUE(lue.fautes.vide()) << lue.fautes.texte();
   EXPECT_EQ(octets(bac("iso.iso")), iso);
   EXPECT_EQ(octets(bac("mac.dmg")), mac);
@@ -639,7 +639,7 @@ TEST_F(Images, AreChangedThemselvesOnlyWhenThatIsConfirmed) {
   EXPECT_TRUE(octets(bac("iso.iso")) == iso);
   question("itself is changed", true);
   execute("Hybrid1");
-  const outils::ImageLue lue = outils::lit_image(bac("iso.iso"), {true, true, false});
+  const outils::ImageLue lue = outils::lit_image(bac("iso.iso"), {.jointe = true});
   EXPECT_TRUE(lue.fautes.vide()) << lue.fautes.texte();
   const std::string hybride = octets(bac("iso.iso"));
   remplit("TDeshybridation", ici("iso.iso"), ici("iso.iso"));

@@ -5,6 +5,7 @@
 
 #include "app/noyau/ligne_commande.hpp"
 #include "app/noyau/routage.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/plateforme.hpp"
 #include "noms/regles.hpp"
 #include "noms/texte.hpp"
@@ -28,8 +29,9 @@ constexpr int kImageIncomplete = 6549;
 constexpr int kAppareil = 6988;
 
 constexpr std::size_t kCheminMessage = 200;
-constexpr std::size_t kLabelIsoMax = 16;
-constexpr std::size_t kLabelIsopMax = 12;
+constexpr std::size_t kLabelIsoMax = 32;  ///< of the primary descriptor; the classic rule stops earlier
+constexpr std::size_t kLabelIsoClassique = 16;
+constexpr std::size_t kLabelIsopClassique = 12;
 constexpr std::size_t kLabelHfsplusMax = 62;
 
 std::vector<std::string> niveaux(std::string_view chemin) {
@@ -161,7 +163,8 @@ std::uint32_t fait_dossier(FichierProjet &projet, std::string_view chemin, int v
 }
 
 std::size_t limite_label_iso(const FichierProjet &projet) {
-  return projet.mode() == ModeProjet::isop ? kLabelIsopMax : kLabelIsoMax;
+  if (publie(Ecart::labels_longs)) return kLabelIsoMax;
+  return projet.mode() == ModeProjet::isop ? kLabelIsopClassique : kLabelIsoClassique;
 }
 
 std::size_t limite_label_hfs(const FichierProjet &projet) {

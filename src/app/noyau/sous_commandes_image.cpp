@@ -128,7 +128,13 @@ int commande_master(ContexteCli &contexte) {
   }
   if (!prepare_signatures(arguments)) return kEchec;
   auto projet = projet_temporaire(arguments);
-  if (!projet || (label && !pose_labels(*projet, label, label))) return kEchec;
+  if (!projet) return kEchec;
+  // A side that the image will not have sets no bound to the label.
+  const GenreDemande genre = genre_demande(arguments);
+  const std::optional<std::string> aucun;
+  if (label && !pose_labels(*projet, genre == GenreDemande::mac ? aucun : label,
+                            genre == GenreDemande::iso ? aucun : label))
+    return kEchec;
   const BilanAjout bilan =
       ajoute_sources(*projet, sources(arguments.positions), kRacine, kVueRacine, contexte.console);
   if (!bilan.abouti || !ecarte_cible(*projet, *cible, contexte.console)) return kEchec;

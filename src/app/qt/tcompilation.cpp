@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/noyau/actions_projet.hpp"
 #include "app/qt/champ_texte.hpp"
 #include "app/qt/forme.hpp"
 #include "app/qt/sujets_aide.hpp"
@@ -36,8 +37,6 @@ constexpr int kLabelIso = 1288;
 constexpr int kLabelHfs = 1289;
 constexpr int kHfsplus = 1383;
 constexpr int kReconstruire = 1341;
-constexpr int kLabelIsoMax = 16;
-constexpr int kLabelIsopMax = 12;
 constexpr int kLabelHfsplusMax = 62;  // what the head of a project gives back of the 255 of TN1150
 constexpr int kLettresVues = 40;
 constexpr int kLettresChemin = 52;
@@ -133,10 +132,9 @@ QLineEdit *TCompilation::ajoute_label(int legende, const std::string &texte, int
 }
 
 void TCompilation::montre_labels() {
-  const bool isop = propose_.nature == Nature::iso_apple;
   if (nature_a_iso(propose_.nature))
     label_iso_ =
-        ajoute_label(kLabelIso, propose_.label_iso, isop ? kLabelIsopMax : kLabelIsoMax, "label_iso");
+        ajoute_label(kLabelIso, propose_.label_iso, static_cast<int>(limite_label_iso(projet_)), "label_iso");
   if (nature_a_volume(propose_.nature))
     label_hfs_ = ajoute_label(kLabelHfs, propose_.label_hfs,
                               nature_est_hfsplus(propose_.nature) ? kLabelHfsplusMax : int{kNomVolumeHfsMax},
