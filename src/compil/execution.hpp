@@ -152,7 +152,7 @@ class Execution {
   bool iso_single(const Source &source, RepertoiresOuverts &ouverts);
   bool iso_macbinary(const Source &source, RepertoiresOuverts &ouverts);
   bool place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
-                   const DateRepertoire &date, std::uint16_t drapeaux, RepertoiresOuverts &ouverts);
+                   const DateRepertoire &date, std::uint16_t finder, RepertoiresOuverts &ouverts);
 
   ContexteCompilation &ctx_;
   SuiviCompilation &suivi_;

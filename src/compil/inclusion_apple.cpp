@@ -51,13 +51,12 @@ std::span<const std::uint8_t> octets(const std::string &nom) {
 }  // namespace
 
 bool Execution::place_paire(const Source &source, const OrigineFourche &rsrc, const OrigineFourche &data,
-                            const DateRepertoire &date, std::uint16_t drapeaux, RepertoiresOuverts &ouverts) {
+                            const DateRepertoire &date, std::uint16_t finder, RepertoiresOuverts &ouverts) {
   const RubriqueProjet &r = source.rubrique;
   SuiteApple suite;
   suite.signature = r.signature;
   if (publie(Ecart::fourches_iso))
-    suite.drapeaux_finder =
-        static_cast<std::uint16_t>(drapeaux | (r.cache_iso() != 0 ? kFinderInvisible : 0));
+    suite.drapeaux_finder = static_cast<std::uint16_t>(finder | (r.cache_iso() != 0 ? kFinderInvisible : 0));
   const NomsIso::Paire noms = ouverts.noms.fichier_apple(r, source.donnees);
   const std::string joliet = octets_joliet(
       ouverts.noms_joliet.place_apple(r, source.donnees, ctx_.projet->hfsplus()), source.chemin);

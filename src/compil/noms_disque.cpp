@@ -103,8 +103,8 @@ LongueursNoms longueurs_noms(const RubriqueProjet &rubrique) {
     l.iso = publie(Ecart::noms_vue_iso) || !rubrique.est_virtuel()
                 ? kDossierMax
                 : nom_iso_virtuel(lit_champ(rubrique.nom_source)).size();
-    const std::u16string large =
-        plateforme::texte_vers_large(lit_champ(suit_vue_iso(rubrique) ? rubrique.nom_iso : rubrique.nom_source));
+    const std::u16string large = plateforme::texte_vers_large(
+        suit_vue_iso(rubrique) ? lit_champ(rubrique.nom_iso) : lit_champ(rubrique.nom_source));
     l.joliet = 2 * (prend_nom_large(rubrique) ? kJolietMax : nom_joliet_dossier(large, court).size());
     return l;
   }
@@ -143,8 +143,8 @@ LongueursApple longueurs_noms_apple(const RubriqueProjet &rubrique) {
   const std::u16string nom = nom_joliet_apple(rubrique, {}, true);
   l.data.joliet = 2 * (large ? kJolietMax : nom_joliet_fichier(nom, court).size());
   if (ressource)
-    l.ressource_iso = publie(Ecart::fourches_iso) ? l.data.iso
-                                                  : nom_iso_fichier(lit_champ(rubrique.nom_source)).size();
+    l.ressource_iso =
+        publie(Ecart::fourches_iso) ? l.data.iso : nom_iso_fichier(lit_champ(rubrique.nom_source)).size();
   return l;
 }
 

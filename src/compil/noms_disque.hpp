@@ -40,15 +40,15 @@ struct LongueursApple {
 /// Short name of a source; the long name in upper case where there is no other.
 [[nodiscard]] std::string nom_court_de(const plateforme::DonneesRecherche &donnees);
 
-/// True when both trees of the ISO side follow the name of the ISO view: it was typed there, or the folder has
-/// no source. Under the classic rule the Joliet name of a file alone does.
+/// True when both trees of the ISO side follow the name of the ISO view: it was typed there, or the folder
+/// has no source. Under the classic rule the Joliet name of a file alone does.
 [[nodiscard]] bool suit_vue_iso(const RubriqueProjet &rubrique);
 
 /// Identifiers of one directory of the ISO tree: the 8.3 name of the source, or of the name typed in the ISO
 /// view, in d-characters. The rules of the names do not compare them with one another, and two sources can
-/// meet under one name; then, and only then, the later one takes "_" ("~" under the classic rule) and a number
-/// at its end, since a reader would reach the first only. Versions are not compared: readers leave them out.
-/// The journal says so.
+/// meet under one name; then, and only then, the later one takes "_" ("~" under the classic rule) and a
+/// number at its end, since a reader would reach the first only. Versions are not compared: readers leave
+/// them out. The journal says so.
 class NomsIso {
  public:
   /// The record's identifier bytes for a file or a folder.
@@ -59,8 +59,8 @@ class NomsIso {
 
   /// Identifiers of the two records of a file of an ISO+ project: one for both (ECMA-119 9.1.6), `ressource`
   /// empty where there is no such record. Under the classic rule the resource record is named after the whole
-  /// source name and the data record after the short one, so that the two are equal for 8.3 names only; a plain
-  /// file, one record, goes by the source name. All are cut to 12 characters.
+  /// source name and the data record after the short one, so that the two are equal for 8.3 names only; a
+  /// plain file, one record, goes by the source name. All are cut to 12 characters.
   struct Paire {
     std::string ressource, data;
   };

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "IO/ecarts.hpp"
 #include "noms/iso.hpp"
 
 namespace varnion {
@@ -36,6 +37,24 @@ TEST(Iso, FileAndVirtualFolderNames) {
   EXPECT_EQ(nom_iso_fichier("a.name.too.long"), "A.NAME.TOO.L;1");
   EXPECT_EQ(nom_iso_virtuel("folder.x"), "FOLDER.X");
   EXPECT_EQ(nom_iso_virtuel("my.new folder"), "MY_NE~~1");
+}
+
+// ECMA-119 7.5 and 7.6 at level 1: d-characters, and a dot that stays without an extension.
+TEST(Iso, IdentifiersHaveDCharactersAlone) {
+  const std::tuple<std::string, std::string, std::string> cas[] = {
+      {"README.TXT", "README.TXT;1", "READMETX"},
+      {"readme~1.txt", "README_1.TXT;1", "README_1"},
+      {"FOLDER", "FOLDER.;1", "FOLDER"},
+      {"A-B&C.D!", "A_B_C.D_;1", "A_B_CD_"},
+      {"\xC9t\xE9.\xE7", "ETE.C;1", "ETEC"},
+      {"\xC6\xC6\xC6\xC6\xC6.HTML", "AEAEAEAE.HTM;1", "AEAEAEAE"},
+      {".C", ".C;1", "C"},
+      {"", "_.;1", "_"},
+  };
+  for (const auto &[nom, fichier, dossier] : cas) {
+    EXPECT_EQ(identifiant_fichier(nom), fichier);
+    EXPECT_EQ(identifiant_dossier(nom), dossier);
+  }
 }
 
 TEST(Iso, FolderNamesGiveWayToFilesOfThatName) {
@@ -78,7 +97,10 @@ TEST(Joliet, FolderNamesAndForbiddenUnits) {
   EXPECT_EQ(nom_joliet_dossier(limite + u"x", "XXXXXX~1"), u"XXXXXX~1");
   EXPECT_EQ(nom_joliet_dossier(u"a:b", ""), u"a_b");
   EXPECT_EQ(nom_joliet_fichier(u"12:30?.txt", ""), u"12_30_.txt;1");
+  EXPECT_EQ(interdits_joliet(u"*/:?\\\u0001\u001F ;\u0416"), u"_______ _\u0416");
+  fixer_regle(Regle::classique);
   EXPECT_EQ(interdits_joliet(u"*/:?\\\u0001\u001F ;\u0416"), u"_______ ;\u0416");
+  fixer_regle(Regle::publiee);
 }
 
 }  // namespace
