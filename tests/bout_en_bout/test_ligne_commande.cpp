@@ -379,14 +379,18 @@ TEST_F(LigneCommande, ALongNameIsMadeFitWhenItsItemEntersTheHfsView) {
 
 TEST_F(LigneCommande, LabelsHaveTheirLimits) {
   projet();
-  reussit({"project", "label", "p.vnpr", "--iso", "SIXTEEN_LETTERS_", "--hfs", "\xC3\x89t\xC3\xA9"});
+  reussit({"--classic", "project", "label", "p.vnpr", "--iso", "SIXTEEN_LETTERS_", "--hfs",
+           "\xC3\x89t\xC3\xA9"});
   const std::string info = reussit({"project", "info", "p.vnpr"});
   EXPECT_NE(info.find("SIXTEEN_LETTERS_"), std::string::npos);
   EXPECT_NE(info.find("\xC3\x89t\xC3\xA9"), std::string::npos);
   const std::string avant = lit(d + "p.vnpr");
-  echoue({"project", "label", "p.vnpr", "--iso", "SEVENTEEN_LETTERS"}, 1, "16 characters");
+  echoue({"--classic", "project", "label", "p.vnpr", "--iso", "SEVENTEEN_LETTERS"}, 1, "16 characters");
+  echoue({"project", "label", "p.vnpr", "--iso", std::string(33, 'i')}, 1, "32 characters");
   echoue({"project", "label", "p.vnpr", "--iso", "OK", "--hfs", std::string(28, 'h')}, 1, "27 characters");
   EXPECT_EQ(lit(d + "p.vnpr"), avant) << "both or none";
+  reussit({"project", "label", "p.vnpr", "--iso", std::string(32, 'i')});
+  EXPECT_NE(reussit({"project", "info", "p.vnpr"}).find(std::string(32, 'i')), std::string::npos);
   echoue({"project", "label", "p.vnpr"}, 2, "Usage");
 }
 
@@ -404,7 +408,8 @@ TEST_F(LigneCommande, AnIsoPlusProjectHasOneView) {
   EXPECT_EQ(fs::file_size(d + "k.iso"), fs::file_size(d + "i.ISO"));
   reussit({"-CH", "i.vnso"});
   EXPECT_FALSE(existe("i.dmg")) << "a letter without meaning for an ISO+ project";
-  echoue({"project", "label", "i.vnso", "--iso", "THIRTEEN_LETT"}, 1, "12 characters");
+  echoue({"--classic", "project", "label", "i.vnso", "--iso", "THIRTEEN_LETT"}, 1, "12 characters");
+  reussit({"project", "label", "i.vnso", "--iso", "THIRTEEN_LETT"});
 }
 
 // --- images
@@ -452,7 +457,14 @@ TEST_F(LigneCommande, MastersAFolderInOneCommand) {
   echoue({"master", "absent", "src", "-o", "x.iso"}, 1, "absent");
   fs::create_directory(d + "vide");
   echoue({"master", "vide", "-o", "x.iso"}, 1, "contains no files");
-  echoue({"master", "src", "-o", "x.iso", "--label", std::string(17, 'l')}, 1, "16 characters");
+  // A label is bound by the sides that the image has.
+  echoue({"master", "src", "-o", "x.iso", "--hfs", "--label", std::string(28, 'l')}, 1, "27 characters");
+  echoue({"master", "src", "-o", "x.iso", "--kind", "iso", "--label", std::string(33, 'l')}, 1,
+         "32 characters");
+  echoue({"--classic", "master", "src", "-o", "x.iso", "--label", std::string(17, 'l')}, 1, "16 characters");
+  reussit({"--classic", "master", "src", "-o", "l.dmg", "--kind", "hfs", "--label", std::string(27, 'l')});
+  reussit({"master", "src", "-o", "l.iso", "--kind", "iso", "--label", std::string(32, 'l')});
+  EXPECT_EQ(label_iso("l.iso"), std::string(32, 'L'));
   EXPECT_FALSE(existe("x.iso"));
   EXPECT_TRUE(sans_reste());
   reussit({"master", "src", "-o", "src/dedans.iso"});

@@ -30,7 +30,7 @@ class VolumesGardes : public essai::Programme, public ::testing::WithParamInterf
         std::span(reinterpret_cast<const std::uint8_t *>(image.data()), image.size())};
     Contenus contenus;
     for (const bool joliet : {false, true}) {
-      const outils::ArbreIso arbre = outils::LecteurIso(octets, joliet, false).lit();
+      const outils::ArbreIso arbre = outils::lit_iso(octets, joliet, false, regle(), false);
       EXPECT_TRUE(arbre.fautes.vide()) << arbre.fautes.texte();
       for (const outils::EntreeIso &e : arbre.entrees)
         if (!e.dossier)
