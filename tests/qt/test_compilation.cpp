@@ -399,6 +399,22 @@ TEST_F(Compile, ListsTheSourcesThatVanished) {
   ASSERT_TRUE(attend_fin());
   EXPECT_TRUE(liste.isEmpty() && vu("TMessOK: CD-ROM of 2 MB\n(1 folders and 3 files).")) << tout_vu();
   EXPECT_EQ(texte_panneau(3), "Files: 1");
+
+  // What lies beside its items is asked about, once where the answer is to be kept.
+  source.fichier("neuf.txt", "neuf");
+  reponses_["TMessONT"] = [](QDialog *forme) {
+    EXPECT_TRUE(forme->findChild<QLabel *>("texte")->text().contains("\nneuf.txt\n"));
+    EXPECT_TRUE(forme->findChild<QPushButton *>("MessNon")->isDefault());
+    forme->findChild<QCheckBox *>("Toujours")->setChecked(true);
+    forme->reject();
+  };
+  for (const int questions : {1, 0}) {
+    vus_.clear();
+    execute("Compil1");
+    ASSERT_TRUE(attend_fin());
+    EXPECT_EQ(vus_.filter("TMessONT").size(), questions) << tout_vu();
+    EXPECT_TRUE(vu("(1 folders and 3 files)")) << tout_vu();
+  }
 }
 
 TEST_F(Compile, TheBoxChangesTheProject) {

@@ -9,6 +9,7 @@
 #include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
 #include <QTabWidget>
 #include <QTest>
 #include <QThread>
@@ -307,9 +308,35 @@ TEST_F(Outils, RebuildFollowsTheDiskAndExtensionsAreHidden) {
   ASSERT_TRUE(QFile::remove(bac_.filePath("Sources/a.txt")));
   fichier("Sources/.profile", "x");
   fichier("Sources/c.longext", "x");
+  fichier("neighbour.txt", "x");
+  // What lies beside the folder that was dropped comes in on the user's word alone.
+  const auto attend_voisins = [this](const char *bouton) {
+    attend("TMessON", [this, bouton](QDialog &forme) {
+      const QString texte = champ<QLabel>(forme, "texte")->text();
+      EXPECT_TRUE(texte.contains(bac_.path()) && texte.contains("\nneighbour.txt")) << texte.toStdString();
+      EXPECT_TRUE(champ<QPushButton>(forme, "MessNon")->isDefault());
+      clique(forme, bouton);
+    });
+  };
+  attend_voisins("MessNon");
   execute("Clean1");
   EXPECT_FALSE(rubrique("Sources/a.txt"));
   ASSERT_TRUE(rubrique("Sources/c.longext"));
+  EXPECT_FALSE(rubrique("neighbour.txt"));
+  attend_voisins("MessOui");
+  execute("Clean1");
+  EXPECT_TRUE(rubrique("neighbour.txt"));
+  // A disk that is not there does not empty the project.
+  ASSERT_TRUE(QDir(bac_.path()).rename("Sources", "Away"));
+  attend("TMessON", [](QDialog &forme) { clique(forme, "MessNon"); });  // what "Away" would bring
+  attend("TMessON", [](QDialog &forme) {
+    EXPECT_TRUE(champ<QLabel>(forme, "texte")->text().contains("is gone"));
+    EXPECT_TRUE(champ<QPushButton>(forme, "MessNon")->isDefault());
+    clique(forme, "MessNon");
+  });
+  execute("Clean1");
+  EXPECT_TRUE(rubrique("Sources/c.longext"));
+  ASSERT_TRUE(QDir(bac_.path()).rename("Away", "Sources"));
   execute("DelExt");
   EXPECT_EQ(lit_champ(rubrique("Sources/b.txt")->nom_hfs), "b");
   EXPECT_EQ(lit_champ(rubrique("Sources/b.txt")->nom_iso), "b.txt");

@@ -130,7 +130,10 @@ bool Preparation::demande() {
 
 bool Preparation::reconstruit() {
   operations().afficher_etat_seul(charger_chaine(kReconstruction));
-  const bool abouti = reconstruction_projet(projet_).abouti;
+  OptionsReconstruction options;
+  options.voisins = veut_voisins(fenetre_, true);
+  const QuestionsPrudentes prudentes(fenetre_.operations_fenetre());
+  const bool abouti = reconstruction_projet(projet_, options).abouti;
   if (!abouti && operations().arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
   return abouti;
 }

@@ -72,6 +72,10 @@ void recherche(TVarnion &fenetre);
 void remplace_signatures(TVarnion &fenetre);
 void compare_projet(TVarnion &fenetre);
 void reconstruit_projet(TVarnion &fenetre);
+/// Whether a rebuild takes in what lies beside the items of the root: asked with the number and first names,
+/// where there is something. `retenir`: with the box that keeps the answer, for this project, until the
+/// program ends. Serves a worker, too.
+[[nodiscard]] bool veut_voisins(TVarnion &fenetre, bool retenir);
 void masque_extensions(TVarnion &fenetre);
 void change_chemin(TVarnion &fenetre);
 void compose_icones(TVarnion &fenetre);
