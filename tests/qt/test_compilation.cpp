@@ -215,7 +215,7 @@ TEST_F(Compile, TellsWhichViewIsEmpty) {
        "Compiling an ISO Image",
        "1367 1370 i.iso",
        {true, false, false},
-       16},
+       32},
       {kVueHfs,
        ModeProjet::hybride,
        "h.vnpr",
@@ -231,7 +231,7 @@ TEST_F(Compile, TellsWhichViewIsEmpty) {
        "Compiling an ISO+ Image",
        "1367 1370 p.iso",
        {true, false, false, true},
-       12},
+       32},
   };
   for (const auto &c : cas) {
     SCOPED_TRACE(c.fichier);

@@ -414,7 +414,7 @@ TEST_F(ProjetFenetre, PropertiesAndLabelsOfTheProject) {
     auto *iso = forme.findChild<QLineEdit *>("LabelIso");
     auto *hfs = forme.findChild<QLineEdit *>("LabelHfs");
     EXPECT_EQ(iso->text(), "");
-    EXPECT_EQ(iso->maxLength(), 16);
+    EXPECT_EQ(iso->maxLength(), 32);
     EXPECT_EQ(hfs->maxLength(), 27);
     iso->setText("DISQUE");
     hfs->setText(QString::fromUtf8("Été"));
@@ -459,9 +459,9 @@ TEST_F(ProjetFenetre, IsoPlusProjectsHaveOneView) {
     pousse(forme, "Annuler");
   };
   execute("In1");
-  reponses_["TLabelIsop"] = nomme("DOUZE LETTRES", "LabelIso");
+  reponses_["TLabelIsop"] = nomme(QString(40, 'L'), "LabelIso");
   execute("La1");
-  EXPECT_EQ(panneau("TV")->model()->index(0, 0).data().toString().size(), 12);
+  EXPECT_EQ(panneau("TV")->model()->index(0, 0).data().toString().size(), 32);
   EXPECT_EQ(formes_.count("TInfoIsop"), 1);
   EXPECT_TRUE(messages_.isEmpty()) << messages_.join('|').toStdString();
 }
