@@ -74,7 +74,7 @@ TWinVLV::TWinVLV(QWidget *parent, OperationsQt &operations)
 }
 
 void TWinVLV::construit() {
-  const auto outil = [this](const char *nom, int legende, const QIcon &icone_outil, const char *touche) {
+  const auto outil = [](const char *nom, int legende, const QIcon &icone_outil, const char *touche) {
     auto *bouton = new QToolButton;
     bouton->setObjectName(nom);
     bouton->setToolTip(chaine_qt(legende));
