@@ -132,7 +132,6 @@ bool Preparation::reconstruit() {
   operations().afficher_etat_seul(charger_chaine(kReconstruction));
   OptionsReconstruction options;
   options.voisins = veut_voisins(fenetre_, true);
-  const QuestionsPrudentes prudentes(fenetre_.operations_fenetre());
   const bool abouti = reconstruction_projet(projet_, options).abouti;
   if (!abouti && operations().arret_demande()) operations().afficher_erreur(charger_chaine(kArrete));
   return abouti;
@@ -141,6 +140,7 @@ bool Preparation::reconstruit() {
 // What the box changed goes into the project, which is then brought up to date with the disk.
 bool Preparation::applique() {
   bool fait = true;
+  const QuestionsPrudentes prudentes(fenetre_.operations_fenetre());
   fenetre_.operations_fenetre().en_fond([&] {
     if (nature_a_volume(propose_.nature) && choix_.hfsplus != projet_.hfsplus())
       fait = change_format(projet_, choix_.hfsplus, troncature_selon_reglages(choix_.hfsplus));

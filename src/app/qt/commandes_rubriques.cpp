@@ -100,9 +100,11 @@ void proprietes_projet(TVarnion &fenetre) {
   const auto options = saisit_proprietes_disque(&fenetre, *projet);
   if (!options) return fenetre.rafraichit_jauge();
   if (!pose_options(*projet, *options)) return;
-  if (options->hfsplus != projet->hfsplus())
+  if (options->hfsplus != projet->hfsplus()) {
+    const QuestionsPrudentes prudentes(fenetre.operations_fenetre());
     fenetre.operations_fenetre().en_fond(
         [&] { static_cast<void>(passe_au_format(*projet, options->hfsplus)); });
+  }
   montre_changement(fenetre);
 }
 
