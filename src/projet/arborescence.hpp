@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "projet/fichier_projet.hpp"
+#include "projet/nom_autre_format.hpp"
 
 // The rules by which items enter, leave and change in a project. Counts of a folder (`lg_data` folders,
 // `lg_rsrc` files) are kept by the functions that say so.
@@ -142,20 +143,29 @@ constexpr std::uint32_t kOptionSansConfirmation = 0x20000;
 void pose_nom_iso(RubriqueProjet &rubrique, std::string_view texte);
 void pose_nom_hfs(RubriqueProjet &rubrique, std::string_view texte, bool hfsplus);
 
-/// Shortens a name to `limite` bytes; nullopt when the user gives up. Used for names that a new format does
-/// not hold.
-using Troncature = std::function<std::optional<std::string>(std::string_view nom, std::size_t limite)>;
 /// The automatic form: `coupe_nom`.
 [[nodiscard]] Troncature troncature_automatique();
 /// The form the settings ask for: automatic in a batch run or when names of that format are cut without a
 /// question, else the truncation form (captions 1279 and 1282).
 [[nodiscard]] Troncature troncature_selon_reglages(bool hfsplus);
 
-/// Sets the format of a project: head, format flag, label and all HFS names. To classic HFS each name is
-/// rebuilt from the ISO name; to HFS+ from the source's name, failing that from the old name. A name given up
-/// becomes "~" and its item leaves the HFS view. Nothing is done when the format is the same. False on an
-/// error; the user was told.
-[[nodiscard]] bool change_format(FichierProjet &projet, bool hfsplus, const Troncature &tronque);
+/// Names of the HFS view, or the label, that do not come back when a project changes to the format `hfsplus`
+/// and back again.
+struct NomsPerdus {
+  std::uint64_t nombre = 0;
+  std::vector<std::string> premiers;  ///< working text
+};
+[[nodiscard]] NomsPerdus noms_perdus(const FichierProjet &projet, bool hfsplus);
+
+/// Sets the format of a project: head, format flag, label and all HFS names. A name that is no other than
+/// that of the source becomes, in classic HFS, the ISO name, in HFS+ that of the source; every other one,
+/// typed or from inside a container, is carried over, cut where it must be. The names of both formats are
+/// kept: the old ones come back with the old format. Where some would not (characters that Mac Roman lacks in
+/// a long name) the user is asked first, with their number and the first of them; a batch run refuses, unless
+/// `force`. A name given up becomes "~" and its item leaves the HFS view. Nothing is done when the format is
+/// the same. False when refused or on an error; the user was told.
+[[nodiscard]] bool change_format(FichierProjet &projet, bool hfsplus, const Troncature &tronque,
+                                 bool force = false);
 /// The names alone, for a project whose head was already changed.
 [[nodiscard]] bool convertit_noms(FichierProjet &projet, bool hfsplus, const Troncature &tronque);
 /// False, after message 1472, when the HFS view has too many items for classic HFS.

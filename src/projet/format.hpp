@@ -165,7 +165,8 @@ struct RubriqueProjet {
   std::array<char, 244> nom_source{};  // 0x170
   std::array<char, 12> nom_court{};    // 0x264 8.3 name, no NUL when full
   std::array<char, 68> nom_iso{};      // 0x270
-  std::array<char, 64> nom_hfs{};      // 0x2B4 Mac Roman for classic HFS, working text for HFS+
+  std::array<char, 64> nom_hfs{};      // 0x2B4 Mac Roman for classic HFS, working text for HFS+; behind the
+                                       //       NUL perhaps a name of the other format (nom_autre_format)
 
   [[nodiscard]] std::int32_t numero_signe() const {
     return static_cast<std::int32_t>(numero.operator unsigned());

@@ -17,36 +17,45 @@ namespace {
 constexpr std::string_view kNomAbandonne = "~";
 constexpr int kLegendeHfsplus = 1279;
 constexpr int kLegendeHfs = 1282;
+constexpr int kQuestionPerte = 7754;  // count, names
+constexpr int kRefusPerte = 7755;     // count, names
+constexpr std::size_t kPerdusNommes = 5;
 
-// The text that a new format makes the HFS name from. The rule takes every item alike: a name from inside a
-// MacBinary head, one typed by hand and that of the volume icon are rebuilt too.
-std::string origine_nom_hfs(const RubriqueProjet &rubrique, bool hfsplus) {
-  if (!hfsplus) return lit_champ(rubrique.nom_iso);
-  const std::string source = lit_champ(rubrique.nom_source);
-  return source.empty() ? nom_windows(lit_champ(rubrique.nom_hfs)) : source;
-}
-
-void reconstruit_nom_hfs(RubriqueProjet &rubrique, bool hfsplus, const Troncature &tronque) {
-  const std::size_t limite = hfsplus ? kNomHfsplusMax : kNomHfsMax;
-  std::string nom = origine_nom_hfs(rubrique, hfsplus);
-  if (nom.size() > limite) {
-    // Nobody is asked about a name that the HFS view does not show.
-    auto court = rubrique.dans_hfs() ? tronque(nom, limite) : coupe_nom(nom, limite);
-    if (!court || court->empty()) {
-      court = kNomAbandonne;
-      rubrique.vue_hfs(kHorsVue);
-    }
-    nom = *court;
+// A name given up leaves the HFS view. Nobody is asked about a name that the view does not show. False when
+// the old name will not come back.
+bool convertit_rubrique(RubriqueProjet &rubrique, bool hfsplus, const Troncature &tronque) {
+  const OriginesNom origines{lit_champ(rubrique.nom_source), lit_champ(rubrique.nom_iso)};
+  const NomConverti nom = convertit_nom(rubrique.nom_hfs, hfsplus, kNomHfsMax, origines,
+                                        rubrique.dans_hfs() ? tronque : troncature_automatique());
+  rubrique.nom_hfs = nom.champ;
+  if (nom.abandonne) {
+    ecrit_champ_coupe(rubrique.nom_hfs, kNomAbandonne);
+    rubrique.vue_hfs(kHorsVue);
   }
-  ecrit_champ_coupe(rubrique.nom_hfs, hfsplus ? nom : nom_mac(nom), limite);
+  return !nom.perdu;
 }
 
-void convertit_label(EnteteProjet &entete, bool hfsplus) {
-  const std::string label = lit_champ(entete.label_hfs);
-  if (hfsplus)
-    ecrit_champ_coupe(entete.label_hfs, nom_windows(label));
-  else
-    ecrit_champ_coupe(entete.label_hfs, nom_mac(label), kNomVolumeHfsMax);
+bool convertit_label(EnteteProjet &entete, bool hfsplus) {
+  const Troncature coupe = [](std::string_view nom, std::size_t limite) -> std::optional<std::string> {
+    return std::string(nom.substr(0, limite));
+  };
+  const NomConverti label = convertit_nom(entete.label_hfs, hfsplus, kNomVolumeHfsMax, {}, coupe);
+  entete.label_hfs = label.champ;
+  return !label.perdu;
+}
+
+// True when nothing that was typed goes, or when it may. Names of HFS+ have a place in the other format, but
+// for characters that Mac Roman lacks in a long name; all of classic HFS have one.
+bool permet_perte(const FichierProjet &projet, bool hfsplus, bool force) {
+  const NomsPerdus perdus = force || hfsplus ? NomsPerdus{} : noms_perdus(projet, hfsplus);
+  if (perdus.nombre == 0) return true;
+  std::string noms;
+  for (const std::string &nom : perdus.premiers) noms += (noms.empty() ? "" : "\n") + nom;
+  if (perdus.nombre > perdus.premiers.size()) noms += "\n...";
+  if (!etat<OptionsProgramme>().mode_lot)
+    return operations().demander_oui_non(message(kQuestionPerte, {perdus.nombre, noms})) == 1;
+  operations().afficher_erreur(message(kRefusPerte, {perdus.nombre, noms}));
+  return false;
 }
 
 }  // namespace
@@ -117,20 +126,42 @@ bool convertit_noms(FichierProjet &projet, bool hfsplus, const Troncature &tronq
   LecteurRubriques tout(projet);
   while (const RubriqueProjet *lue = tout.suivant()) {
     RubriqueProjet rubrique = *lue;
-    reconstruit_nom_hfs(rubrique, hfsplus, tronque);
+    static_cast<void>(convertit_rubrique(rubrique, hfsplus, tronque));
     if (!tout.reecrit(projet, rubrique)) return echec_ecriture_projet(projet.chemin());
   }
   return true;
 }
 
-bool change_format(FichierProjet &projet, bool hfsplus, const Troncature &tronque) {
+NomsPerdus noms_perdus(const FichierProjet &projet, bool hfsplus) {
+  NomsPerdus perdus;
+  const auto note = [&perdus, hfsplus](const auto &champ) {
+    ++perdus.nombre;
+    const std::string nom = lit_champ(champ);
+    if (perdus.premiers.size() < kPerdusNommes) perdus.premiers.push_back(hfsplus ? nom_windows(nom) : nom);
+  };
+  EnteteProjet entete;
+  if (projet.lit_entete(entete)) {
+    const auto label = entete.label_hfs;
+    if (!convertit_label(entete, hfsplus)) note(label);
+  }
+  LecteurRubriques tout(projet);
+  while (const RubriqueProjet *lue = tout.suivant()) {
+    RubriqueProjet rubrique = *lue;
+    if (lue->dans_hfs() && !convertit_rubrique(rubrique, hfsplus, troncature_automatique()))
+      note(lue->nom_hfs);
+  }
+  return perdus;
+}
+
+bool change_format(FichierProjet &projet, bool hfsplus, const Troncature &tronque, bool force) {
   EnteteProjet entete;
   if (!projet.lit_entete(entete)) return echec_ecriture_projet(projet.chemin());
   if (entete.hfsplus() != hfsplus) {
+    if (!permet_perte(projet, hfsplus, force)) return false;
     // The head last: after a failure among the names the change can be asked for again.
     if (!convertit_noms(projet, hfsplus, tronque)) return false;
     entete.hfsplus(hfsplus);
-    convertit_label(entete, hfsplus);
+    static_cast<void>(convertit_label(entete, hfsplus));
     if (!projet.ecrit_entete(entete)) return echec_ecriture_projet(projet.chemin());
   }
   projet.hfsplus(hfsplus);

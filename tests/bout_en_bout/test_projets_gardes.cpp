@@ -117,5 +117,25 @@ TEST_F(ProjetsGardes, TheSecondOfANameIsNamed) {
   reussit({"project", "add", "p.vnso", "a/x.txt"});
 }
 
+TEST_F(ProjetsGardes, NamesOfTheHfsSideSurviveTheFormat) {
+  fichier("src/a.txt", "1");
+  reussit({"project", "new", "p.vnpr", "--hfsplus"});
+  reussit({"project", "add", "p.vnpr", "src"});
+  const std::string nom = "A name typed by hand, longer than HFS holds.txt";
+  reussit({"project", "rename", "p.vnpr", "src/a.txt", nom, "--view", "hfs"});
+  reussit({"project", "options", "p.vnpr", "--format", "hfs"});
+  EXPECT_NE(
+      reussit({"project", "ls", "p.vnpr", "-R", "--view", "hfs"}).find("A name typed by hand, longe.txt"),
+      std::string::npos);
+  reussit({"project", "label", "p.vnpr", "--hfs", "Disc"});
+  reussit({"layout", "p.vnpr", "--window", "10,10,400,400"});
+  EXPECT_NE(reussit({"project", "ls", "p.vnpr", "-R", "--view", "hfs"}).find(nom), std::string::npos);
+  reussit({"project", "rename", "p.vnpr", "src/a.txt", "\u00D0 " + nom, "--view", "hfs"});
+  const std::string avant = lit(d + "p.vnpr");
+  echoue({"project", "options", "p.vnpr", "--format", "hfs"}, 1, nom);
+  EXPECT_EQ(lit(d + "p.vnpr"), avant);
+  reussit({"project", "options", "p.vnpr", "--format", "hfs", "--force"});
+}
+
 }  // namespace
 }  // namespace varnion

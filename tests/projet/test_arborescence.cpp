@@ -1,4 +1,5 @@
 #include "IO/etat.hpp"
+#include "noms/texte.hpp"
 #include "outils.hpp"
 #include "projet/arborescence.hpp"
 #include "projet/noms_rubrique.hpp"
@@ -288,6 +289,112 @@ TEST_F(Arbre, ChangementDeFormat) {
   EXPECT_EQ(demandes, 2);
   ASSERT_TRUE(change_format(projet, false, premier_abandonne));
   EXPECT_EQ(demandes, 2) << "the same format again does nothing";
+}
+
+// Every name comes back with its format, whatever it was made from: typed in either format, cut on the way,
+// out of the reach of the other's characters, or from the source while the ISO name was typed.
+TEST_F(Arbre, LesNomsDesDeuxFormatsRestent) {
+  const std::string long_nom = "A name of the newer format that is long.text";
+  struct Cas {
+    const char *source, *iso;
+    std::string hfs;        ///< as it lies in a classic project
+    std::string hfsplus;    ///< as it becomes in HFS+
+    std::string tape;       ///< typed in HFS+ in its place, "" for none
+    std::string classique;  ///< what that becomes in classic HFS
+  };
+  const std::string plein(31, '\xAD');  // "not equal" of Mac Roman, which working text lacks
+  const Cas cas[] = {
+      {"plain.txt", "plain.txt", "plain.txt", "plain.txt", "", "plain.txt"},
+      {"file.bin", "file.bin", "Inner Name", "Inner Name", "", "Inner Name"},
+      {"icon", "icon", ".VolumeIcon.icns", ".VolumeIcon.icns", "", ".VolumeIcon.icns"},
+      {"typed", "ISO", "typed", "typed", "", "typed"},
+      {"m", "m", plein, nom_windows(plein), "", plein},
+      {"l", "l", "l", "l", long_nom, "A name of the newer format.text"},
+      {"e", "e", "e", "e", std::string(62, 'e'), std::string(31, 'e')},
+      {"s", "s", "s", "s", "\xD0 typed", ""},  // Eth: Mac Roman lacks it
+      {"a long name on the disk that is cut.txt", "iso.txt", "a long name on the disk tha.txt",
+       "a long name on the disk that is cut.txt", "", "a long name on the disk tha.txt"},
+  };
+  std::vector<RubriqueProjet> items;
+  for (const Cas &c : cas) {
+    items.push_back(item(1, -static_cast<std::int32_t>(items.size()) - 1, c.source));
+    ecrit_champ_coupe(items.back().nom_iso, c.iso);
+    ecrit_champ_coupe(items.back().nom_hfs, c.hfs);
+  }
+  FichierProjet projet = avec(items);
+  EnteteProjet entete;
+  ASSERT_TRUE(projet.lit_entete(entete));
+  ecrit_champ_coupe(entete.label_hfs, "\xAD label");
+  ASSERT_TRUE(projet.ecrit_entete(entete));
+  const auto noms = [&] {
+    Lignes lus;
+    for (std::size_t i = 0; i < std::size(cas); ++i)
+      lus.push_back(lit_champ(lue(projet, -static_cast<std::int32_t>(i) - 1).nom_hfs));
+    EXPECT_TRUE(projet.lit_entete(entete));
+    lus.push_back(lit_champ(entete.label_hfs));
+    return lus;
+  };
+  const Lignes classiques = noms();
+  EXPECT_EQ(noms_perdus(projet, true).nombre, 0U);
+  ASSERT_TRUE(change_format(projet, true, troncature_automatique()));
+  const Lignes etendus = noms();
+  for (std::size_t i = 0; i < std::size(cas); ++i) EXPECT_EQ(etendus[i], cas[i].hfsplus) << cas[i].source;
+  for (int tour = 0; tour < 2; ++tour) {
+    EXPECT_EQ(noms_perdus(projet, false).nombre, 0U);
+    ASSERT_TRUE(change_format(projet, false, troncature_automatique()));
+    EXPECT_EQ(noms(), classiques);
+    ASSERT_TRUE(change_format(projet, true, troncature_automatique()));
+    EXPECT_EQ(noms(), etendus);
+  }
+
+  for (std::size_t i = 0; i < std::size(cas); ++i) {
+    if (!cas[i].tape.empty()) {
+      EXPECT_EQ(
+          renomme_element(projet, 0U - static_cast<std::uint32_t>(i) - 1, kRacine, cas[i].tape, kVueHfs), 1);
+    }
+  }
+  ASSERT_TRUE(projet.lit_entete(entete));
+  ecrit_champ_coupe(entete.label_hfs, std::string(62, 'L'));
+  ASSERT_TRUE(projet.ecrit_entete(entete));
+  const Lignes tapes = noms();
+  EXPECT_EQ(noms_perdus(projet, false).nombre, 0U);
+  ASSERT_TRUE(change_format(projet, false, troncature_automatique()));
+  const Lignes coupes = noms();
+  for (std::size_t i = 0; i < std::size(cas); ++i) {
+    const std::string attendu = cas[i].classique.empty() ? coupes[i] : cas[i].classique;
+    EXPECT_EQ(coupes[i], attendu) << cas[i].source;
+  }
+  EXPECT_EQ(coupes.back(), std::string(27, 'L'));
+  ASSERT_TRUE(change_format(projet, true, troncature_automatique()));
+  EXPECT_EQ(noms(), tapes);
+  // A name that is typed anew takes nothing of an older one with it.
+  ASSERT_TRUE(change_format(projet, false, troncature_automatique()));
+  EXPECT_EQ(renomme_element(projet, 0U - 6, kRacine, "anew", kVueHfs), 1);
+  ASSERT_TRUE(change_format(projet, true, troncature_automatique()));
+  EXPECT_EQ(lit_champ(lue(projet, -6).nom_hfs), "anew");
+}
+
+TEST_F(Arbre, UnNomQuiNeReviendraPasEstDemande) {
+  RubriqueProjet perdu = item(1, -1, "a");
+  const std::string nom = "\xD0 and much more than a classic name.txt";
+  FichierProjet projet = neuf();
+  ASSERT_TRUE(change_format(projet, true, troncature_automatique()));
+  ecrit_champ_coupe(perdu.nom_hfs, nom);
+  ASSERT_TRUE(projet.insere(1, {&perdu, 1}));
+  const std::string avant = tout(projet.fichier());
+  reglages().mode_lot = true;
+  EXPECT_FALSE(change_format(projet, false, troncature_automatique()));
+  ASSERT_EQ(script.erreurs.size(), 1U);
+  EXPECT_NE(script.erreurs[0].find(" 1 names"), std::string::npos) << script.erreurs[0];
+  EXPECT_NE(script.erreurs[0].find(nom), std::string::npos) << script.erreurs[0];
+  reglages().mode_lot = false;
+  script.reponses = {0};
+  EXPECT_FALSE(change_format(projet, false, troncature_automatique()));
+  EXPECT_TRUE(projet.hfsplus());
+  EXPECT_EQ(tout(projet.fichier()), avant);
+  script.reponses = {1};
+  EXPECT_TRUE(change_format(projet, false, troncature_automatique()));
+  EXPECT_FALSE(projet.hfsplus());
 }
 
 TEST_F(Arbre, TroncatureSelonLesReglages) {

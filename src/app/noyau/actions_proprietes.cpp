@@ -177,14 +177,15 @@ bool renomme_rubrique(FichierProjet &projet, const RubriqueProjet &rubrique, con
 
 // --- the project
 
-bool passe_au_format(FichierProjet &projet, bool hfsplus) {
+bool passe_au_format(FichierProjet &projet, bool hfsplus, bool force) {
   std::uint64_t items = 0;
   LecteurRubriques tout(projet);
   while (const RubriqueProjet *r = tout.suivant())
     if (r->dans_hfs()) ++items;
   if (!hfsplus && !permet_hfs_classique(items)) return false;
   InstantaneProjet instantane(projet);
-  const bool fait = instantane.prend() && change_format(projet, hfsplus, troncature_selon_reglages(hfsplus));
+  const bool fait =
+      instantane.prend() && change_format(projet, hfsplus, troncature_selon_reglages(hfsplus), force);
   if (fait)
     instantane.confirme();
   else

@@ -21,7 +21,7 @@ struct ChangementsRubrique {
   std::optional<bool> dans_iso, dans_hfs;
   std::optional<bool> extension_cachee, icone, manquant, rafraichir;
   bool entree_manquante = false;  ///< a view that the item enters marks its source as missing
-  bool decodage = false;  ///< a MacBinary or BinHex file becomes a plain file of the PC
+  bool decodage = false;          ///< a MacBinary or BinHex file becomes a plain file of the PC
 
   [[nodiscard]] bool vues() const { return dans_iso || dans_hfs; }
 };
@@ -62,6 +62,6 @@ void applique_changements(RubriqueProjet &rubrique, const ChangementsRubrique &c
 
 /// Changes the format of the Macintosh side: the names take the other form at once. Refused (1472) when
 /// classic HFS cannot number the items; a name that the user gives up leaves the project as it was.
-[[nodiscard]] bool passe_au_format(FichierProjet &projet, bool hfsplus);
+[[nodiscard]] bool passe_au_format(FichierProjet &projet, bool hfsplus, bool force = false);
 
 }  // namespace varnion

@@ -37,6 +37,7 @@ constexpr OptionCli kOptionsProjet[] = {{"system", '\0', 6802, ""},
                                         {"rebuild", '\0', 6812, kOuiNon},
                                         {"custom-icon", '\0', 6813, kOuiNon},
                                         {"format", '\0', 6814, "hfs|hfsplus"},
+                                        {"force", 'f', 7756},
                                         {"json", '\0', 6718}};
 constexpr OptionCli kRm[] = {{"recursive", 'r', 6719}, {"view", '\0', 6720, kVues}};
 constexpr OptionCli kRename[] = {{"view", '\0', 6721, kVues}};

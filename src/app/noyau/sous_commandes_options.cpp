@@ -176,8 +176,8 @@ int commande_projet_options(ContexteCli &contexte) {
     operations().afficher_erreur(charger_chaine(kVueUnique));
     return kEchec;
   }
-  if (arguments.a("format") && !passe_au_format(*projet, arguments.valeur("format") == "hfsplus"))
-    return kEchec;
+  const bool hfsplus = arguments.valeur("format") == "hfsplus";
+  if (arguments.a("format") && !passe_au_format(*projet, hfsplus, arguments.a("force"))) return kEchec;
   const bool fait = pose_options(*projet, arguments, textes);
   return enregistre_projet(*projet) && fait ? kFait : kEchec;
 }
