@@ -21,51 +21,19 @@ constexpr FicheEcart fiche(Ecart ecart, std::string_view nom) {
 }
 
 constexpr std::array kFiches{
-    fiche(Ecart::ordre_hfs, "hfs-name-order"),
-    fiche(Ecart::noms_egaux, "equal-names"),
-    fiche(Ecart::fourche_vide, "empty-fork"),
-    fiche(Ecart::blocs_comptes, "compiled-bitmap"),
-    fiche(Ecart::volume_demonte, "compiled-flags"),
-    fiche(Ecart::entete_secours, "compiled-alternate"),
-    fiche(Ecart::dates_dossiers, "folder-dates"),
-    fiche(Ecart::dates_hfsplus, "hfsplus-dates"),
-    fiche(Ecart::fiches_paires, "iso-record-length"),
-    fiche(Ecart::ordre_iso, "iso-order"),
-    fiche(Ecart::taille_iso, "iso-volume-size"),
-    fiche(Ecart::annees_iso, "iso-years"),
-    fiche(Ecart::fourches_iso, "isoplus-forks"),
-    fiche(Ecart::labels_longs, "iso-labels"),
-    fiche(Ecart::noms_vue_iso, "iso-view-names"),
-    fiche(Ecart::volume_hfs_neuf, "new-hfs"),
-    fiche(Ecart::bloc_minimal, "new-block-size"),
-    fiche(Ecart::volume_hfsplus_neuf, "new-hfsplus"),
-    fiche(Ecart::carte_neuve, "new-map"),
-    fiche(Ecart::mdb_secours, "alternate-mdb"),
-    fiche(Ecart::allocation_entiere, "allocation"),
-    fiche(Ecart::champs_fiches, "record-fields"),
-    fiche(Ecart::dates_parents, "parent-dates"),
-    fiche(Ecart::comptes_hfsx, "hfsx-folder-counts"),
-    fiche(Ecart::verrous, "locks"),
-    fiche(Ecart::table_clump, "clump-sizes"),
-    fiche(Ecart::toutes_partitions, "partition-search"),
-    fiche(Ecart::volume_nu, "bare-volumes"),
-    fiche(Ecart::sonde_image, "image-kind"),
-    fiche(Ecart::entrees_apple, "apple-entries"),
-    fiche(Ecart::macbinaire, "macbinary"),
-    fiche(Ecart::binhex, "binhex"),
-    fiche(Ecart::drapeaux_finder, "finder-flags"),
-    fiche(Ecart::compagnons_joints, "companions"),
-    fiche(Ecart::table_roman, "mac-roman"),
-    fiche(Ecart::decomposition, "hfsplus-names"),
-    fiche(Ecart::motifs, "wildcards"),
-    fiche(Ecart::noms_exacts, "exact-names"),
-    fiche(Ecart::copies_adc, "adc"),
+    fiche(Ecart::ordre_hfs, "hfs-name-order"),          fiche(Ecart::fourche_vide, "empty-fork"),
+    fiche(Ecart::blocs_comptes, "compiled-bitmap"),     fiche(Ecart::volume_demonte, "compiled-flags"),
+    fiche(Ecart::entete_secours, "compiled-alternate"), fiche(Ecart::dates_hfsplus, "hfsplus-dates"),
+    fiche(Ecart::fiches_paires, "iso-record-length"),   fiche(Ecart::ordre_iso, "iso-order"),
+    fiche(Ecart::taille_iso, "iso-volume-size"),        fiche(Ecart::annees_iso, "iso-years"),
+    fiche(Ecart::fourches_iso, "isoplus-forks"),        fiche(Ecart::labels_longs, "iso-labels"),
+    fiche(Ecart::noms_vue_iso, "iso-view-names"),       fiche(Ecart::table_clump, "compiled-clumps"),
 };
 
 constexpr bool dans_l_ordre() {
   for (std::size_t i = 0; i < kFiches.size(); ++i)
     if (static_cast<std::size_t>(kFiches[i].ecart) != i) return false;
-  return kFiches.size() == static_cast<std::size_t>(Ecart::copies_adc) + 1;
+  return kFiches.size() == static_cast<std::size_t>(Ecart::table_clump) + 1;
 }
 static_assert(dans_l_ordre(), "one row for each departure, in their order");
 

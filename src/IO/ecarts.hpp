@@ -17,13 +17,11 @@ enum class Regle : std::uint8_t { publiee, classique };
 enum class Ecart : std::uint8_t {
   // names and catalogs
   ordre_hfs,
-  noms_egaux,
   // volumes that a compile makes
   fourche_vide,
   blocs_comptes,
   volume_demonte,
   entete_secours,
-  dates_dossiers,
   dates_hfsplus,
   // ISO 9660 and Joliet
   fiches_paires,
@@ -33,34 +31,8 @@ enum class Ecart : std::uint8_t {
   fourches_iso,
   labels_longs,
   noms_vue_iso,
-  // new volumes
-  volume_hfs_neuf,
-  bloc_minimal,
-  volume_hfsplus_neuf,
-  carte_neuve,
-  // volumes that are changed
-  mdb_secours,
-  allocation_entiere,
-  champs_fiches,
-  dates_parents,
-  comptes_hfsx,
-  verrous,
+  // sizes of trees
   table_clump,
-  // volumes that are found
-  toutes_partitions,
-  volume_nu,
-  sonde_image,
-  // containers and names
-  entrees_apple,
-  macbinaire,
-  binhex,
-  drapeaux_finder,
-  compagnons_joints,
-  table_roman,
-  decomposition,
-  motifs,
-  noms_exacts,
-  copies_adc,
 };
 
 /// One row. Its texts are three strings of the table: what the publication says and where, what the classic

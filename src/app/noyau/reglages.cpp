@@ -14,6 +14,7 @@
 
 #include "app/noyau/journal.hpp"
 #include "hfs/volume.hpp"
+#include "IO/ecarts.hpp"
 #include "IO/etat.hpp"
 #include "IO/operations.hpp"
 #include "IO/plateforme.hpp"
@@ -225,6 +226,7 @@ void applique(Reglages &r) {
   const std::uint32_t mot = etat<OptionsProgramme>().vn_options;
   if (!r.langue.empty()) fixer_base_langue(nombre<int>(r.langue) != 0 ? kLangueFrancais : kLangueAnglais);
   if ((mot & kVnOptionJournal) != 0 && !r.journal.empty()) ouvre_journal(r.journal);
+  fixer_regle(r.publie ? Regle::publiee : Regle::classique);
   const int mode = static_cast<int>((mot & kVnOptionModes) >> 6);
   if ((mot & kVnOptionGardeMode) != 0) r.mode_depart = mode <= 2 ? mode : 0;
   if ((mot & kVnOptionTronque) != 0) troncature_noms() = {true, true, true};

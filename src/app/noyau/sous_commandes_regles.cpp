@@ -19,11 +19,11 @@ constexpr std::size_t kColonne = 13;
 constexpr const char *kTetePage =
     "# Published and classic\n\n"
     "`varnion-cli rules --markdown` makes this page. Under the published rule, the default, what is written "
-    "follows the\n"
-    "published formats and what these allow is read. `--classic`, the preference \"Follow the published "
-    "formats\" when it is\n"
-    "off, and the command letters without `--published` give the bytes of release 0.1.0. They differ "
-    "here:\n\n"
+    "follows the\npublished formats and what these allow is read. `--classic`, and the command letters "
+    "without "
+    "`--published`, give the bytes\nof release 0.1.0; the window follows the setting `Published` (1 or 0) of "
+    "its "
+    "file. They differ here:\n\n"
     "| | Published | Classic | For you |\n|---|---|---|---|\n";
 
 std::string utf8(int id) {
