@@ -51,7 +51,7 @@ void modifie(FichierProjet &projet) {
   exige(ouvre_vues_parents(projet, premiere.numero, kDansVue, kDansVue));
   static_cast<void>(renomme_element(projet, premiere.numero, premiere.pere, "nom", kVueRacine));
   exige(projet.nb_rubriques() == avant + 1);
-  exige(change_format(projet, !projet.hfsplus(), troncature_automatique()));
+  exige(change_format(projet, !projet.hfsplus(), troncature_automatique(), true));
   static_cast<void>(suppression_element(projet, premiere.numero, premiere.pere));
   exige(suppression_sous_arbre(projet, kRacine));
   exige(projet.premier_enfant(kRacine) >= 1);
