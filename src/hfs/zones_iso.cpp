@@ -132,9 +132,9 @@ class LecteurZones {
     std::uint32_t bloc = *vue<le16>(octets, 128);
     if (bloc != 512 && bloc != 1024) bloc = kSecteurIso;
     const std::uint32_t table = *vue<le32>(octets, 132);
-    for (const std::size_t champ : {140, 144})
+    for (const std::size_t champ : {140U, 144U})
       if (*vue<le32>(octets, champ) != 0) ajoute_blocs(*vue<le32>(octets, champ), table, bloc);
-    for (const std::size_t champ : {148, 152})
+    for (const std::size_t champ : {148U, 152U})
       if (*vue<be32>(octets, champ) != 0) ajoute_blocs(*vue<be32>(octets, champ), table, bloc);
     lit_fiche(Octets(octets).subspan(156, 34), bloc);
   }
